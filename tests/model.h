@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Zlib
+//
+// A slow model of every blit, one pixel at a time, that the tests compare the library with. It shares no
+// code with the library and works on plain bytes, so that it can also tell which bytes a blit writes.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace model {
+
+// All bytes of a test case. Several images may lie in one memory, also on top of each other.
+struct Memory {
+    std::vector<uint8_t> bytes;
+    std::vector<uint8_t> written; // 1 for each byte that a blit has stored, be it with its old value
+
+    explicit Memory(size_t size = 0) : bytes(size), written(size) {}
+};
+
+struct Channel {
+    uint32_t mask, shift, loss;
+};
+
+struct Format {
+    uint32_t code;  // RGBFB_*
+    uint32_t bytes; // per pixel
+    Channel r, g, b, a;
+};
+
+struct Image {
+    long first;      // offset of pixel (0, 0) in the memory
+    long begin, end; // bytes of the memory that belong to the image: outside, reads give 0, stores are lost
+    long pitch;      // bytes from row to row, possibly negative
+    long width, height;
+    Format format;
+    bool onBoard;
+};
+
+struct Blit {
+    Image src, dst;
+    long srcX, srcY, dstX, dstY, width, height;
+    uint32_t alpha; // constant alpha, 0..255
+    uint32_t flags;
+    bool masked;
+    Image mask;    // 8 bits per pixel, when masked
+    bool noMemory; // allocations fail
+};
+
+// Clips the request like the driver does; false when nothing is left to draw.
+bool clip(Blit& blit);
+
+// Draws a clipped blit.
+void draw(Memory& memory, const Blit& blit);
+
+// The channel layout of the eight bitmap formats, nullptr for any other code.
+const Format* bitmapFormat(uint32_t code);
+
+} // namespace model
