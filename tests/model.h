@@ -4,6 +4,7 @@
 // code with the library and works on plain bytes, so that it can also tell which bytes a blit writes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -14,7 +15,7 @@ struct Memory {
     std::vector<uint8_t> bytes;
     std::vector<uint8_t> written; // 1 for each byte that a blit has stored, be it with its old value
 
-    explicit Memory(size_t size = 0) : bytes(size), written(size) {}
+    explicit Memory(std::size_t size = 0) : bytes(size), written(size) {}
 };
 
 struct Channel {
