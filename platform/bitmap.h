@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: Zlib
+/** @file bitmap.h  The provider's record of a bitmap. */
+#ifndef PLATFORM_BITMAP_H
+#define PLATFORM_BITMAP_H
+
+#include <graphics/gfx.h>
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+
+#include "formats.h"
+
+namespace host {
+
+struct BitMapRecord : BitMap {
+    uint8* pixels = nullptr;
+    uint32 width = 0, height = 0;
+    std::ptrdiff_t pitch = 0;
+    RGBFTYPE code = RGBFB_NONE;
+    const PixelFormat* format = nullptr;
+    /** The pixels are a wrapped bitmap's caller's. */
+    bool wrapped = false;
+    /** Lies in "graphics-card memory": the bitmap of a screen. */
+    bool onBoard = false;
+    std::atomic<bool> lost{false};
+    /** Grows whenever the pixels may have changed, so that a screen knows when to look at them. */
+    std::atomic<uint32> changes{0};
+
+    uint8* at(long x, long y) { return pixels + y * pitch + x * format->bytes; }
+    ~BitMapRecord();
+};
+
+using BitMapPtr = std::unique_ptr<BitMapRecord>;
+
+inline BitMapRecord& record(BitMap* bitmap) {
+    return *static_cast<BitMapRecord*>(bitmap);
+}
+
+/** A new bitmap, counted and subject to the tests' faults; empty when it cannot be made. */
+BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uint32 alignment = 16);
+
+/** A rectangle as position and size. */
+struct Area {
+    long x, y, width, height;
+};
+
+/**
+ * Copies between bitmaps, clipped against both; formats are converted.
+ * @return whether anything was copied
+ */
+bool copyPixels(BitMapRecord& src, long srcX, long srcY, BitMapRecord& dst, long dstX, long dstY, long width,
+                long height);
+
+/** Fills with a pixel value of the bitmap's own format, clipped. */
+void fillPixels(BitMapRecord& bitmap, Area area, uint32 value);
+
+} // namespace host
+
+#endif

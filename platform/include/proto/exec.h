@@ -1,0 +1,64 @@
+/* SPDX-License-Identifier: Zlib */
+/** @file proto/exec.h  Memory, debug output, message ports and signals. All calls: any thread. */
+#ifndef PROTO_EXEC_H
+#define PROTO_EXEC_H
+
+#include <dos/dos.h>
+#include <exec/memory.h>
+#include <exec/ports.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/**
+ * Writes text to the debug output: the standard error of a desktop host.
+ * @param format as of printf
+ */
+#if defined(__GNUC__)
+__attribute__((format(printf, 1, 2)))
+#endif
+void DebugPrintF(const char* format, ...);
+
+/**
+ * @param size       bytes; 0 gives NULL
+ * @param attributes MEMF_... bits
+ * @return memory aligned for any type, or NULL; freed with FreeVec()
+ */
+APTR AllocVec(uint32 size, uint32 attributes);
+
+/** Frees memory of AllocVec(); NULL is allowed. */
+void FreeVec(APTR memory);
+
+/** A port of the calling thread with a signal of its own, or NULL. */
+struct MsgPort* CreateMsgPort(void);
+
+/** Frees a port and its signal; messages still queued stay with their senders. NULL is allowed. */
+void DeleteMsgPort(struct MsgPort* port);
+
+/** Queues a message at the end and raises the port's signal. */
+void PutMsg(struct MsgPort* port, struct Message* message);
+
+/** Takes the first message from a port, or gives NULL when it is empty. Never waits. */
+struct Message* GetMsg(struct MsgPort* port);
+
+/** Gives a message back to its sender. */
+void ReplyMsg(struct Message* message);
+
+/**
+ * Sleeps until at least one of the signals has been raised since the last Wait() that returned it.
+ *
+ * The host's input reaches the ports of windows from here and from a GetMsg() that finds nothing, on the
+ * thread that opened the window; what was drawn is shown from the same places.
+ *
+ * @param signals the signals to wait for, `1UL << port->mp_SigBit` and SIGBREAKF_CTRL_C; the break signal
+ *                reaches the first thread that waits for it
+ * @return those of them that were raised; they are lowered again
+ */
+uint32 Wait(uint32 signals);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

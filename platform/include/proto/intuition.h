@@ -1,0 +1,71 @@
+/* SPDX-License-Identifier: Zlib */
+/**
+ * @file proto/intuition.h
+ * @brief Screens and windows.
+ *
+ * The host shows one window at a time: the frontmost screen's whole bitmap, full screen, if that is a custom
+ * screen; else the area of the first window that was opened on the Workbench (the next one follows when it
+ * closes). Calls come from one thread.
+ *
+ * The Workbench has the size of the host's desktop, or 1024 by 768 pixels where there is none. The
+ * environment variable ORMSEL_WORKBENCH_DEPTH gives its depth: 15, 16, 24 or 32, default 32.
+ */
+#ifndef PROTO_INTUITION_H
+#define PROTO_INTUITION_H
+
+#include <host/tagcall.h>
+#include <intuition/intuition.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+struct NewScreen;
+struct NewWindow;
+
+/**
+ * Opens a screen and shows it in front.
+ * @param ns must be NULL
+ * @return NULL without a display, for a depth it cannot have, or when memory is short
+ */
+struct Screen* OpenScreenTagList(const struct NewScreen* ns, const struct TagItem* tags);
+
+/** Closes a screen; its windows must be closed. @return FALSE (and nothing is closed) when they are not */
+BOOL CloseScreen(struct Screen* screen);
+
+void ScreenToFront(struct Screen* screen);
+
+/**
+ * Finds a public screen and keeps it from closing.
+ * @param name "Workbench", in any case, or NULL
+ * @return NULL for another name or when memory is short
+ */
+struct Screen* LockPubScreen(CONST_STRPTR name);
+
+/** Undoes one LockPubScreen(). @param name NULL, or its name, in which case `screen` may be NULL */
+void UnlockPubScreen(CONST_STRPTR name, struct Screen* screen);
+
+/**
+ * Opens a window.
+ * @param nw must be NULL
+ * @return NULL when the host cannot show it, or when memory is short
+ */
+struct Window* OpenWindowTagList(const struct NewWindow* nw, const struct TagItem* tags);
+
+/** Closes a window and drops its unread messages. */
+void CloseWindow(struct Window* window);
+
+void WindowToFront(struct Window* window);
+void WindowToBack(struct Window* window);
+
+/** Moves a window on its screen, as far as it stays inside; the host's window stays where it is. */
+void MoveWindow(struct Window* window, int32 dx, int32 dy);
+
+#ifdef __cplusplus
+}
+#endif
+
+#define OpenScreenTags(ns, ...) OpenScreenTagList(ns, HOST_TAGLIST(__VA_ARGS__))
+#define OpenWindowTags(nw, ...) OpenWindowTagList(nw, HOST_TAGLIST(__VA_ARGS__))
+
+#endif

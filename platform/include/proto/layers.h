@@ -1,0 +1,66 @@
+/* SPDX-License-Identifier: Zlib */
+/**
+ * @file proto/layers.h
+ * @brief Layers on a bitmap.
+ *
+ * Calls that change a layer lock its whole Layer_Info; when memory is short they change nothing and report
+ * failure. Whoever needs the locks of several layers at once must not hold any of them while calling.
+ */
+#ifndef PROTO_LAYERS_H
+#define PROTO_LAYERS_H
+
+#include <graphics/layers.h>
+#include <graphics/rastport.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Makes a record for the layers of one bitmap, or gives NULL. */
+struct Layer_Info* NewLayerInfo(void);
+
+/** Frees the record; its layers must have been deleted. */
+void DisposeLayerInfo(struct Layer_Info* li);
+
+/**
+ * Makes a layer in front of the others of its kind (backdrop or not).
+ *
+ * @param li      where it joins
+ * @param bitmap  what it is seen on
+ * @param x0,y0,x1,y1 its corners, both included; parts may lie outside the bitmap
+ * @param flags   one of LAYERSIMPLE, LAYERSMART, LAYERSUPER; LAYERBACKDROP
+ * @param super   the bitmap of a LAYERSUPER layer, else NULL; stays the caller's
+ * @return the layer, cleared to colour 0 (super-bitmap layers show their bitmap), or NULL
+ */
+struct Layer* CreateUpfrontLayer(struct Layer_Info* li, struct BitMap* bitmap, int32 x0, int32 y0, int32 x1,
+                                 int32 y1, uint32 flags, struct BitMap* super);
+
+/** As CreateUpfrontLayer(), but behind the others of its kind. */
+struct Layer* CreateBehindLayer(struct Layer_Info* li, struct BitMap* bitmap, int32 x0, int32 y0, int32 x1,
+                                int32 y1, uint32 flags, struct BitMap* super);
+
+/** Removes a layer; what it covered is seen again. @return FALSE when memory is short */
+int32 DeleteLayer(int32 dummy, struct Layer* layer);
+
+/** Brings a layer before the others of its kind. @return FALSE when memory is short */
+int32 UpfrontLayer(int32 dummy, struct Layer* layer);
+
+/** Puts a layer behind the others of its kind. @return FALSE when memory is short */
+int32 BehindLayer(int32 dummy, struct Layer* layer);
+
+/** Moves a layer. @return FALSE when memory is short or a coordinate would leave 16 bits */
+int32 MoveLayer(int32 dummy, struct Layer* layer, int32 dx, int32 dy);
+
+/**
+ * Takes a layer for the calling thread; another thread waits until it is unlocked as often as it was locked.
+ */
+void LockLayerRom(struct Layer* layer);
+
+/** Undoes one LockLayerRom() of this thread. */
+void UnlockLayerRom(struct Layer* layer);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,19 @@
+/* SPDX-License-Identifier: Zlib */
+/** @file proto/timer.h  The system time. */
+#ifndef PROTO_TIMER_H
+#define PROTO_TIMER_H
+
+#include <devices/timer.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Reads the system's clock. Any thread. It may jump when the clock is set. */
+void GetSysTime(struct TimeVal* dest);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
