@@ -1,0 +1,53 @@
+# SPDX-License-Identifier: Zlib
+# Sourced by run-demo, run-tests and run-bench: installs missing Debian packages, configures and builds.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+self=$(basename "$0")
+
+say() { echo "$self: $*"; }
+die() {
+    echo "$self: $*" >&2
+    exit 1
+}
+
+build_packages=(g++ cmake ninja-build pkg-config libsdl1.2-dev libsdl-image1.2-dev libsdl-ttf2.0-dev
+    fonts-freefont-ttf libhwy-dev libpng-dev libx11-dev)
+display_packages=(xvfb xauth libxtst-dev)
+test_packages=(googletest)
+cross_packages=(qemu-user dpkg-dev autotools-dev make patch xz-utils)
+bench_packages=(libbenchmark-dev libsdl2-dev libpixman-1-dev libyuv-dev gnuplot-nox)
+
+# need_packages NAME...: installs those that the machine does not have yet; asks sudo only when not root.
+need_packages() {
+    local present missing as_root=()
+    present=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2> /dev/null | sed -n 's/^installed //p' || true)
+    missing=$(comm -23 <(printf '%s\n' "$@" | sort -u) <(sort -u <<< "$present") | tr '\n' ' ')
+    [[ -z $missing ]] && return
+    say "installing Debian packages: $missing"
+    if [[ $(id -u) -ne 0 ]]; then
+        as_root=(sudo)
+    fi
+    # shellcheck disable=SC2086
+    "${as_root[@]}" apt-get -qq update &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq install -y --no-install-recommends $missing \
+            > /dev/null || die "could not install: $missing"
+}
+
+# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed.
+build() {
+    local preset=$1 log=$root/build/$1.log
+    shift
+    mkdir -p "$root/build"
+    if [[ ! -e $root/build/$preset/build.ninja || $root/CMakePresets.json -nt $root/build/$preset/build.ninja ]]; then
+        say "configuring build/$preset"
+        (cd "$root" && cmake --preset "$preset") > "$log" 2>&1 || {
+            cat "$log" >&2
+            die "could not configure build/$preset"
+        }
+    fi
+    say "building build/$preset"
+    cmake --build "$root/build/$preset" ${1:+--target "$@"} > "$log" 2>&1 || {
+        tail -n 60 "$log" >&2
+        die "could not build build/$preset; all of it is in build/$preset.log"
+    }
+}
