@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Zlib
+#include <cstdio>
+#include <cstdlib>
+
+#include <proto/exec.h>
+
+#include "demo_modes.h"
+#include "demo_reports.h"
+
+namespace {
+
+constexpr char Dashes[] = "------------------------------------------------------------\n";
+
+SDL_Surface* openScreen(int depth) {
+    if (SDL_Init(SDL_INIT_VIDEO) < 0) {
+        std::fprintf(stderr, "Couldn't initialize SDL: %s\n", SDL_GetError());
+        std::exit(1);
+    }
+    std::atexit(SDL_Quit);
+    SDL_Surface* screen = SDL_SetVideoMode(ScreenWidth, ScreenHeight, depth, SDL_FULLSCREEN);
+    if (!screen) {
+        std::fprintf(stderr, "Couldn't set %dx%dx%d video mode: %s\n", ScreenWidth, ScreenHeight, depth,
+                     SDL_GetError());
+        std::exit(1);
+    }
+    return screen;
+}
+
+/// @param name   what the first line says
+/// @param others what the other two say; not always the same
+void reportLayout(const char* name, const char* others, const SDL_PixelFormat& fmt) {
+    DebugPrintF("%s Shift: a[%8d] r[%8d] g[%8d] b[%8d]\n", name, fmt.Ashift, fmt.Rshift, fmt.Gshift,
+                fmt.Bshift);
+    DebugPrintF("%s Mask:  a[%08x] r[%08x] g[%08x] b[%08x]\n", others, fmt.Amask, fmt.Rmask, fmt.Gmask,
+                fmt.Bmask);
+    DebugPrintF("%s Loss:  a[%8d] r[%8d] g[%8d] b[%8d]\n", others, fmt.Aloss, fmt.Rloss, fmt.Gloss,
+                fmt.Bloss);
+}
+
+void reportLayouts(const SDL_Surface* screen, const SDL_Surface* alpha) {
+    DebugPrintF("Screen Format: %d\n", screen->format->BitsPerPixel);
+    DebugPrintF(Dashes);
+    reportLayout("Screen", "Screen", *screen->format);
+    DebugPrintF(Dashes);
+    DebugPrintF("Alpha Format: %d\n", screen->format->BitsPerPixel); // what the picture is blitted to
+    DebugPrintF(Dashes);
+    reportLayout("Alpha", "Blue", *alpha->format);
+    DebugPrintF(Dashes);
+    DebugPrintF("Blue Flags: RLE: %s, ALPHA: %s \n", alpha->flags & SDL_RLEACCEL ? "YES" : "NO",
+                alpha->flags & SDL_SRCALPHA ? "YES" : "NO");
+}
+
+void waitForEnd() {
+    SDL_Event eve;
+    for (;;) {
+        if (SDL_WaitEvent(&eve) < 1)
+            continue;
+        if (eve.type == SDL_QUIT)
+            return;
+        SDL_Delay(10);
+        if (eve.type == SDL_KEYDOWN && eve.key.keysym.sym == SDLK_ESCAPE)
+            return;
+    }
+}
+
+} // namespace
+
+void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth) {
+    std::fputs("Running korvalen - SDL version\n", stderr);
+    SDL_Surface* screen = openScreen(depth);
+    DebugPrintF(Dashes);
+    DebugPrintF("Korvalen SDL_image version\n");
+    SDL_WM_SetCaption("Korvalen SDL_image version", "Korvalen");
+    SDL_EnableKeyRepeat(500, 30);
+
+    SDL_Surface* loaded = background;
+    background = SDL_DisplayFormatAlpha(loaded);
+    SDL_FreeSurface(loaded);
+    background->flags &= ~Uint32{SDL_SRCALPHA}; // only its per-pixel alpha is to count
+
+    drawImageSDL(background, screen, 0, 0);
+    reportLayouts(screen, alpha);
+    drawImageSDL(alpha, screen, 0, 0);
+    SDL_UpdateRect(screen, 0, 0, static_cast<Uint32>(-1), static_cast<Uint32>(-1));
+    waitForEnd();
+}
