@@ -11,7 +11,7 @@ install(TARGETS ormsel ormsel_platform EXPORT ormsel-targets
 install(EXPORT ormsel-targets NAMESPACE ormsel:: DESTINATION "${package_dir}")
 install(DIRECTORY include/ormsel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 # The platform's headers keep their own names, so they get a folder of their own.
-install(DIRECTORY platform/include/ DESTINATION "${host_include_dir}")
+install(DIRECTORY platform/include/ DESTINATION "${host_include_dir}" PATTERN testing.h EXCLUDE)
 
 configure_package_config_file(cmake/ormsel-config.cmake.in ormsel-config.cmake INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file(ormsel-config-version.cmake COMPATIBILITY SameMajorVersion)
@@ -28,3 +28,8 @@ if(TARGET korvalen)
     install(TARGETS korvalen)
 endif()
 install(FILES LICENSE README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+
+# The installed tree is tested by programs that know nothing else of this project.
+if(BUILD_TESTING AND NOT CMAKE_CROSSCOMPILING AND NOT ORMSEL_SANITIZE)
+    add_test(NAME consumer COMMAND "${PROJECT_SOURCE_DIR}/tests/consumer/run" "${PROJECT_BINARY_DIR}")
+endif()
