@@ -18,6 +18,8 @@ namespace host {
 namespace {
 
 constexpr uint32 maxSide = 32767;
+/** Of the first pixel, and so the most that rows can have. */
+constexpr uint32 maxAlignment = 64;
 /** What 16 bits of RenderInfo.BytesPerRow can tell. */
 constexpr uint32 maxPitch = 65535;
 /** Also the value of a lock handle, which is merely not 0. */
@@ -47,7 +49,7 @@ BitMapPtr makeRecord(uint32 width, uint32 height, std::ptrdiff_t pitch, RGBFTYPE
 
 BitMapRecord::~BitMapRecord() {
     if (!wrapped)
-        ::operator delete (pixels, std::align_val_t{64});
+        ::operator delete (pixels, std::align_val_t{maxAlignment});
     --liveAllocations;
 }
 
@@ -63,7 +65,7 @@ BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uin
     if (!bm)
         return nullptr;
     const std::size_t bytes = std::size_t{pitch} * height;
-    bm->pixels = static_cast<uint8*>(::operator new (bytes, std::align_val_t{64}, std::nothrow));
+    bm->pixels = static_cast<uint8*>(::operator new (bytes, std::align_val_t{maxAlignment}, std::nothrow));
     if (!bm->pixels)
         return nullptr;
     if (clear)
@@ -85,7 +87,7 @@ BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, con
         depth = static_cast<uint32>(GetTagData(BMATags_Depth, depth, tags));
         clear = clear || GetTagData(BMATags_Clear, 0, tags);
         const auto wanted = static_cast<uint32>(GetTagData(BMATags_Alignment, alignment, tags));
-        if (wanted > alignment && wanted <= 4096 && std::has_single_bit(wanted))
+        if (wanted > alignment && wanted <= maxAlignment && std::has_single_bit(wanted))
             alignment = wanted;
     } else if (friendOrTags) {
         code = static_cast<const BitMapRecord*>(static_cast<const BitMap*>(friendOrTags))->code;

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "formats.h"
+#include "geometry.h"
 
 namespace host {
 
@@ -28,6 +29,7 @@ struct BitMapRecord : BitMap {
     std::atomic<uint32> changes{0};
 
     uint8* at(long x, long y) { return pixels + y * pitch + x * format->bytes; }
+    Box box() const { return Box::sized(0, 0, static_cast<long>(width), static_cast<long>(height)); }
     ~BitMapRecord();
 };
 
@@ -40,11 +42,6 @@ inline BitMapRecord& record(BitMap* bitmap) {
 /** A new bitmap, counted and subject to the tests' faults; empty when it cannot be made. */
 BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uint32 alignment = 16);
 
-/** A rectangle as position and size. */
-struct Area {
-    long x, y, width, height;
-};
-
 /**
  * Copies between bitmaps, clipped against both; formats are converted.
  * @return whether anything was copied
@@ -53,7 +50,7 @@ bool copyPixels(BitMapRecord& src, long srcX, long srcY, BitMapRecord& dst, long
                 long height);
 
 /** Fills with a pixel value of the bitmap's own format, clipped. */
-void fillPixels(BitMapRecord& bitmap, Area area, uint32 value);
+void fillPixels(BitMapRecord& bitmap, const Box& area, uint32 value);
 
 } // namespace host
 

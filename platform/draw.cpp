@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Zlib
 // graphics: copies and fills, on bitmaps and through layers.
 #include <proto/graphics.h>
+#include <proto/utility.h>
 
 #include <algorithm>
 #include <cstring>
 
 #include "bitmap.h"
+#include "layers.h"
 
 namespace host {
 
@@ -52,18 +54,16 @@ bool copyPixels(BitMapRecord& src, long srcX, long srcY, BitMapRecord& dst, long
     return true;
 }
 
-void fillPixels(BitMapRecord& bitmap, Area area, uint32 value) {
-    long unused = 0;
-    clipSpan(area.x, unused, area.width, static_cast<long>(bitmap.width));
-    clipSpan(area.y, unused, area.height, static_cast<long>(bitmap.height));
-    if (area.width <= 0 || area.height <= 0 || bitmap.lost)
+void fillPixels(BitMapRecord& bitmap, const Box& area, uint32 value) {
+    const Box box = area & bitmap.box();
+    if (!box || bitmap.lost)
         return;
-    uint8* const first = bitmap.at(area.x, area.y);
-    const std::size_t rowBytes = static_cast<std::size_t>(area.width) * bitmap.format->bytes;
-    for (long i = 0; i < area.width; ++i)
+    uint8* const first = bitmap.at(box.x0, box.y0);
+    for (long i = 0; i < box.width(); ++i)
         storePixel(*bitmap.format, first + i * bitmap.format->bytes, value);
-    for (long i = 1; i < area.height; ++i)
-        std::memcpy(first + i * bitmap.pitch, first, rowBytes);
+    for (long i = 1; i < box.height(); ++i)
+        std::memcpy(first + i * bitmap.pitch, first,
+                    static_cast<std::size_t>(box.width()) * bitmap.format->bytes);
     ++bitmap.changes;
 }
 
@@ -79,4 +79,27 @@ int32 BltBitMap(BitMap* src, int32 srcX, int32 srcY, BitMap* dst, int32 dstX, in
                 int32 height, uint32 minterm, uint32, APTR) {
     return minterm == plainCopy &&
            copyPixels(record(src), srcX, srcY, record(dst), dstX, dstY, width, height);
+}
+
+void BltBitMapRastPort(BitMap* src, int32 srcX, int32 srcY, RastPort* rp, int32 dstX, int32 dstY, int32 width,
+                       int32 height, uint32 minterm) {
+    if (minterm != plainCopy)
+        return;
+    drawThrough(*rp, Box::sized(dstX, dstY, width, height),
+                [&](BitMapRecord& target, const Box& area, long dx, long dy) {
+                    copyPixels(record(src), srcX + dx, srcY + dy, target, area.x0, area.y0, area.width(),
+                               area.height());
+                });
+}
+
+void RectFill(RastPort* rp, int32 minX, int32 minY, int32 maxX, int32 maxY) {
+    drawThrough(*rp, {minX, minY, maxX + 1L, maxY + 1L},
+                [&](BitMapRecord& target, const Box& area, long, long) {
+                    fillPixels(target, area, fromColor(*target.format, rp->FgColor));
+                });
+}
+
+void SetRPAttrsA(RastPort* rp, const TagItem* tags) {
+    rp->FgColor = static_cast<uint32>(GetTagData(RPTAG_APenColor, rp->FgColor, tags));
+    rp->DrawMode = static_cast<uint8>(GetTagData(RPTAG_DrMd, rp->DrawMode, tags));
 }

@@ -45,12 +45,11 @@ struct Layer {
     struct Rectangle bounds;
     /** LAYER... bits, see graphics/layers.h. */
     uint16 Flags;
-    /** Super-bitmap layers: the pixel of the layer's bitmap that stands at the top-left corner is
-     * (-Scroll_X, -Scroll_Y). */
+    /** The layer pixel that stands at the top-left corner. */
     int16 Scroll_X, Scroll_Y;
     struct BitMap* SuperBitMap;
     struct Layer_Info* LayerInfo;
-    /** Areas of a simple-refresh layer whose pixels were lost. Emptied by EndUpdate(). */
+    /** Areas of a simple-refresh layer whose pixels were lost; see BeginUpdate(). */
     struct Region* DamageList;
 };
 

@@ -41,7 +41,7 @@ struct BitMap {
 #define BMATags_Displayable (TAG_USER + 4)
 /** Accepted, without effect. */
 #define BMATags_NoSprite (TAG_USER + 7)
-/** Rows start at multiples of this many bytes, a power of two; the provider's own alignment is 16. */
+/** Rows start at multiples of this many bytes: 32 or 64; other values leave it at 16. */
 #define BMATags_Alignment (TAG_USER + 15)
 /** @} */
 

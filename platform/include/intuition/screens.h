@@ -3,19 +3,17 @@
 #ifndef INTUITION_SCREENS_H
 #define INTUITION_SCREENS_H
 
-#include <graphics/layers.h>
 #include <graphics/rastport.h>
 
 struct Window;
 
 struct Screen {
-    /** The frontmost window's successor chain is the layers'; this is merely a list of all. */
+    /** All windows, the newest first. */
     struct Window* FirstWindow;
     int16 LeftEdge, TopEdge;
     int16 Width, Height;
     /** Draws on the whole screen, in front of its windows. */
     struct RastPort RastPort;
-    struct Layer_Info LayerInfo;
 };
 
 /** @name Values of SA_Type @{ */

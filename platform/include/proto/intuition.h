@@ -8,7 +8,7 @@
  * closes). Calls come from one thread.
  *
  * The Workbench has the size of the host's desktop, or 1024 by 768 pixels where there is none. The
- * environment variable ORMSEL_WORKBENCH_DEPTH gives its depth: 15, 16, 24 or 32, default 32.
+ * environment variable ORMSEL_WORKBENCH_DEPTH gives its depth: 15, 16, 24 or 32, default 16.
  */
 #ifndef PROTO_INTUITION_H
 #define PROTO_INTUITION_H

@@ -19,7 +19,7 @@ extern "C" {
 /** Makes a record for the layers of one bitmap, or gives NULL. */
 struct Layer_Info* NewLayerInfo(void);
 
-/** Frees the record; its layers must have been deleted. */
+/** Frees the record with the layers that are still there; the bitmap is left as it is. NULL is allowed. */
 void DisposeLayerInfo(struct Layer_Info* li);
 
 /**
@@ -50,6 +50,16 @@ int32 BehindLayer(int32 dummy, struct Layer* layer);
 
 /** Moves a layer. @return FALSE when memory is short or a coordinate would leave 16 bits */
 int32 MoveLayer(int32 dummy, struct Layer* layer, int32 dx, int32 dy);
+
+/**
+ * Restricts drawing to the damaged areas that are visible, so that a simple-refresh layer's program redraws
+ * just those, and locks the layer until EndUpdate().
+ * @return FALSE when nothing visible is damaged
+ */
+int32 BeginUpdate(struct Layer* layer);
+
+/** Ends BeginUpdate(), whatever it returned. @param done whether the damage is repaired and forgotten */
+void EndUpdate(struct Layer* layer, uint32 done);
 
 /**
  * Takes a layer for the calling thread; another thread waits until it is unlocked as often as it was locked.

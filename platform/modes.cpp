@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Zlib
+// graphics: display modes. The host shows screens of any size, so a mode's number spells out the mode.
+#include "modes.h"
+
+#include <proto/graphics.h>
+#include <proto/utility.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "display.h"
+
+namespace host {
+
+namespace {
+
+constexpr uint32 depths[] = {15, 16, 24, 32};
+constexpr unsigned sideBits = 14;
+constexpr uint32 sideMask = (1U << sideBits) - 1;
+
+} // namespace
+
+bool isScreenDepth(uint32 depth) {
+    return std::find(std::begin(depths), std::end(depths), depth) != std::end(depths);
+}
+
+std::optional<Mode> findMode(uint32 id) {
+    const Mode mode = {id >> sideBits & sideMask, id & sideMask, depths[id >> 2 * sideBits & 3]};
+    if (id >> (2 * sideBits + 2) || mode.width == 0 || mode.height == 0)
+        return std::nullopt;
+    return mode;
+}
+
+} // namespace host
+
+using namespace host;
+
+uint32 BestModeIDA(const TagItem* tags) {
+    auto width = static_cast<uint32>(GetTagData(BIDTAG_NominalWidth, 0, tags));
+    auto height = static_cast<uint32>(GetTagData(BIDTAG_NominalHeight, 0, tags));
+    const auto depth = static_cast<uint32>(GetTagData(BIDTAG_Depth, 24, tags));
+    if (width == 0 || height == 0) {
+        const Size size = desktopSize();
+        width = static_cast<uint32>(size.width);
+        height = static_cast<uint32>(size.height);
+    }
+    if (width > sideMask || height > sideMask || !isScreenDepth(depth))
+        return INVALID_ID;
+    const auto index = static_cast<uint32>(std::find(std::begin(depths), std::end(depths), depth) - depths);
+    return index << 2 * sideBits | width << sideBits | height;
+}

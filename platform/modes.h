@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Zlib
+/** @file modes.h  Display modes as numbers. */
+#ifndef PLATFORM_MODES_H
+#define PLATFORM_MODES_H
+
+#include <exec/types.h>
+
+#include <optional>
+
+namespace host {
+
+struct Mode {
+    uint32 width, height, depth;
+};
+
+/** The mode that a number from BestModeID() stands for. */
+std::optional<Mode> findMode(uint32 id);
+
+/** Whether screens can have this depth. */
+bool isScreenDepth(uint32 depth);
+
+} // namespace host
+
+#endif
