@@ -81,6 +81,6 @@ void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth) {
     drawImageSDL(background, screen, 0, 0);
     reportLayouts(screen, alpha);
     drawImageSDL(alpha, screen, 0, 0);
-    SDL_UpdateRect(screen, 0, 0, static_cast<Uint32>(-1), static_cast<Uint32>(-1));
+    SDL_UpdateRect(screen, 0, 0, 0, 0);
     waitForEnd();
 }

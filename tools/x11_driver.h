@@ -1,0 +1,342 @@
+// SPDX-License-Identifier: Zlib
+// Drives a program on a private X server as a user would: with real keys, buttons and moves, watching what
+// the screen shows. Everything waits for conditions, up to a deadline; failures throw std::runtime_error.
+#pragma once
+
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XTest.h>
+#include <X11/keysym.h>
+#include <png.h>
+
+namespace x11 {
+
+using namespace std::chrono_literals;
+using Duration = std::chrono::milliseconds;
+
+/// How long anything may take. Generous: sanitizers and emulators are slow.
+inline constexpr Duration Patience = 60s;
+
+/// Polls until `condition` holds. @return whether it did within `patience`
+template <typename Condition>
+bool waitFor(Condition condition, Duration patience = Patience) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(5ms);
+    }
+    return true;
+}
+
+/// Pixels as 0xRRGGBB (0xAARRGGBB where a file has alpha), row by row.
+struct Image {
+    int width = 0, height = 0;
+    std::vector<uint32_t> pixels;
+
+    uint32_t at(int x, int y) const {
+        return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
+    }
+    uint32_t& at(int x, int y) {
+        return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
+    }
+    bool operator==(const Image&) const = default;
+
+    static Image load(const std::string& path) {
+        png_image png{};
+        png.version = PNG_IMAGE_VERSION;
+        if (!png_image_begin_read_from_file(&png, path.c_str()))
+            throw std::runtime_error(path + ": " + png.message);
+        png.format = PNG_FORMAT_RGBA;
+        std::vector<png_byte> bytes(PNG_IMAGE_SIZE(png));
+        if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr))
+            throw std::runtime_error(path + ": " + png.message);
+        Image image{static_cast<int>(png.width), static_cast<int>(png.height), {}};
+        for (size_t i = 0; i < bytes.size(); i += 4)
+            image.pixels.push_back(uint32_t{bytes[i + 3]} << 24 | uint32_t{bytes[i]} << 16 |
+                                   uint32_t{bytes[i + 1]} << 8 | bytes[i + 2]);
+        return image;
+    }
+
+    /// Without alpha.
+    void save(const std::string& path) const {
+        std::vector<png_byte> bytes;
+        for (uint32_t pixel : pixels)
+            for (int shift : {16, 8, 0})
+                bytes.push_back(static_cast<png_byte>(pixel >> shift));
+        png_image png{};
+        png.version = PNG_IMAGE_VERSION;
+        png.width = static_cast<png_uint_32>(width);
+        png.height = static_cast<png_uint_32>(height);
+        png.format = PNG_FORMAT_RGB;
+        if (!png_image_write_to_file(&png, path.c_str(), 0, bytes.data(), 0, nullptr))
+            throw std::runtime_error(path + ": " + png.message);
+    }
+};
+
+using Words = std::vector<std::string>;
+/// Environment variables to set; without a value: to unset.
+using Environment = std::vector<std::pair<std::string, std::optional<std::string>>>;
+
+/// A running program; killed, if need be, with the object.
+class Program {
+public:
+    enum class Output { Shared, Captured };
+
+    Program(const Words& command, Output output, const Environment& environment = {}, int keepOpen = -1) {
+        if (output == Output::Captured) {
+            out_ = std::tmpfile();
+            err_ = std::tmpfile();
+        }
+        std::vector<char*> argv;
+        for (const std::string& word : command)
+            argv.push_back(const_cast<char*>(word.c_str()));
+        argv.push_back(nullptr);
+        pid_ = fork();
+        if (pid_ < 0)
+            throw std::runtime_error("fork failed");
+        if (pid_ == 0) {
+            for (const auto& [name, value] : environment)
+                value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
+            // A shell without job control starts background commands with this signal ignored.
+            std::signal(SIGINT, SIG_DFL);
+            if (out_) {
+                dup2(fileno(out_), STDOUT_FILENO);
+                dup2(fileno(err_), STDERR_FILENO);
+            }
+            if (keepOpen >= 0)
+                fcntl(keepOpen, F_SETFD, 0);
+            execvp(argv[0], argv.data());
+            std::perror(argv[0]);
+            _exit(127);
+        }
+    }
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    ~Program() {
+        if (!ended()) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, &status_, 0);
+        }
+        for (std::FILE* file : {out_, err_})
+            if (file)
+                std::fclose(file);
+    }
+
+    void signal(int number) {
+        if (!ended())
+            kill(pid_, number);
+    }
+    bool ended() {
+        if (!ended_)
+            ended_ = waitpid(pid_, &status_, WNOHANG) == pid_;
+        return ended_;
+    }
+    /// Waits for the end. @return the exit code; 128 + the signal that killed it; -1 if it goes on and on
+    int exitCode(Duration patience = Patience) {
+        if (!waitFor([&] { return ended(); }, patience))
+            return -1;
+        return WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
+    }
+    /// What a captured program has written so far.
+    std::string out() const { return contents(out_); }
+    std::string err() const { return contents(err_); }
+
+private:
+    static std::string contents(std::FILE* file) {
+        std::string text;
+        char part[4096];
+        while (const ssize_t got = pread(fileno(file), part, sizeof part, static_cast<off_t>(text.size()))) {
+            if (got < 0)
+                throw std::runtime_error("cannot read a program's output");
+            text.append(part, static_cast<size_t>(got));
+        }
+        return text;
+    }
+
+    pid_t pid_ = -1;
+    int status_ = 0;
+    bool ended_ = false;
+    std::FILE* out_ = nullptr;
+    std::FILE* err_ = nullptr;
+};
+
+/// An Xvfb of its own, with one screen of 24 bits.
+class Server {
+public:
+    Server(int width, int height) {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            throw std::runtime_error("pipe failed");
+        const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
+        xvfb_.emplace(Words{"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size, "-nolisten",
+                            "tcp", "-noreset"},
+                      Program::Output::Captured, Environment{}, ends[1]);
+        close(ends[1]);
+        std::string number;
+        pollfd ready{ends[0], POLLIN, 0};
+        char c;
+        while (poll(&ready, 1, static_cast<int>(Patience.count())) > 0 && read(ends[0], &c, 1) == 1 &&
+               c != '\n')
+            number += c;
+        close(ends[0]);
+        if (number.empty())
+            throw std::runtime_error("Xvfb does not start (Debian package xvfb)\n" + xvfb_->err());
+        name_ = ":" + number;
+    }
+    const std::string& name() const { return name_; }
+
+private:
+    std::optional<Program> xvfb_;
+    std::string name_;
+};
+
+/// A user in front of a server's screen.
+class User {
+public:
+    explicit User(const std::string& serverName) {
+        // A window may vanish between being listed and being asked about.
+        XSetErrorHandler([](Display*, XErrorEvent*) { return 0; });
+        display_ = XOpenDisplay(serverName.c_str());
+        if (!display_)
+            throw std::runtime_error("cannot open display " + serverName);
+    }
+    User(const User&) = delete;
+    User& operator=(const User&) = delete;
+    ~User() { XCloseDisplay(display_); }
+
+    /// Looks for a visible window of this size, directly on the screen or inside others, and takes it as the
+    /// one to work with.
+    bool find(int width, int height) {
+        width_ = width;
+        height_ = height;
+        window_ = findBelow(root());
+        return window_ != 0;
+    }
+
+    /// What the screen shows in the window's place.
+    Image look() {
+        locate();
+        Image image{width_, height_, {}};
+        XImage* grabbed = XGetImage(display_, root(), left_, top_, static_cast<unsigned>(width_),
+                                    static_cast<unsigned>(height_), AllPlanes, ZPixmap);
+        if (!grabbed)
+            throw std::runtime_error("cannot see the window: it reaches out of the screen");
+        for (int y = 0; y < height_; ++y)
+            for (int x = 0; x < width_; ++x)
+                image.pixels.push_back(static_cast<uint32_t>(XGetPixel(grabbed, x, y)) & 0xFFFFFF);
+        XDestroyImage(grabbed);
+        return image;
+    }
+
+    /// Gives the window the keyboard, as a click on its title bar would.
+    void focus() {
+        XSetInputFocus(display_, window_, RevertToPointerRoot, CurrentTime);
+        XSync(display_, False);
+    }
+    void key(KeySym symbol, bool down) {
+        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, CurrentTime);
+        XSync(display_, False);
+    }
+    void type(KeySym symbol, int times = 1) {
+        for (int i = 0; i < 2 * times; ++i)
+            key(symbol, i % 2 == 0);
+    }
+    /// Buttons: 1 left, 4 wheel away from the user, 5 wheel towards the user.
+    void button(unsigned number, bool down) {
+        XTestFakeButtonEvent(display_, number, down, CurrentTime);
+        XSync(display_, False);
+    }
+    void click(unsigned number, int times = 1) {
+        for (int i = 0; i < 2 * times; ++i)
+            button(number, i % 2 == 0);
+    }
+    /// Moves the pointer to a place in the window.
+    void moveTo(int x, int y) {
+        locate();
+        XTestFakeMotionEvent(display_, -1, left_ + x, top_ + y, CurrentTime);
+        XSync(display_, False);
+    }
+    /// Drags with the left button, in a few steps.
+    void drag(int x0, int y0, int x1, int y1) {
+        moveTo(x0, y0);
+        button(1, true);
+        for (int step = 1; step <= 8; ++step)
+            moveTo(x0 + (x1 - x0) * step / 8, y0 + (y1 - y0) * step / 8);
+        button(1, false);
+    }
+    /// Presses the window's close button: what a window manager sends then.
+    void closeWindow() {
+        XEvent event{};
+        event.xclient.type = ClientMessage;
+        event.xclient.window = topLevel();
+        event.xclient.message_type = XInternAtom(display_, "WM_PROTOCOLS", False);
+        event.xclient.format = 32;
+        event.xclient.data.l[0] = static_cast<long>(XInternAtom(display_, "WM_DELETE_WINDOW", False));
+        XSendEvent(display_, event.xclient.window, False, NoEventMask, &event);
+        XSync(display_, False);
+    }
+
+private:
+    Window root() const { return DefaultRootWindow(display_); }
+
+    /// A full-screen window may be moved to the middle some time after it has appeared.
+    void locate() {
+        Window child;
+        XTranslateCoordinates(display_, window_, root(), 0, 0, &left_, &top_, &child);
+    }
+
+    std::vector<Window> children(Window window, Window* parent = nullptr) {
+        Window rootWindow, parentWindow = 0, *list = nullptr;
+        unsigned count = 0;
+        XQueryTree(display_, window, &rootWindow, &parentWindow, &list, &count);
+        std::vector<Window> found(list, list + count);
+        if (list)
+            XFree(list);
+        if (parent)
+            *parent = parentWindow;
+        return found;
+    }
+    Window findBelow(Window parent) {
+        for (Window window : children(parent)) {
+            XWindowAttributes is{};
+            if (!XGetWindowAttributes(display_, window, &is) || is.map_state != IsViewable)
+                continue;
+            if (Window inner = findBelow(window))
+                return inner;
+            if (is.width == width_ && is.height == height_)
+                return window;
+        }
+        return 0;
+    }
+    Window topLevel() {
+        Window window = window_, parent = 0;
+        while (children(window, &parent), parent && parent != root())
+            window = parent;
+        return window;
+    }
+
+    Display* display_ = nullptr;
+    Window window_ = 0;
+    int width_ = 0, height_ = 0, left_ = 0, top_ = 0;
+};
+
+} // namespace x11
