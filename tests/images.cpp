@@ -2,6 +2,8 @@
 #include "images.h"
 
 #include <algorithm>
+#include <csetjmp>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
@@ -223,6 +225,21 @@ BltContext contextFor(const model::Blit& blit, uint8_t* src, uint8_t* dst, uint8
     return ctx;
 }
 
+static sigjmp_buf beforeFault;
+
+bool faults(const std::function<void()>& work) {
+    struct sigaction action = {}, oldSegv = {}, oldBus = {};
+    action.sa_handler = [](int) { siglongjmp(beforeFault, 1); };
+    sigaction(SIGSEGV, &action, &oldSegv);
+    sigaction(SIGBUS, &action, &oldBus);
+    const bool fault = sigsetjmp(beforeFault, 1) != 0;
+    if (!fault)
+        work();
+    sigaction(SIGSEGV, &oldSegv, nullptr);
+    sigaction(SIGBUS, &oldBus, nullptr);
+    return fault;
+}
+
 DebugOutput::DebugOutput() {
     HOST_SetDebugSink([](const char* text, void* user) { *static_cast<std::string*>(user) += text; }, &text_);
 }
@@ -254,6 +271,9 @@ static constexpr long slowness = 1;
 
 long caseCount(long normal) {
     return fromEnvironment("ORMSEL_CASES", normal / slowness);
+}
+long stride() {
+    return fromEnvironment("ORMSEL_STRIDE", slowness == 1 ? 1 : 15);
 }
 uint64_t caseSeed() {
     return static_cast<uint64_t>(fromEnvironment("ORMSEL_SEED", 1));

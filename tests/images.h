@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -102,6 +103,9 @@ BltContext contextFor(const model::Blit& blit, uint8_t* src, uint8_t* dst, uint8
 
 std::string describe(const model::Blit& blit);
 
+// Whether running `work` ends in a memory fault. Work that faults is left where it stands.
+bool faults(const std::function<void()>& work);
+
 // Gathers the library's debug output while it lives.
 class DebugOutput {
 public:
@@ -115,8 +119,10 @@ private:
     std::string text_;
 };
 
-// How many random cases to run: ORMSEL_CASES when set, less under a sanitizer, else `normal`.
+// How many random cases to run: ORMSEL_CASES when set, else `normal`, or a twentieth under a sanitizer.
 long caseCount(long normal);
+// Every how many-th value an exhaustive test takes: 1, more under a sanitizer or as ORMSEL_STRIDE says.
+long stride();
 // The seed: ORMSEL_SEED when set. A single case: ORMSEL_CASE when set, else -1.
 uint64_t caseSeed();
 long singleCase();

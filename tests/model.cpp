@@ -29,6 +29,11 @@ void writeByte(Memory& memory, const Image& image, long at, uint32_t value) {
 
 // A number of `count` bytes in the host's byte order.
 uint32_t readNumber(const Memory& memory, const Image& image, long at, long count) {
+    if (count == 4 && at >= image.begin && at + 4 <= image.end) { // the same, faster
+        uint32_t word;
+        std::memcpy(&word, &memory.bytes[static_cast<size_t>(at)], 4);
+        return word;
+    }
     uint32_t value = 0;
     for (long i = 0; i < count; ++i)
         value = value << 8 | readByte(memory, image, at + (bigEndian ? i : count - 1 - i));
@@ -94,38 +99,6 @@ void storePixel(Memory& memory, const Image& dst, long at, uint32_t pixel) {
     writeNumber(memory, dst, at, static_cast<long>(dst.format.bytes), pixel);
     if (dst.format.bytes == 3)
         writeByte(memory, dst, at + 3, 0);
-}
-
-void generic(Memory& memory, const Blit& blit, uint32_t alphaFill) {
-    if (blit.alpha == 0)
-        return;
-    const Format& sf = blit.src.format;
-    const Format& df = blit.dst.format;
-    for (long y = 0; y < blit.height; ++y) {
-        for (long x = 0; x < blit.width; ++x) {
-            const long to = address(blit.dst, blit.dstX + x, blit.dstY + y);
-            const uint32_t s = readNumber(memory, blit.src, address(blit.src, blit.srcX + x, blit.srcY + y),
-                                          static_cast<long>(sf.bytes));
-            Weight weight;
-            if (blit.masked) {
-                const long at = blit.mask.first + (blit.srcY + y) * blit.mask.pitch + blit.srcX + x;
-                weight = weightByMask(readByte(memory, blit.mask, at), blit.alpha);
-            } else {
-                weight = weightByAlpha(alphaFill | extract(s, sf.a), blit.alpha);
-            }
-            if (weight.colour == 0)
-                continue;
-            uint32_t red = extract(s, sf.r), green = extract(s, sf.g), blue = extract(s, sf.b);
-            if (weight.colour != 255) {
-                const uint32_t d = readOldPixel(memory, blit.dst, to);
-                red = mix(red, extract(d, df.r), weight.colour);
-                green = mix(green, extract(d, df.g), weight.colour);
-                blue = mix(blue, extract(d, df.b), weight.colour);
-            }
-            storePixel(memory, blit.dst, to,
-                       put(red, df.r) | put(green, df.g) | put(blue, df.b) | put(weight.alphaField, df.a));
-        }
-    }
 }
 
 // ---- Routines for single pairs of formats ---------------------------------------------------------------
@@ -294,11 +267,11 @@ void alphaOntoA8R8G8B8(Memory& memory, const Blit& blit) {
 // By depth: 24 bits onto 16 draws twice, 24 bits onto 24 not at all.
 void drawByDepth(Memory& memory, const Blit& blit) {
     const uint32_t from = blit.src.format.bytes, onto = blit.dst.format.bytes;
-    if (from == 3 && onto == 3)
+    if ((from == 3 && onto == 3) || from == 1 || onto == 1)
         return;
-    generic(memory, blit, from == 4 ? 0 : 255);
+    drawGeneric(memory, blit, from == 4 ? 0 : 255);
     if (from == 3 && onto == 2)
-        generic(memory, blit, 0);
+        drawGeneric(memory, blit, 0);
 }
 
 } // namespace
@@ -320,6 +293,38 @@ const Format* bitmapFormat(uint32_t code) {
         if (format.code == code)
             return &format;
     return nullptr;
+}
+
+void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill) {
+    if (blit.alpha == 0)
+        return;
+    const Format& sf = blit.src.format;
+    const Format& df = blit.dst.format;
+    for (long y = 0; y < blit.height; ++y) {
+        for (long x = 0; x < blit.width; ++x) {
+            const long to = address(blit.dst, blit.dstX + x, blit.dstY + y);
+            const uint32_t s = readNumber(memory, blit.src, address(blit.src, blit.srcX + x, blit.srcY + y),
+                                          static_cast<long>(sf.bytes));
+            Weight weight;
+            if (blit.masked) {
+                const long at = blit.mask.first + (blit.srcY + y) * blit.mask.pitch + blit.srcX + x;
+                weight = weightByMask(readByte(memory, blit.mask, at), blit.alpha);
+            } else {
+                weight = weightByAlpha(alphaFill | extract(s, sf.a), blit.alpha);
+            }
+            if (weight.colour == 0)
+                continue;
+            uint32_t red = extract(s, sf.r), green = extract(s, sf.g), blue = extract(s, sf.b);
+            if (weight.colour != 255) {
+                const uint32_t d = readOldPixel(memory, blit.dst, to);
+                red = mix(red, extract(d, df.r), weight.colour);
+                green = mix(green, extract(d, df.g), weight.colour);
+                blue = mix(blue, extract(d, df.b), weight.colour);
+            }
+            storePixel(memory, blit.dst, to,
+                       put(red, df.r) | put(green, df.g) | put(blue, df.b) | put(weight.alphaField, df.a));
+        }
+    }
 }
 
 bool clip(Blit& b) {
@@ -353,9 +358,9 @@ void draw(Memory& memory, const Blit& blit) {
         alphaOntoR5G6B5(memory, blit);
     else if (onto == R5G6B5 && (from == R5G6B5 || from == R8G8B8 || from == 3))
         opaqueOntoR5G6B5(memory, blit);
-    else if (onto == R5G6B5)
-        generic(memory, blit, blit.src.format.bytes == 4 ? 0 : 255);
-    else
+    else if (onto == R5G6B5 && blit.src.format.bytes != 1)
+        drawGeneric(memory, blit, blit.src.format.bytes == 4 ? 0 : 255);
+    else if (onto != R5G6B5)
         drawByDepth(memory, blit);
 }
 

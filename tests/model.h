@@ -50,8 +50,11 @@ struct Blit {
 // Clips the request like the driver does; false when nothing is left to draw.
 bool clip(Blit& blit);
 
-// Draws a clipped blit.
+// Draws a clipped blit: what the dispatchers do, with and without a mask.
 void draw(Memory& memory, const Blit& blit);
+
+// What the generic routines do; alphaFill is ORed into the source's alpha.
+void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill);
 
 // The channel layout of the eight bitmap formats, nullptr for any other code.
 const Format* bitmapFormat(uint32_t code);
