@@ -6,10 +6,11 @@
 namespace ormsel {
 
 void runGeneric(const BltContext& ctx, uint32_t alphaFill) {
-    if (ctx.alpha == 0 || ctx.height <= 0 || ctx.width <= 0)
+    if (ctx.alpha == 0 || isEmpty(ctx))
         return;
-    const GenericBlit blit = {blockOf(ctx), &ctx.src, &ctx.dst, alphaFill};
-    kernelsFor(blit.block, ctx.src.bytesPerPixel, ctx.dst.bytesPerPixel).generic(blit);
+    Block block = blockOf(ctx, ctx.src.bytesPerPixel, ctx.dst.bytesPerPixel, 1);
+    block.alphaFill = alphaFill;
+    run(block, kernelsFor(block).generic);
 }
 
 } // namespace ormsel

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Zlib
 //
-// What the families of routines for pairs of formats share: the choice by constant alpha and flags, and the
-// row copy. A family's file names its formats; everything else is here, once.
+// What the families of routines for pairs of formats share: the choice by constant alpha and flags, the row
+// copy and the raw copies. A family's file names its formats; everything else is here, once.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include <proto/exec.h>
 
@@ -30,39 +32,43 @@ private:
     uint8_t* bytes_;
 };
 
+// Copies a row's pixels; bytes that the image doesn't have count as 0.
+inline void copyOldPixels(uint8_t* to, const Block& row) {
+    const size_t bytes = row.width * row.dstBytes;
+    size_t inside = bytes;
+    if (row.ends)
+        inside = std::min(bytes, static_cast<size_t>(std::max<ptrdiff_t>(row.ends->dst - row.dst, 0)));
+    std::memcpy(to, row.dst, inside);
+    std::memset(to + inside, 0, bytes - inside);
+}
+
 // Runs a kernel row by row with each destination row first copied into main memory, from where the kernel
 // then takes the old pixels: reading single pixels back from a graphics card is slow. Draws nothing when the
 // buffer can't be allocated. Only the row's own pixels are copied; no kernel looks at more.
-inline void runWithRowCopy(Block block, Kernel kernel, size_t bufferBytes) {
+inline void runWithRowCopy(Block row, Kernel kernel, size_t bufferBytes) {
     const RowCopy copy(bufferBytes);
     if (!copy.bytes())
         return;
-    const size_t rows = block.height;
-    block.height = 1;
-    block.old = copy.bytes();
-    for (size_t y = 0; y < rows; ++y) {
-        std::memcpy(copy.bytes(), block.dst, block.width * 2);
-        kernel(block);
-        block.src += block.srcPitch;
-        block.dst += block.dstPitch;
+    row.old = copy.bytes();
+    for (size_t rows = std::exchange(row.height, 1); rows; --rows) {
+        copyOldPixels(copy.bytes(), row);
+        run(row, kernel);
+        row.src += row.srcPitch;
+        row.dst += row.dstPitch;
     }
-}
-
-inline bool isEmpty(const BltContext& ctx) {
-    return ctx.width <= 0 || ctx.height <= 0;
 }
 
 // A 32-bit source with alpha onto R5G6B5. A destination in graphics-card memory is read through a row copy.
 inline unsigned long blendAlphaToRgb16(const BltContext& ctx, Source32 source) {
     if (ctx.alpha >> 3 == 0 || isEmpty(ctx))
         return 0;
-    Block block = blockOf(ctx);
+    Block block = blockOf(ctx, 4, 2, 4);
     block.alpha = rgb16AlphaFactor(ctx.alpha);
-    const Kernel kernel = kernelsFor(block, 4, 2).alphaToRgb16[source];
+    const Kernel kernel = kernelsFor(block).alphaToRgb16[source];
     if (ctx.dst.onBoard)
         runWithRowCopy(block, kernel, block.width * 4 + 8);
     else
-        kernel(block);
+        run(block, kernel);
     return 0;
 }
 
@@ -70,51 +76,61 @@ inline unsigned long blendAlphaToRgb16(const BltContext& ctx, Source32 source) {
 inline unsigned long blendRgb24ToRgb16(const BltContext& ctx, Source24 source) {
     if (ctx.alpha >> 3 == 0 || isEmpty(ctx))
         return 0;
-    Block block = blockOf(ctx);
+    Block block = blockOf(ctx, 3, 2, 2);
     block.alpha = ctx.alpha >> 3;
-    const Kernels& kernels = kernelsFor(block, 3, 2);
+    const Kernels& kernels = kernelsFor(block);
     if (block.alpha == 31)
-        kernels.convertToRgb16[source](block);
+        run(block, kernels.convertToRgb16[source]);
     else
         runWithRowCopy(block, kernels.mixToRgb16[source], block.width * 2 + 8);
     return 0;
 }
 
-// Copies words for CPY_32to32: rows that share no memory as one block each, or all of them as one where both
-// sides have no gaps.
-inline void copyRows(const Block& block, size_t rowBytes) {
+// Copies the rows of a block whose order is free, all of them as one where neither side has gaps.
+inline void copyRows(const Block& b) {
+    const size_t rowBytes = b.width * b.dstBytes;
     const auto gapless = static_cast<ptrdiff_t>(rowBytes);
-    if (block.srcPitch == gapless && block.dstPitch == gapless) {
-        std::memmove(block.dst, block.src, rowBytes * block.height);
-        return;
-    }
-    const uint8_t* src = block.src;
-    uint8_t* dst = block.dst;
-    for (size_t y = 0; y < block.height; ++y, src += block.srcPitch, dst += block.dstPitch)
-        std::memmove(dst, src, rowBytes);
+    const bool one = b.srcPitch == gapless && b.dstPitch == gapless;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    for (size_t rows = one ? 1 : b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch)
+        std::memmove(dst, src, one ? rowBytes * b.height : rowBytes);
 }
 
-// Copies a rectangle word by word, whatever the words mean, in units of 64 bits and, where the width is odd,
-// a last word: an odd width takes the two words to the right of each row with it.
+// Copies the rows of a block in units of 64 bits, each read whole before it is stored, and single pixels
+// behind them.
+template <size_t PixelBytes>
+void copyRowsInUnits(const Block& b) {
+    const size_t rowBytes = b.width * PixelBytes;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch) {
+        size_t i = 0;
+        for (; i + 8 <= rowBytes; i += 8)
+            store64(dst + i, load64(src + i));
+        for (; i < rowBytes; i += PixelBytes) {
+            uint8_t pixel[PixelBytes];
+            std::memcpy(pixel, src + i, PixelBytes);
+            std::memcpy(dst + i, pixel, PixelBytes);
+        }
+    }
+}
+
+template <size_t PixelBytes>
+void copyBlock(const Block& block) {
+    run(block, orderIsFree(block) ? copyRows : copyRowsInUnits<PixelBytes>);
+}
+
+// Copies a rectangle word by word, whatever the words mean, in units of two words and then one more word
+// where the width is odd: an odd width takes the two words to the right of each row with it.
 //
 // Each file that includes this has a copy of its own.
 static inline unsigned long CPY_32to32(const BltContext* ctx) {
     if (isEmpty(*ctx))
         return 0;
-    Block block = blockOf(*ctx);
-    const size_t units = (block.width + 1) / 2, words = 2 * units + block.width % 2;
-    Block touched = block;
-    touched.width = words;
-    if (orderIsFree(touched, 4, 4)) {
-        copyRows(block, words * 4);
-        return 0;
-    }
-    for (size_t y = 0; y < block.height; ++y, block.src += block.srcPitch, block.dst += block.dstPitch) {
-        for (size_t i = 0; i < units; ++i)
-            store64(block.dst + 8 * i, load64(block.src + 8 * i));
-        if (block.width % 2)
-            store32(block.dst + 8 * units, load32(block.src + 8 * units));
-    }
+    Block block = blockOf(*ctx, 4, 4, 2);
+    block.width += block.width % 2 * 2;
+    copyBlock<4>(block);
     return 0;
 }
 
@@ -124,8 +140,8 @@ static inline unsigned long blendAlphaToArgb32(const BltContext& ctx, Source32 s
         return CPY_32to32(&ctx);
     if (ctx.alpha == 0 || isEmpty(ctx))
         return 0;
-    const Block block = blockOf(ctx);
-    kernelsFor(block, 4, 4).alphaToArgb32[source](block);
+    const Block block = blockOf(ctx, 4, 4, 2);
+    run(block, kernelsFor(block).alphaToArgb32[source]);
     return 0;
 }
 

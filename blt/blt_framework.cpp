@@ -10,7 +10,7 @@
 
 #include <ormsel/ormsel_utils.h>
 
-#include "blt_bounds.h"
+#include "blt_block.h"
 #include "blt_layouts.h"
 #include "blt_routines.h"
 
@@ -313,10 +313,13 @@ unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY, Dst* dst, short ds
     unsigned long result = 0;
     if (BLT_InitContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
         havePixels(ctx, mask != nullptr)) {
-        if (BLT_StaysInside(ctx, mask ? rowsOf(mask) : 0))
+        const long maskRows = mask ? rowsOf(mask) : 0;
+        if (BLT_StaysInside(ctx, maskRows)) {
             result = routine(&ctx);
-        else
-            result = BLT_RunInside(ctx, routine, {rowsOf(src), rowsOf(dst), mask ? rowsOf(mask) : 0});
+        } else {
+            const BltBoundedContext bounded(ctx, rowsOf(src), rowsOf(dst), maskRows);
+            result = routine(&bounded.ctx);
+        }
     }
     BLT_FreeContext(ctx, src, dst, mask);
     return result;

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "blt_arith.h"
-#include "blt_kernels.h"
+#include "blt_block.h"
 
 namespace ormsel {
 
@@ -16,9 +16,9 @@ public:
         uint32_t effective, field;
     };
 
-    explicit GenericRule(const GenericBlit& blit)
-        : src_(channels(*blit.src)), dst_(channels(*blit.dst)), constant_(blit.block.alpha),
-          alphaFill_(blit.alphaFill) {}
+    explicit GenericRule(const Block& block)
+        : src_(channels(*block.srcFormat)), dst_(channels(*block.dstFormat)), constant_(block.alpha),
+          alphaFill_(block.alphaFill) {}
 
     // By the source's own alpha. An alpha channel whose shift and loss don't match its mask can give more
     // than 8 bits; they are cut only under a constant alpha of 255.

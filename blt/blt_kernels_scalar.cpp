@@ -51,9 +51,8 @@ void storePixel(uint8_t* p, uint32_t v) {
 }
 
 template <int SrcBytes, int DstBytes, bool Masked>
-void genericRows(const GenericBlit& blit) {
-    const Block& b = blit.block;
-    const GenericRule rule(blit);
+void genericRows(const Block& b) {
+    const GenericRule rule(b);
     for (size_t y = 0; y < b.height; ++y) {
         const auto row = static_cast<ptrdiff_t>(y);
         const uint8_t* src = b.src + row * b.srcPitch;
@@ -71,15 +70,14 @@ void genericRows(const GenericBlit& blit) {
 }
 
 template <bool Masked>
-constexpr GenericKernel kGenericRows[3][3] = {
+constexpr Kernel kGenericRows[3][3] = {
     {genericRows<2, 2, Masked>, genericRows<2, 3, Masked>, genericRows<2, 4, Masked>},
     {genericRows<3, 2, Masked>, nullptr, genericRows<3, 4, Masked>},
     {genericRows<4, 2, Masked>, genericRows<4, 3, Masked>, genericRows<4, 4, Masked>},
 };
 
-void generic(const GenericBlit& blit) {
-    const size_t s = blit.src->bytesPerPixel - 2, d = blit.dst->bytesPerPixel - 2;
-    (blit.block.mask ? kGenericRows<true> : kGenericRows<false>)[s][d](blit);
+void generic(const Block& b) {
+    (b.mask ? kGenericRows<true> : kGenericRows<false>)[b.srcBytes - 2][b.dstBytes - 2](b);
 }
 
 } // namespace

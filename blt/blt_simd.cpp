@@ -1,10 +1,51 @@
 // SPDX-License-Identifier: Zlib
-#include "blt_simd.h"
+//
+// The vector kernels, compiled once for each processor target: the lines below include this file again for
+// every one of them.
+#ifndef ORMSEL_SCALAR_ONLY
+
+#    define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
+#    undef HWY_TARGET_INCLUDE
+#    define HWY_TARGET_INCLUDE "blt_simd.cpp"
+#    include <hwy/foreach_target.h>
+
+#    include <hwy/highway.h>
+
+#    if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+#        include "blt_rows-inl.h"
+#    endif
+
+#endif
+
+#if defined(ORMSEL_SCALAR_ONLY) || HWY_ONCE
+
+#    include "blt_simd.h"
 
 namespace ormsel {
 
-size_t simdKernels(const Kernels**, size_t) {
-    return 0;
+size_t simdKernels([[maybe_unused]] const Kernels** list, [[maybe_unused]] size_t most) {
+    size_t count = 0;
+#    ifndef ORMSEL_SCALAR_ONLY
+    [[maybe_unused]] const auto offer = [&](uint32_t target, const Kernels& kernels) {
+        if (hwy::SupportedTargets() & target && count < most)
+            list[count++] = &kernels;
+    };
+#        if HWY_TARGETS & HWY_AVX3
+    offer(HWY_AVX3, N_AVX3::kKernels);
+#        endif
+#        if HWY_TARGETS & HWY_AVX2
+    offer(HWY_AVX2, N_AVX2::kKernels);
+#        endif
+#        if HWY_TARGETS & HWY_SSE4
+    offer(HWY_SSE4, N_SSE4::kKernels);
+#        endif
+#        if HWY_TARGETS & HWY_NEON
+    offer(HWY_NEON, N_NEON::kKernels);
+#        endif
+#    endif
+    return count;
 }
 
 } // namespace ormsel
+
+#endif

@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: Zlib
+#include "blt_block.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <ormsel/ormsel.h>
+
+namespace ormsel {
+
+// --- From a context -----------------------------------------------------------------------------------
+
+namespace {
+
+const BltBoundedContext* boundedFrom(const BltContext& ctx) {
+    return ctx.size == sizeof(BltBoundedContext) ? reinterpret_cast<const BltBoundedContext*>(&ctx) : nullptr;
+}
+
+uint8_t* pixelAt(uint8_t* pixels, ptrdiff_t pitch, int32_t x, int32_t y, size_t bytes) {
+    return pixels + y * pitch + x * static_cast<ptrdiff_t>(bytes);
+}
+
+} // namespace
+
+Block blockOf(const BltContext& ctx, size_t srcBytes, size_t dstBytes, size_t unit) {
+    const BltBoundedContext* bounded = boundedFrom(ctx);
+    Block b;
+    b.srcPitch = bounded ? bounded->srcPitch : ctx.src.pitch;
+    b.dstPitch = b.oldPitch = bounded ? bounded->dstPitch : ctx.dst.pitch;
+    b.maskPitch = bounded ? bounded->maskPitch : ctx.maskPitch;
+    b.src = pixelAt(ctx.src.pixels, b.srcPitch, ctx.srcX, ctx.srcY, srcBytes);
+    b.old = b.dst = pixelAt(ctx.dst.pixels, b.dstPitch, ctx.dstX, ctx.dstY, dstBytes);
+    b.mask = ctx.maskPixels ? pixelAt(ctx.maskPixels, b.maskPitch, ctx.srcX, ctx.srcY, 1) : nullptr;
+    b.width = static_cast<size_t>(ctx.width);
+    b.height = static_cast<size_t>(ctx.height);
+    b.srcBytes = srcBytes;
+    b.dstBytes = dstBytes;
+    b.unit = unit;
+    b.alpha = ctx.alpha;
+    b.alphaFill = 0;
+    b.srcFormat = &ctx.src;
+    b.dstFormat = &ctx.dst;
+    b.ends = bounded ? &bounded->ends : nullptr;
+    return b;
+}
+
+// --- One memory for several images --------------------------------------------------------------------
+
+namespace {
+
+// A store of a 24-bit pixel writes one byte behind it.
+size_t writtenBytes(const Block& b) {
+    return b.width * b.dstBytes + (b.dstBytes == 3);
+}
+
+// The bytes that rows span, from the lowest address to behind the highest.
+struct Span {
+    uintptr_t begin, end;
+
+    Span(const uint8_t* first, ptrdiff_t pitch, size_t rows, size_t rowBytes) {
+        const auto start = reinterpret_cast<uintptr_t>(first);
+        const uintptr_t last =
+            start + static_cast<uintptr_t>(pitch) * (rows - 1); // wraps for negative pitches
+        begin = std::min(start, last);
+        end = std::max(start, last) + rowBytes;
+    }
+    bool meets(const Span& other) const { return begin < other.end && other.begin < end; }
+};
+
+// Whether rows that two sides walk with one pitch in one memory stay in columns of their own.
+bool columnsApart(uintptr_t low, size_t lowBytes, uintptr_t high, size_t highBytes, size_t pitch) {
+    const size_t right = (high - low) % pitch;
+    return right >= lowBytes && right + highBytes <= pitch;
+}
+
+} // namespace
+
+bool orderIsFree(const Block& b) {
+    const size_t srcRow = b.width * b.srcBytes, dstRow = writtenBytes(b);
+    const Span dst(b.dst, b.dstPitch, b.height, dstRow);
+    if (b.mask && Span(b.mask, b.maskPitch, b.height, b.width).meets(dst))
+        return false;
+    if (!Span(b.src, b.srcPitch, b.height, srcRow).meets(dst))
+        return true;
+    const auto pitch = static_cast<size_t>(b.dstPitch);
+    if (b.srcPitch != b.dstPitch || b.dstPitch <= 0 || pitch < dstRow)
+        return false;
+    const auto s = reinterpret_cast<uintptr_t>(b.src), d = reinterpret_cast<uintptr_t>(b.dst);
+    if (d > s)
+        return columnsApart(s, srcRow, d, dstRow, pitch);
+    // Pixels that move down in memory, or stay, are read before anything is written over them.
+    return b.srcBytes == b.dstBytes || columnsApart(d, dstRow, s, srcRow, pitch);
+}
+
+// --- Staying inside -----------------------------------------------------------------------------------
+
+namespace {
+
+// One image as a block sees it, in bytes counted from the rectangle's first pixel.
+class Side {
+public:
+    Side(const uint8_t* first, ptrdiff_t pitch, size_t bytes, const uint8_t* end, size_t reach = 0)
+        : pitch_(static_cast<size_t>(pitch)), bytes_(bytes), reach_(reach),
+          size_(first < end ? static_cast<size_t>(end - first) : 0) {}
+
+    size_t offset(size_t row, size_t column) const { return row * pitch_ + column * bytes_; }
+    size_t bytesOf(size_t pixels) const { return pixels * bytes_ + reach_; }
+
+    // How many bytes lie inside from a pixel on.
+    size_t left(size_t row, size_t column) const {
+        const size_t from = offset(row, column);
+        return from < size_ ? size_ - from : 0;
+    }
+
+    // How many rows lie inside as a whole, counted from the first.
+    size_t wholeRows(size_t width, size_t height) const {
+        if (size_ < bytesOf(width))
+            return 0;
+        return pitch_ ? std::min(height, (size_ - bytesOf(width)) / pitch_ + 1) : height;
+    }
+
+    // How many pixels of a row lie inside as a whole, counted from the first.
+    size_t wholePixels(size_t row, size_t width) const {
+        const size_t bytes = left(row, 0);
+        return bytes < reach_ ? 0 : std::min(width, (bytes - reach_) / bytes_);
+    }
+
+private:
+    size_t pitch_, bytes_, reach_, size_;
+};
+
+// A few pixels of one image on the stack, with zeros for the bytes that the image doesn't have.
+class Scratch {
+public:
+    Scratch(const uint8_t* home, size_t inside) : inside_(std::min(inside, sizeof bytes_)) {
+        if (inside_) // home is null where there is no mask
+            std::memcpy(bytes_, home, inside_);
+    }
+    uint8_t* bytes() { return bytes_; }
+    void writeBack(uint8_t* home) const { std::memcpy(home, bytes_, inside_); }
+
+private:
+    size_t inside_;
+    alignas(8) uint8_t bytes_[16] = {}; // a unit of four pixels of 32 bits; or one of 24 bits and a byte
+};
+
+class PieceRunner {
+public:
+    PieceRunner(const Block& block, Kernel kernel)
+        : block_(block), kernel_(kernel), src_(block.src, block.srcPitch, block.srcBytes, block.ends->src),
+          dst_(block.dst, block.dstPitch, block.dstBytes, block.ends->dst, block.dstBytes == 3),
+          mask_(block.mask, block.maskPitch, 1, block.ends->mask) {}
+
+    void run() const {
+        size_t row = std::min(src_.wholeRows(block_.width, block_.height),
+                              dst_.wholeRows(block_.width, block_.height));
+        if (block_.mask)
+            row = std::min(row, mask_.wholeRows(block_.width, block_.height));
+        runInPlace(0, block_.width, row);
+        for (; row < block_.height && drawsIn(row); ++row)
+            runEdgeRow(row);
+    }
+
+private:
+    // Whether any pixel of a row can be drawn; if not, none of the later rows has one either.
+    bool drawsIn(size_t row) const { return dst_.left(row, 0) && (!block_.mask || mask_.left(row, 0)); }
+
+    void runEdgeRow(size_t row) const {
+        const size_t width = block_.width, inUnits = width - width % block_.unit;
+        size_t column = std::min(src_.wholePixels(row, width), dst_.wholePixels(row, width));
+        if (block_.mask)
+            column = std::min(column, mask_.wholePixels(row, width));
+        if (column < inUnits)
+            column -= column % block_.unit;
+        runInPlace(row, column, 1);
+        while (column < width) {
+            const size_t pixels = column < inUnits ? block_.unit : 1;
+            runOnStack(row, column, pixels);
+            column += pixels;
+        }
+    }
+
+    Block piece(size_t row, size_t column, size_t width, size_t height) const {
+        Block b = block_;
+        b.src += src_.offset(row, column);
+        b.dst += dst_.offset(row, column);
+        b.old += static_cast<ptrdiff_t>(row) * b.oldPitch + static_cast<ptrdiff_t>(column * b.dstBytes);
+        b.mask = b.mask ? b.mask + mask_.offset(row, column) : nullptr;
+        b.width = width;
+        b.height = height;
+        return b;
+    }
+
+    void runInPlace(size_t row, size_t width, size_t height) const {
+        if (width && height)
+            kernel_(piece(row, 0, width, height));
+    }
+
+    void runOnStack(size_t row, size_t column, size_t width) const {
+        Block b = piece(row, column, width, 1);
+        uint8_t* home = b.dst;
+        Scratch src(b.src, std::min(src_.bytesOf(width), src_.left(row, column)));
+        Scratch dst(home, std::min(dst_.bytesOf(width), dst_.left(row, column)));
+        Scratch mask(b.mask, b.mask ? std::min(width, mask_.left(row, column)) : 0);
+        b.src = src.bytes();
+        b.dst = dst.bytes();
+        b.old = block_.old == block_.dst ? dst.bytes() : b.old;
+        b.mask = b.mask ? mask.bytes() : nullptr;
+        kernel_(b);
+        dst.writeBack(home);
+    }
+
+    const Block& block_;
+    Kernel kernel_;
+    Side src_, dst_, mask_;
+};
+
+// The pitch as the image means it: a surface's has 16 bits without a sign, and a bitmap's is stored so.
+ptrdiff_t unsignedPitch(int16_t pitch) {
+    return static_cast<uint16_t>(pitch);
+}
+
+bool rowsEndInTime(int16_t pitch, int32_t x, int32_t width, uint32_t bytes, size_t reach) {
+    return pitch >= 0 && (static_cast<size_t>(x) + static_cast<size_t>(width)) * bytes + reach <=
+                             static_cast<size_t>(pitch);
+}
+
+} // namespace
+
+void runInside(const Block& block, Kernel kernel) {
+    PieceRunner(block, kernel).run();
+}
+
+} // namespace ormsel
+
+using namespace ormsel;
+
+BltBoundedContext::BltBoundedContext(const BltContext& bare, long srcRows, long dstRows, long maskRows)
+    : ctx(bare), srcPitch(unsignedPitch(bare.src.pitch)), dstPitch(unsignedPitch(bare.dst.pitch)),
+      maskPitch(unsignedPitch(bare.maskPitch)), ends{bare.src.pixels + srcPitch * srcRows,
+                                                     bare.dst.pixels + dstPitch * dstRows,
+                                                     bare.maskPixels ? bare.maskPixels + maskPitch * maskRows
+                                                                     : nullptr} {
+    ctx.size = sizeof *this;
+}
+
+bool BLT_StaysInside(const BltContext& ctx, long maskRows) {
+    // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
+    const size_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 && !ctx.maskPixels ? 8 : 0;
+    const size_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
+    return rowsEndInTime(ctx.src.pitch, ctx.srcX, ctx.width, ctx.src.bytesPerPixel, copied) &&
+           rowsEndInTime(ctx.dst.pitch, ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, stored) &&
+           (!ctx.maskPixels || (rowsEndInTime(ctx.maskPitch, ctx.srcX, ctx.width, 1, 0) &&
+                                ctx.srcY + static_cast<long>(ctx.height) <= maskRows));
+}

@@ -1,0 +1,277 @@
+// SPDX-License-Identifier: Zlib
+//
+// The vector vocabulary of the kernels, on top of Highway: the only file with target conditionals and
+// instructions of one processor. Included once for each target; every name lives in the target's namespace.
+
+#if defined(ORMSEL_BLT_VEC_INL_H) == defined(HWY_TARGET_TOGGLE)
+#    ifdef ORMSEL_BLT_VEC_INL_H
+#        undef ORMSEL_BLT_VEC_INL_H
+#    else
+#        define ORMSEL_BLT_VEC_INL_H
+#    endif
+
+#    include <hwy/highway.h>
+
+#    include <cstdint>
+#    include <cstring>
+#    include <type_traits>
+
+HWY_BEFORE_NAMESPACE();
+namespace ormsel::HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using D8 = hn::ScalableTag<uint8_t>;
+using D16 = hn::ScalableTag<uint16_t>;
+using D32 = hn::ScalableTag<uint32_t>;
+using D64 = hn::ScalableTag<uint64_t>;
+using V8 = hn::Vec<D8>;
+using V16 = hn::Vec<D16>;
+using V32 = hn::Vec<D32>;
+using M32 = hn::Mask<D32>;
+
+// Half as many 16-bit lanes as fit: one for each 32-bit lane of a whole vector.
+using H16 = hn::Rebind<uint16_t, D32>;
+using H8 = hn::Rebind<uint8_t, D32>;
+
+constexpr size_t kLanes32 = HWY_MAX_BYTES / 4; // all targets used here have a fixed size
+constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
+
+// Whether rows end with one masked step. Elsewhere the scalar row functions take the last pixels.
+constexpr bool kMaskedRowEnds = HWY_TARGET == HWY_AVX3;
+
+template <class To, class V>
+HWY_INLINE auto as(To d, V v) {
+    return hn::BitCast(d, v);
+}
+
+// --- Loads and stores ---------------------------------------------------------------------------------
+
+// How many lanes of a step count: all of them, or, in the masked step at the end of a row, the first few.
+struct Whole {};
+struct First {
+    size_t count;
+    // What is left for the lanes behind the first n.
+    First after(size_t n) const { return {count > n ? count - n : 0}; }
+};
+
+template <class D>
+HWY_INLINE auto loadAt(D d, const uint8_t* p) {
+    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+}
+
+template <class D, class V>
+HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
+    hn::StoreU(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+}
+
+// Lanes from memory where the mask is set, 0 elsewhere; on targets with masked row ends nothing else is read.
+template <class D, class M>
+HWY_INLINE auto loadWhere(D d, M mask, const uint8_t* p) {
+    return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+}
+
+// Stores the lanes whose mask is set and touches no other byte.
+template <class D, class V, class M>
+HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
+    using T = hn::TFromD<D>;
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+    if constexpr (HWY_TARGET == HWY_AVX3 || sizeof(T) >= 4) {
+        hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+        return;
+    }
+#    endif
+    if (hn::AllTrue(d, mask)) {
+        storeAt(d, v, p);
+        return;
+    }
+    alignas(HWY_MAX_BYTES) T lanes[HWY_MAX_BYTES / sizeof(T)];
+    uint8_t bytes[8] = {};
+    hn::Store(v, d, lanes);
+    hn::StoreMaskBits(d, mask, bytes);
+    uint64_t bits = 0;
+    std::memcpy(&bits, bytes, sizeof bits);
+    for (; bits; bits &= bits - 1) {
+        const auto i = static_cast<size_t>(__builtin_ctzll(bits));
+        std::memcpy(p + i * sizeof(T), lanes + i, sizeof(T));
+    }
+}
+
+template <class D>
+HWY_INLINE auto loadLanes(D d, const uint8_t* p, Whole) {
+    return loadAt(d, p);
+}
+
+template <class D>
+HWY_INLINE auto loadLanes(D d, const uint8_t* p, First lanes) {
+    return loadWhere(d, hn::FirstN(d, lanes.count), p);
+}
+
+template <class D, class M>
+HWY_INLINE M onlyLanes(D, M mask, Whole) {
+    return mask;
+}
+
+template <class D, class M>
+HWY_INLINE M onlyLanes(D d, M mask, First lanes) {
+    return hn::And(mask, hn::FirstN(d, lanes.count));
+}
+
+template <class D, class V>
+HWY_INLINE void storeLanes(D d, V v, uint8_t* p, Whole) {
+    storeAt(d, v, p);
+}
+
+template <class D, class V>
+HWY_INLINE void storeLanes(D d, V v, uint8_t* p, First lanes) {
+    storeWhere(d, v, hn::FirstN(d, lanes.count), p);
+}
+
+// One 24-bit pixel value in each 32-bit lane; reads exactly 3 bytes a lane. The top bytes are 0.
+template <class Lanes>
+HWY_INLINE V32 load24(const uint8_t* p, Lanes lanes) {
+    const D32 d32;
+    const D8 d8;
+    alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
+                                                        6, 7, 8, 0x80, 9, 10, 11, 0x80};
+    const auto spread = hn::LoadDup128(d8, kSpread);
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+    // Three of four words hold pixels; each block of 16 bytes gets its own three.
+    alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
+    V32 packed;
+    if constexpr (std::is_same_v<Lanes, Whole>)
+        packed = loadWhere(d32, hn::FirstN(d32, kLanes32 / 4 * 3), p);
+    else
+        packed = as(d32, loadWhere(d8, hn::FirstN(d8, lanes.count * 3), p));
+    const auto blocks = hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kBlocks));
+    return as(d32, hn::TableLookupBytesOr0(as(d8, blocks), spread));
+#    else
+    (void)lanes;
+    uint32_t words[4] = {};
+    std::memcpy(words, p, 12);
+    return as(d32, hn::TableLookupBytesOr0(as(d8, hn::LoadU(d32, words)), spread));
+#    endif
+}
+
+// Stores each lane's low three bytes one after the other, and a zero byte behind the last.
+HWY_INLINE void store24AndZero(V32 v, uint8_t* p) {
+    const D32 d32;
+    const D8 d8;
+    alignas(16) static constexpr uint8_t kPack[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                                      10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
+    const auto packed = as(d32, hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kPack)));
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+    alignas(64) static constexpr int32_t kGather[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 3, 3, 3};
+    alignas(64) static constexpr int32_t kGather8[8] = {0, 1, 2, 4, 5, 6, 3, 3};
+    const auto gathered =
+        hn::TableLookupLanes(packed, hn::SetTableIndices(d32, HWY_TARGET == HWY_AVX3 ? kGather : kGather8));
+    storeWhere(d32, gathered, hn::FirstN(d32, kLanes32 / 4 * 3), p);
+#    else
+    uint32_t words[4];
+    hn::StoreU(packed, d32, words);
+    std::memcpy(p, words, 12);
+#    endif
+    p[3 * kLanes32] = 0;
+}
+
+// --- Arithmetic ---------------------------------------------------------------------------------------
+
+// Byte shuffles within 16-byte blocks; an index of 0x80 gives 0.
+struct Shuffle {
+    V8 index;
+
+    HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
+};
+
+// The shuffle that moves, in every 32-bit lane, byte from[i] to byte i.
+HWY_INLINE Shuffle shuffleOfBytes(const uint8_t (&from)[4]) {
+    alignas(16) uint8_t index[16];
+    for (uint8_t i = 0; i < 16; ++i)
+        index[i] = from[i % 4] & 0x80 ? 0x80 : static_cast<uint8_t>(from[i % 4] + i / 4 * 4);
+    return {hn::LoadDup128(D8(), index)};
+}
+
+// For each 16-bit lane the sum of two products of its bytes: unsigned ones of x with those of w, which must
+// be at most 127. The sum must stay below 2^15.
+HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
+    const D16 d16;
+#    if HWY_TARGET == HWY_AVX3
+    return V16{_mm512_maddubs_epi16(x.raw, w.raw)};
+#    elif HWY_TARGET == HWY_AVX2
+    return V16{_mm256_maddubs_epi16(x.raw, w.raw)};
+#    elif HWY_TARGET == HWY_SSE4
+    return V16{_mm_maddubs_epi16(x.raw, w.raw)};
+#    else
+    const auto low = hn::Set(d16, 0xFF);
+    return hn::And(x, low) * hn::And(w, low) + hn::ShiftRight<8>(x) * hn::ShiftRight<8>(w);
+#    endif
+}
+
+// Bits of a where the mask has ones, of b elsewhere.
+template <class V>
+HWY_INLINE V select(V mask, V a, V b) {
+#    if HWY_TARGET == HWY_AVX3
+    return V{_mm512_ternarylogic_epi64(mask.raw, a.raw, b.raw, 0xCA)};
+#    else
+    return hn::Or(hn::And(mask, a), hn::AndNot(mask, b));
+#    endif
+}
+
+#    if HWY_TARGET == HWY_AVX3
+// storeGroups() on a bit for each pixel.
+HWY_INLINE uint32_t pixelsOfStoredWords(uint32_t drawn) {
+    const uint32_t low = drawn & 0x55555555, high = drawn >> 1 & 0x55555555;
+    const uint32_t any = low | high, one = low ^ high;
+    return (any | (one & 0x11111111) << 2 | (one >> 2 & 0x11111111)) * 3;
+}
+#    endif
+
+// Stores pixels of R5G6B5 as alphaRowToRgb16() does, in words of two; drawn holds a non-zero value in each
+// lane to be drawn. A word is left alone when none of its pixels is drawn and the other word of its group of
+// four has none or both; so the words stored are those with a drawn pixel and those beside a word with just
+// one.
+HWY_INLINE void storeGroups(V16 out, V16 drawn, uint8_t* p, Whole) {
+#    if HWY_TARGET == HWY_AVX3
+    const uint32_t pixels = pixelsOfStoredWords(_cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw)));
+    _mm512_mask_storeu_epi16(p, _cvtu32_mask32(pixels), out.raw);
+#    else
+    const D16 d16;
+    const D32 d32;
+    const auto lanes = as(d32, hn::VecFromMask(d16, hn::Ne(drawn, hn::Zero(d16))));
+    const auto none = hn::Eq(lanes, hn::Zero(d32));
+    const auto whole = hn::Eq(lanes, hn::Set(d32, 0xFFFFFFFF));
+    const auto one = hn::VecFromMask(d32, hn::Not(hn::Or(none, whole)));
+    storeWhere(d32, as(d32, out), hn::Or(hn::Not(none), hn::MaskFromVec(hn::Reverse2(d32, one))), p);
+#    endif
+}
+
+// The end of a row: its groups of four as ever, then single pixels.
+HWY_INLINE void storeGroups(V16 out, V16 drawn, uint8_t* p, First lanes) {
+#    if HWY_TARGET == HWY_AVX3
+    const uint32_t all = (1U << lanes.count) - 1, grouped = (1U << (lanes.count & ~size_t{3})) - 1;
+    const uint32_t pixels = _cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw)) & all;
+    const uint32_t stored = (pixelsOfStoredWords(pixels) & grouped) | (pixels & ~grouped);
+    _mm512_mask_storeu_epi16(p, _cvtu32_mask32(stored), out.raw);
+#    else
+    static_assert(!kMaskedRowEnds);
+    (void)out, (void)drawn, (void)p, (void)lanes;
+#    endif
+}
+
+// Stores pixels of A8R8G8B8 in pairs of which at least one is drawn, as alphaRowToArgb32() does.
+HWY_INLINE void storePairs(V32 out, V32 drawn, uint8_t* p, Whole) {
+    const D64 d64;
+    storeWhere(d64, as(d64, out), hn::Ne(as(d64, drawn), hn::Zero(d64)), p);
+}
+
+// The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0 in drawn.
+HWY_INLINE void storePairs(V32 out, V32 drawn, uint8_t* p, First lanes) {
+    const D32 d32;
+    const auto pair = hn::Or(drawn, hn::Reverse2(d32, drawn));
+    storeWhere(d32, out, onlyLanes(d32, hn::Ne(pair, hn::Zero(d32)), lanes), p);
+}
+
+} // namespace ormsel::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif
