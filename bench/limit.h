@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Zlib
+//
+// The memory's own limit: a loop that reads what a row reads and writes what it writes, and computes nothing.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace bench {
+
+// What moves for each pixel.
+struct Traffic {
+    size_t srcBytes, dstBytes;
+    bool readsDestination;
+    bool mask; // one byte more
+};
+
+// Pixels come in multiples of 64.
+using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
+
+// The loop with the widest vectors of this processor.
+LimitLoop limitLoop(const Traffic& traffic);
+size_t limitVectorBytes();
+
+template <size_t Width>
+LimitLoop limitLoopOfWidth(const Traffic& traffic);
+
+} // namespace bench
