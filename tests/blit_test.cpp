@@ -6,12 +6,10 @@
 #include <cstring>
 #include <optional>
 
-#include <graphics/rastport.h>
 #include <gtest/gtest.h>
 #include <host/testing.h>
 
-#include "ormsel/ormsel.h"
-#include "tests/images.h"
+#include "tests/entries.h"
 
 namespace {
 
@@ -31,21 +29,6 @@ struct Geometry {
     long bytes() const { return pitch * height; }
 };
 
-enum class Entry {
-    Surface,
-    SurfaceMask,
-    SurfaceToBitmap,
-    BitmapToSurface,
-    Bitmap,
-    BitmapMask,
-    SurfaceToRastPort,
-    BitmapToRastPort,
-    Array
-};
-constexpr Entry entries[] = {Entry::Surface,           Entry::SurfaceMask,      Entry::SurfaceToBitmap,
-                             Entry::BitmapToSurface,   Entry::Bitmap,           Entry::BitmapMask,
-                             Entry::SurfaceToRastPort, Entry::BitmapToRastPort, Entry::Array};
-
 // One random blit, drawn by the library and by the model.
 class Case {
 public:
@@ -64,22 +47,14 @@ public:
             model::draw(memory, clipped);
         if (allocates)
             HOST_FailAllocations(allowed, 1000000);
-        const unsigned long result = call();
+        const unsigned long result = callEntry(entry_, blit_, *sourcePicture_, target(),
+                                               blit_.masked ? &*maskPicture_ : nullptr, sourceFirst_, carry_);
         if (allocates)
             HOST_FailAllocations(0, 0);
         return check(before, memory, result, output.take());
     }
 
 private:
-    bool sourceIsSurface() const {
-        return entry_ == Entry::Surface || entry_ == Entry::SurfaceMask || entry_ == Entry::SurfaceToBitmap ||
-               entry_ == Entry::SurfaceToRastPort || entry_ == Entry::Array;
-    }
-    bool destinationIsSurface() const {
-        return entry_ == Entry::Surface || entry_ == Entry::SurfaceMask || entry_ == Entry::BitmapToSurface;
-    }
-    bool takesMask() const { return entry_ == Entry::SurfaceMask || entry_ == Entry::BitmapMask; }
-
     long length(bool wide) {
         if (!wide)
             return random_.upTo(12);
@@ -116,7 +91,7 @@ private:
     }
 
     void chooseImages(const std::array<Pages, 3>& pages, model::Memory& memory) {
-        entry_ = random_.of(entries);
+        entry_ = static_cast<Entry>(random_.upTo(entryCount - 1));
         const bool pairThatCounts = random_.oneIn(2); // one with a routine of its own
         static constexpr uint32_t counting[] = {2, 3, 6, 7, 8, 9, 10};
         uint32_t sourceCode = random_.of(bitmapCodes), destinationCode = random_.of(bitmapCodes);
@@ -137,11 +112,11 @@ private:
         const auto bytesOf = [](bool surface, const SurfaceFormat& format, uint32_t code) {
             return surface ? static_cast<uint32_t>(format.depth + 7) / 8 : model::bitmapFormat(code)->bytes;
         };
-        Geometry s = geometry(bytesOf(sourceIsSurface(), *source, sourceCode), sourceIsSurface());
-        Geometry d =
-            geometry(bytesOf(destinationIsSurface(), *destination, destinationCode), destinationIsSurface());
+        Geometry s = geometry(bytesOf(sourceIsSurface(entry_), *source, sourceCode), sourceIsSurface(entry_));
+        Geometry d = geometry(bytesOf(destinationIsSurface(entry_), *destination, destinationCode),
+                              destinationIsSurface(entry_));
         const bool shared = random_.oneIn(5);
-        same_ = shared && random_.oneIn(2) && sourceIsSurface() == destinationIsSurface() &&
+        same_ = shared && random_.oneIn(2) && sourceIsSurface(entry_) == destinationIsSurface(entry_) &&
                 entry_ != Entry::Array;
         if (same_) {
             destination = source;
@@ -156,9 +131,10 @@ private:
         destinationPixels = sourcePixels + shift;
         if (!shared)
             destination_ = place(pages[1], d.bytes(), destinationPixels);
-        blit_.masked = takesMask() && !random_.oneIn(8);
+        blit_.masked = takesMask(entry_) && !random_.oneIn(8);
         if (blit_.masked) {
-            Geometry m = random_.oneIn(3) ? geometry(1, sourceIsSurface()) : Geometry{s.width, s.height, 0};
+            Geometry m =
+                random_.oneIn(3) ? geometry(1, sourceIsSurface(entry_)) : Geometry{s.width, s.height, 0};
             m.pitch = std::max(m.pitch, m.width);
             uint8_t* maskPixels = nullptr;
             mask_ = place(pages[2], m.bytes(), maskPixels);
@@ -166,20 +142,18 @@ private:
                 mask_ = destination_;
                 maskPixels = destinationPixels;
             }
-            maskPicture_ = sourceIsSurface() ? Picture::surfaceMask(maskPixels, m.width, m.height, m.pitch)
-                                             : Picture::bitmapMask(maskPixels, m.width, m.height, m.pitch);
+            maskPicture_ = sourceIsSurface(entry_)
+                               ? Picture::surfaceMask(maskPixels, m.width, m.height, m.pitch)
+                               : Picture::bitmapMask(maskPixels, m.width, m.height, m.pitch);
             maskFirst_ = maskPixels;
         }
         collect(memory);
-        sourcePicture_ = picture(sourceIsSurface(), *source, sourceCode, sourcePixels, s);
+        sourcePicture_ = picture(sourceIsSurface(entry_), *source, sourceCode, sourcePixels, s);
         blit_.src = sourcePicture_->image(source_.modelOffset(sourcePixels));
-        if (entry_ == Entry::Array) { // dressed as a surface inside
-            array_ = sourcePixels;
-            blit_.src.width = s.pitch / 4;
-        }
+        sourceFirst_ = sourcePixels;
         if (!same_)
             destinationPicture_ =
-                picture(destinationIsSurface(), *destination, destinationCode, destinationPixels, d);
+                picture(destinationIsSurface(entry_), *destination, destinationCode, destinationPixels, d);
         blit_.dst = target().image(destination_.modelOffset(destinationPixels));
         if (blit_.masked)
             blit_.mask = maskPicture_->image(mask_.modelOffset(maskFirst_));
@@ -229,81 +203,13 @@ private:
                                          : random_.of(constantAlphas);
         static constexpr uint32_t flagWords[] = {0, 1, 4, 4, 5, 7, 0xFFFFFFFB, 0xFFFFFFFF};
         blit_.flags = random_.of(flagWords);
-        passedAlpha_ = blit_.alpha;
-        if (sourceIsSurface() && !takesMask() && entry_ != Entry::Array) {
+        if (!takesAlpha(entry_)) {
             const bool use = !random_.oneIn(8);
             sourcePicture_->setAlpha(use, blit_.alpha);
             blit_.alpha = use ? blit_.alpha : 255;
         }
-        if (entry_ == Entry::Array) { // as many rows as the request names
-            const long rows = blit_.src.height;
-            blit_.srcY = random_.upTo(rows);
-            blit_.height = rows - blit_.srcY;
-            blit_.flags = 0;
-        }
-        if (entry_ == Entry::Surface) {
-            blit_.flags = 1;
-            sourceRect_ = random_.oneIn(4) ? std::nullopt : std::optional<SDL_Rect>(SDL_Rect{});
-            destinationRect_ = random_.oneIn(8) ? std::nullopt : std::optional<SDL_Rect>(SDL_Rect{});
-            if (!sourceRect_) {
-                blit_.srcX = blit_.srcY = 0;
-                blit_.width = blit_.src.width;
-                blit_.height = blit_.src.height;
-            }
-            if (!destinationRect_)
-                blit_.dstX = blit_.dstY = 0;
-        }
-        overflow_ = random_.oneIn(16) ? 65536 * random_.between(-2, 2) : 0;
-    }
-
-    unsigned long call() {
-        // Arguments beyond 16 bits are narrowed; the model has the narrow ones.
-        const long sx = blit_.srcX + overflow_, sy = blit_.srcY + overflow_;
-        const long dx = blit_.dstX - overflow_, dy = blit_.dstY + overflow_;
-        const auto w = static_cast<unsigned long>(blit_.width + overflow_ * 2);
-        const auto h = static_cast<unsigned long>(blit_.height - overflow_);
-        const auto alpha = static_cast<unsigned char>(passedAlpha_);
-        SDL_Surface* source = sourcePicture_ ? sourcePicture_->sdl() : nullptr;
-        BitMap* native = sourcePicture_ ? sourcePicture_->native() : nullptr;
-        Picture& to = target();
-        RastPort port{};
-        port.BitMap = to.native();
-        SDL_Surface* mask = blit_.masked ? maskPicture_->sdl() : nullptr;
-        BitMap* nativeMask = blit_.masked ? maskPicture_->native() : nullptr;
-        switch (entry_) {
-        case Entry::Surface:
-            if (sourceRect_)
-                *sourceRect_ = rect(blit_.srcX, blit_.srcY, blit_.width, blit_.height);
-            if (destinationRect_)
-                *destinationRect_ = rect(blit_.dstX, blit_.dstY, 3, 9); // its size is ignored
-            return SDL_BlitAlphaSurface(source, sourceRect_ ? &*sourceRect_ : nullptr, to.sdl(),
-                                        destinationRect_ ? &*destinationRect_ : nullptr);
-        case Entry::SurfaceMask:
-            return SDL_BlitSurfaceAlphaMask(source, sx, sy, to.sdl(), dx, dy, w, h, mask, alpha, blit_.flags);
-        case Entry::SurfaceToBitmap:
-            return SDL_BlitAlphaSurfaceBitMap(source, sx, sy, to.native(), dx, dy, w, h, blit_.flags);
-        case Entry::BitmapToSurface:
-            return SDL_BlitAlphaBitMapSurface(native, sx, sy, to.sdl(), dx, dy, w, h, alpha, blit_.flags);
-        case Entry::Bitmap:
-            return BltAlphaBitMap(native, sx, sy, to.native(), dx, dy, w, h, alpha, blit_.flags);
-        case Entry::BitmapMask:
-            return BltBitMapAlphaMask(native, sx, sy, to.native(), dx, dy, w, h, nativeMask, alpha,
-                                      blit_.flags);
-        case Entry::SurfaceToRastPort:
-            return SDL_BlitAlphaSurfaceRastPort(source, sx, sy, &port, dx, dy, w, h, blit_.flags);
-        case Entry::BitmapToRastPort:
-            return BltAlphaBitMapRastPort(native, sx, sy, &port, dx, dy, w, h, alpha, blit_.flags);
-        case Entry::Array:
-            return WriteAlphaPixelArray(array_, sx, blit_.srcY, static_cast<unsigned long>(blit_.src.pitch),
-                                        &port, dx, dy, w, static_cast<unsigned long>(blit_.height), alpha,
-                                        static_cast<unsigned char>(blit_.src.format.code));
-        }
-        return 1;
-    }
-
-    static SDL_Rect rect(long x, long y, long w, long h) {
-        return {static_cast<Sint16>(x), static_cast<Sint16>(y), static_cast<Uint16>(w),
-                static_cast<Uint16>(h)};
+        conform(entry_, blit_);
+        carry_ = random_.oneIn(16) ? 65536 * random_.between(-2, 2) : 0;
     }
 
     std::string check(const std::string& what, const model::Memory& memory, unsigned long result,
@@ -337,12 +243,10 @@ private:
     model::Blit blit_{};
     Window source_, destination_, mask_;
     std::optional<Picture> sourcePicture_, destinationPicture_, maskPicture_;
-    std::optional<SDL_Rect> sourceRect_, destinationRect_;
     uint8_t* maskFirst_ = nullptr;
-    uint8_t* array_ = nullptr;
+    uint8_t* sourceFirst_ = nullptr;
     bool same_ = false;
-    uint32_t passedAlpha_ = 0;
-    long overflow_ = 0;
+    long carry_ = 0;
 };
 
 TEST(Blit, RandomBlitsEqualTheModel) {
