@@ -88,8 +88,8 @@ Fix length(Fix x, Fix y) {
 
 struct Colour {
     Fix r, g, b;
-    friend Colour operator+(Colour a, Colour b) { return {a.r + b.r, a.g + b.g, a.b + b.b}; }
-    friend Colour operator*(Colour a, Fix k) { return {a.r * k, a.g * k, a.b * k}; }
+    friend Colour operator+(Colour c, Colour d) { return {c.r + d.r, c.g + d.g, c.b + d.b}; }
+    friend Colour operator*(Colour c, Fix k) { return {c.r * k, c.g * k, c.b * k}; }
 };
 Colour mix(Colour a, Colour b, Fix t) {
     return a * (1 - t) + b * t;

@@ -11,8 +11,8 @@ die() {
 }
 
 build_packages=(g++ cmake ninja-build pkg-config libsdl1.2-dev libsdl-image1.2-dev libsdl-ttf2.0-dev
-    fonts-freefont-ttf libhwy-dev libpng-dev libx11-dev)
-display_packages=(xvfb xauth libxtst-dev)
+    fonts-freefont-ttf libhwy-dev libpng-dev libx11-dev libxtst-dev)
+display_packages=(xvfb)
 test_packages=(googletest)
 cross_packages=(qemu-user dpkg-dev autotools-dev make patch xz-utils)
 bench_packages=(libbenchmark-dev libsdl2-dev libpixman-1-dev libyuv-dev gnuplot-nox)

@@ -249,11 +249,15 @@ public:
 
     /// Gives the window the keyboard, as a click on its title bar would.
     void focus() {
-        XSetInputFocus(display_, window_, RevertToPointerRoot, CurrentTime);
+        locate();
+        XSetInputFocus(display_, topLevel(), RevertToPointerRoot, CurrentTime);
         XSync(display_, False);
     }
+    /// A key goes up and down no faster than a hand could do it: SDL takes a press within two milliseconds of
+    /// the release for a repetition by the keyboard.
     void key(KeySym symbol, bool down) {
-        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, CurrentTime);
+        constexpr unsigned long handDelay = 8; // milliseconds
+        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, handDelay);
         XSync(display_, False);
     }
     void type(KeySym symbol, int times = 1) {
@@ -298,17 +302,21 @@ public:
 private:
     Window root() const { return DefaultRootWindow(display_); }
 
-    /// A full-screen window may be moved to the middle some time after it has appeared.
+    /// On its way to full screen a window is replaced and moved some time after it has appeared.
     void locate() {
+        if (Window now = findBelow(root()))
+            window_ = now;
         Window child;
         XTranslateCoordinates(display_, window_, root(), 0, 0, &left_, &top_, &child);
     }
 
-    std::vector<Window> children(Window window, Window* parent = nullptr) {
+    std::vector<Window> childrenFromTop(Window window, Window* parent = nullptr) {
         Window rootWindow, parentWindow = 0, *list = nullptr;
         unsigned count = 0;
         XQueryTree(display_, window, &rootWindow, &parentWindow, &list, &count);
-        std::vector<Window> found(list, list + count);
+        std::vector<Window> found;
+        while (count > 0)
+            found.push_back(list[--count]);
         if (list)
             XFree(list);
         if (parent)
@@ -316,7 +324,7 @@ private:
         return found;
     }
     Window findBelow(Window parent) {
-        for (Window window : children(parent)) {
+        for (Window window : childrenFromTop(parent)) {
             XWindowAttributes is{};
             if (!XGetWindowAttributes(display_, window, &is) || is.map_state != IsViewable)
                 continue;
@@ -329,7 +337,7 @@ private:
     }
     Window topLevel() {
         Window window = window_, parent = 0;
-        while (children(window, &parent), parent && parent != root())
+        while (childrenFromTop(window, &parent), parent && parent != root())
             window = parent;
         return window;
     }
