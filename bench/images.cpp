@@ -119,7 +119,9 @@ Case::Case(const Row& r, const Size& s, Content c, SharedMemory& memory) : row(r
         for (size_t i = 0; i < size.pixels(); ++i) {
             const int x = static_cast<int>(i) % size.width, y = static_cast<int>(i) / size.width;
             const uint32_t colours = random.next(), old = random.next();
-            const uint32_t a = content == kSprite ? discAlpha(x, y, n) : colours >> 24;
+            // Small images show different parts of a disc.
+            const int shift = static_cast<int>(5 * n);
+            const uint32_t a = content == kSprite ? discAlpha(x + shift, y + shift, n) : colours >> 24;
             const Colour pixel = {colours & 255, colours >> 8 & 255, colours >> 16 & 255, a};
             const auto times = [a](uint32_t v) { return (v * a + 127) / 255; };
             store(set.src + i * src.bytes(), src.bytes(), pack(src, pixel));

@@ -3,24 +3,16 @@
 
 namespace bench {
 
-size_t limitVectorBytes() {
+std::vector<LimitLoop> limitLoops(const Traffic& traffic) {
+    std::vector<LimitLoop> loops;
 #if defined(__x86_64__)
     if (__builtin_cpu_supports("avx512bw"))
-        return 64;
+        loops.push_back(limitLoopOfWidth<64>(traffic));
     if (__builtin_cpu_supports("avx2"))
-        return 32;
+        loops.push_back(limitLoopOfWidth<32>(traffic));
 #endif
-    return 16;
-}
-
-LimitLoop limitLoop(const Traffic& traffic) {
-#if defined(__x86_64__)
-    if (limitVectorBytes() == 64)
-        return limitLoopOfWidth<64>(traffic);
-    if (limitVectorBytes() == 32)
-        return limitLoopOfWidth<32>(traffic);
-#endif
-    return limitLoopOfWidth<16>(traffic);
+    loops.push_back(limitLoopOfWidth<16>(traffic));
+    return loops;
 }
 
 } // namespace bench

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace bench {
 
@@ -18,9 +19,8 @@ struct Traffic {
 // Pixels come in multiples of 64.
 using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
 
-// The loop with the widest vectors of this processor.
-LimitLoop limitLoop(const Traffic& traffic);
-size_t limitVectorBytes();
+// One loop for each vector width that this processor has, widest first.
+std::vector<LimitLoop> limitLoops(const Traffic& traffic);
 
 template <size_t Width>
 LimitLoop limitLoopOfWidth(const Traffic& traffic);

@@ -17,7 +17,7 @@
 #include <unistd.h>
 
 #include "bench/check.h"
-#include "bench/limit.h"
+#include "blt/blt_target.h"
 
 namespace {
 
@@ -126,7 +126,7 @@ std::string processorName() {
 
 Machine describeMachine(const Sdl2Process* sdl2) {
     Machine m;
-    m.processor = processorName() + ", vectors of " + std::to_string(8 * limitVectorBytes()) + " bits";
+    m.processor = processorName() + ", " + BLT_TargetName();
     for (const auto& cache : benchmark::CPUInfo::Get().caches)
         if (cache.type != "Instruction")
             m.caches += (m.caches.empty() ? "" : ", ") + std::string("L") + std::to_string(cache.level) +

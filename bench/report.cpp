@@ -7,7 +7,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <set>
 #include <sstream>
 
 namespace bench {
@@ -61,6 +60,13 @@ const Result* Report::find(const std::string& row, const std::string& size, cons
         if (r.row == row && r.size == size && r.content == content && r.participant == participant)
             return &r;
     return nullptr;
+}
+
+std::string Report::bestTarget() const {
+    for (const Result& r : results)
+        if (r.kind == Kind::kOurs)
+            return r.participant.substr(r.participant.find(' ') + 1);
+    return "";
 }
 
 void printMachine(const Machine& m) {
@@ -162,21 +168,21 @@ namespace {
 
 // One chart: a line of dots for each row, placed by the share of the limit, one colour for each participant.
 struct Chart {
-    std::string name, title;
     std::vector<std::string> rows, participants; // in order of appearance
     std::map<std::pair<std::string, std::string>, double> shares;
 
-    void add(const Result& r, const std::string& participant) {
+    void add(const Result& r) {
         const auto note = [](std::vector<std::string>& list, const std::string& what) {
             if (std::find(list.begin(), list.end(), what) == list.end())
                 list.push_back(what);
         };
         note(rows, r.row);
-        note(participants, participant);
-        shares[{r.row, participant}] = r.share.median;
+        note(participants, r.participant);
+        shares[{r.row, r.participant}] = r.share.median;
     }
 
-    std::string script(const std::string& directory) const {
+    // The gnuplot commands that write FILE.svg and FILE.png.
+    std::string script(const std::string& file, const std::string& title) const {
         std::ostringstream out;
         for (size_t p = 0; p < participants.size(); ++p) {
             out << "$p" << p << " << EOD\n";
@@ -197,8 +203,7 @@ struct Chart {
         const size_t height = 170 + 22 * rows.size();
         for (const char* format : {"svg", "png"}) {
             out << "set terminal " << (format[0] == 's' ? "svg background 'white'" : "pngcairo")
-                << " size 900," << height << "\nset output " << quoted(directory + "/" + name + "." + format)
-                << "\nplot ";
+                << " size 900," << height << "\nset output " << quoted(file + "." + format) << "\nplot ";
             for (size_t p = 0; p < participants.size(); ++p)
                 out << (p ? ", " : "") << "$p" << p << " with points pt " << (p == 0 ? 7 : 5 + p) << " ps "
                     << (p == 0 ? "1.3" : "1") << " title " << quoted(participants[p]);
@@ -208,47 +213,45 @@ struct Chart {
     }
 };
 
+// The chart of one size and content. `participates` says who is shown; nobody is in a chart of calls.
+template <class Participates>
+Chart chartOf(const Report& report, const std::string& size, Content content, Participates participates) {
+    Chart chart;
+    for (const Result& r : report.results) {
+        const Row* row = rowNamed(r.row);
+        // A row without alpha has one content only and stands in the charts of both.
+        if (row && r.size == size && (contentsOf(*row).size() == 1 || r.content == name(content)) &&
+            participates(r))
+            chart.add(r);
+    }
+    return chart;
+}
+
 } // namespace
 
 bool drawCharts(const Report& report, const std::string& directory) {
-    std::map<std::string, Chart> charts;
-    std::string best; // our first target of a case is its best
-    const Result* previous = nullptr;
-    for (const Result& r : report.results) {
-        if (r.kind == Kind::kLimit)
-            best.clear(), previous = &r;
-        if (!previous || r.row != previous->row || r.kind == Kind::kLimit || r.kind == Kind::kControl)
-            continue; // calls have no limit
-        if (r.kind == Kind::kOurs && best.empty())
-            best = r.participant;
-        for (const bool targets : {false, true}) {
-            if (targets ? r.kind != Kind::kOurs && r.participant != "SDL 1.2"
-                        : r.kind == Kind::kOurs && r.participant != best)
-                continue;
-            // Rows without alpha have one content only and stand in both charts.
-            const Row* row = nullptr;
-            for (const Row& each : rows)
-                if (each.name == r.row)
-                    row = &each;
-            for (const Content content : {kSprite, kRandom}) {
-                if (row && contentsOf(*row).size() == 2 && r.content != bench::name(content))
-                    continue;
-                const std::string key =
-                    std::string(targets ? "targets-" : "peers-") + r.size + "-" + bench::name(content);
-                Chart& chart = charts[key];
-                chart.name = key;
-                chart.title =
-                    std::string(targets ? "Ormsel's targets and SDL 1.2, " : "Ormsel and other libraries, ") +
-                    r.size + ", " + bench::name(content) + " alpha";
-                chart.add(r, r.participant);
-            }
-        }
-    }
     const std::unique_ptr<FILE, ClosePipe> gnuplot(popen("gnuplot", "w"));
     if (!gnuplot)
         return false;
-    for (const auto& [key, chart] : charts)
-        std::fprintf(gnuplot.get(), "reset\n%s", chart.script(directory).c_str());
+    const std::string best = "ormsel " + report.bestTarget();
+    const auto peers = [&](const Result& r) {
+        return r.kind == Kind::kStraight || r.kind == Kind::kPremultiplied || r.participant == best;
+    };
+    const auto targets = [](const Result& r) { return r.kind == Kind::kOurs || r.participant == "SDL 1.2"; };
+    const auto draw = [&](Chart chart, const std::string& file, const std::string& title) {
+        if (!chart.rows.empty())
+            std::fprintf(gnuplot.get(), "reset\n%s", chart.script(directory + "/" + file, title).c_str());
+    };
+    for (const Size& size : pictureSizes) {
+        for (const Content content : {kSprite, kRandom}) {
+            const std::string suffix = std::string(size.name) + "-" + name(content);
+            const std::string what = std::string(size.name) + ", " + name(content) + " alpha";
+            draw(chartOf(report, size.name, content, peers), "peers-" + suffix,
+                 "Ormsel and other libraries, " + what);
+            draw(chartOf(report, size.name, content, targets), "targets-" + suffix,
+                 "Ormsel's targets and SDL 1.2, " + what);
+        }
+    }
     return true;
 }
 

@@ -21,6 +21,7 @@ struct Report {
 
     const Result* find(const std::string& row, const std::string& size, const std::string& content,
                        const std::string& participant) const;
+    std::string bestTarget() const; // the one that the library chooses: our first in each case
 };
 
 const char* name(Kind kind);

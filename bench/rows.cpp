@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Zlib
 #include "bench/rows.h"
 
+#include <algorithm>
+
 namespace bench {
 
 namespace {
@@ -58,6 +60,12 @@ const std::vector<Row> rows = {
 const std::vector<Size> pictureSizes = {
     {"64x64", 64, 64, 16}, {"800x600", 800, 600, 3}, {"3840x2160", 3840, 2160, 2}};
 const std::vector<Size> callSizes = {{"1x1", 1, 1, 16}, {"16x16", 16, 16, 16}};
+
+const Row* rowNamed(const std::string& name) {
+    const auto found =
+        std::find_if(rows.begin(), rows.end(), [&](const Row& row) { return row.name == name; });
+    return found == rows.end() ? nullptr : &*found;
+}
 
 const char* name(Content content) {
     return content == kSprite ? "sprite" : "random";

@@ -41,6 +41,7 @@ struct Row {
     bool readsDestination() const { return rule == kPixelAlpha || rule == kMasked || alpha != 255; }
 };
 extern const std::vector<Row> rows;
+const Row* rowNamed(const std::string& name); // nullptr: there is none
 
 struct Size {
     const char* name;
