@@ -20,6 +20,10 @@ install(FILES "${PROJECT_BINARY_DIR}/ormsel-config.cmake" "${PROJECT_BINARY_DIR}
 
 # The .pc file says its prefix relative to itself, so that an installed tree may move.
 file(RELATIVE_PATH pc_prefix "/p/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/p")
+set(pc_requires_private "")
+if(NOT ORMSEL_SCALAR_ONLY)
+    set(pc_requires_private libhwy)
+endif()
 configure_file(cmake/ormsel.pc.in ormsel.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/ormsel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 

@@ -8,7 +8,7 @@
 #include <proto/Picasso96API.h>
 #include <proto/graphics.h>
 
-enum { width = 8, height = 8 };
+enum { width = 8, height = 1 };
 
 static struct BitMap* makeBitMap(uint32 format, uint32 depth) {
     return AllocBitMap(width, height, depth, BMF_CHECKVALUE | BMF_CLEAR,
@@ -50,7 +50,7 @@ int main(void) {
     if (src && mask && dst) {
         eachRow(src, paintRed);
         eachRow(mask, paintRamp);
-        BltBitMapAlphaMask(src, 0, 0, dst, 0, 0, width, 1, mask, 255, 0);
+        BltBitMapAlphaMask(src, 0, 0, dst, 0, 0, width, height, mask, 255, 0);
         eachRow(dst, printRow);
     }
     FreeBitMap(src);
