@@ -24,7 +24,7 @@ struct Kernels {
     Kernel convertToRgb16[kSources24];
     // 24-bit source blended onto R5G6B5; alpha: 5-bit weight, 1 to 30.
     Kernel mixToRgb16[kSources24];
-    // Any pair of depths but 24 onto 24, with or without a mask; alpha: the constant alpha, 1 to 255.
+    // Any pair of depths, with or without a mask; alpha: the constant alpha, 1 to 255.
     Kernel generic;
 };
 

@@ -72,7 +72,7 @@ void genericRows(const Block& b) {
 template <bool Masked>
 constexpr Kernel kGenericRows[3][3] = {
     {genericRows<2, 2, Masked>, genericRows<2, 3, Masked>, genericRows<2, 4, Masked>},
-    {genericRows<3, 2, Masked>, nullptr, genericRows<3, 4, Masked>},
+    {genericRows<3, 2, Masked>, genericRows<3, 3, Masked>, genericRows<3, 4, Masked>},
     {genericRows<4, 2, Masked>, genericRows<4, 3, Masked>, genericRows<4, 4, Masked>},
 };
 

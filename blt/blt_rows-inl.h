@@ -28,11 +28,14 @@ HWY_INLINE void everyRow(const Block& b, const Step& step) {
     uint8_t* dst = b.dst;
     for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch, old += b.oldPitch) {
         size_t x = 0;
-        for (; x + kPixels <= b.width; x += kPixels)
+        for (; x + kPixels <= b.width; x += kPixels) {
+            prefetchBehind<kPixels * kSrc>(src + x * kSrc);
+            prefetchBehind<kPixels * kDst>(old + x * kDst);
             step(src + x * kSrc, dst + x * kDst, old + x * kDst, Whole{});
+        }
         if (x == b.width)
             continue;
-        if constexpr (kMaskedRowEnds)
+        if constexpr (kMasks)
             step(src + x * kSrc, dst + x * kDst, old + x * kDst, First{b.width - x});
         else
             EndOfRow({src + x * kSrc, dst + x * kDst, old + x * kDst, b.width - x, b.alpha});
@@ -69,8 +72,8 @@ struct AlphaToArgb32 {
 
     explicit HWY_INLINE AlphaToArgb32(uint32_t alpha)
         : constant(hn::Set(D16(), static_cast<uint16_t>(alpha))),
-          alphaHigh(shuffleOfBytes({0x80, byteAt(L::kA), 0x80, byteAt(L::kA)})),
-          toRgb(shuffleOfBytes({byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80})) {}
+          alphaHigh(shuffleOfBytes(bytesFrom(0x80, byteAt(L::kA), 0x80, byteAt(L::kA)))),
+          toRgb(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
@@ -80,11 +83,12 @@ struct AlphaToArgb32 {
         // 256 * A * C >> 16 = A * C >> 8.
         const V16 a = hn::MulHigh(as(d16, alphaHigh(s)), constant);
         const M32 drawn = hn::Ne(as(d32, a), hn::Zero(d32));
-        if (hn::AllFalse(d32, drawn))
+        const auto stored = pairsOf(as(d32, a), lanes);
+        if (!kMasks && stored.isEmpty())
             return;
-        const V32 d = loadLanes(d32, old, lanes);
+        const V32 d = stored.loadOld(d32, old);
         const V32 mixed = mixColours(L::kA == 24 && L::kR == 16 ? s : toRgb(s), d, a);
-        storePairs(hn::IfThenElse(drawn, mixed, d), as(d32, a), dst, lanes);
+        stored.store(hn::IfThenElse(drawn, mixed, d), dst);
     }
 
     V16 constant;
@@ -174,15 +178,16 @@ struct AlphaToRgb16 {
         const V16 alpha8 = hn::And(s.template channel<L::kA, 0>(), hn::Set(d16, 0xFF));
         // A * 32 * F >> 16 = A * F >> 11, from 0 to 31.
         const V16 a5 = hn::MulHigh(alpha8, factor32);
-        if (hn::AllTrue(d16, hn::Eq(a5, hn::Zero(d16))))
+        const auto stored = groupsOf(a5, lanes);
+        if (!kMasks && stored.isEmpty())
             return;
         // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel.
         const V16 weights = weightsOf(a5 + hn::ShiftRight<5>(a5 + hn::Set(d16, 1)));
-        const V16 d = loadLanes(d16, old, lanes);
+        const V16 d = stored.loadOld(d16, old);
         const V16 out = mixRgb16(sideBySide(s.template channel<L::kR, 3>(), oldRed(d), 0x1F1F),
                                  sideBySide(s.template channel<L::kG, 2>(), oldGreen(d), 0x3F3F),
                                  sideBySide(s.template channel<L::kB, 3>(), oldBlue(d), 0x1F1F), weights);
-        storeGroups(out, a5, dst, lanes);
+        stored.store(out, dst);
     }
 
     V16 factor32;
@@ -292,7 +297,13 @@ inline bool isPlain(const BltRenderFmt& f) {
     const auto channel = f.bytesPerPixel == 2 ? isShort : isByte;
     return channel(f.rMask, f.rShift, f.rLoss) && channel(f.gMask, f.gShift, f.gLoss) &&
            channel(f.bMask, f.bShift, f.bLoss) &&
-           (f.bytesPerPixel != 3 || ((f.rMask | f.gMask | f.bMask | f.aMask) <= 0xFFFFFF));
+           (f.bytesPerPixel != 3 || (f.rMask | f.gMask | f.bMask | f.aMask) <= 0xFFFFFF);
+}
+
+// Whether no two channels share a bit: putting channels back by a shuffle can't combine them.
+inline bool isDisjoint(const BltRenderFmt& f) {
+    const uint64_t sum = uint64_t{f.rMask} + f.gMask + f.bMask + f.aMask;
+    return sum == (f.rMask | f.gMask | f.bMask | f.aMask);
 }
 
 // A channel of a 16-bit pixel with run-time position; values stand in 32-bit lanes.
@@ -319,12 +330,13 @@ struct GenericFormat {
     explicit HWY_INLINE GenericFormat(const BltRenderFmt& f) {
         const uint32_t masks[4] = {f.bMask, f.gMask, f.rMask, f.aMask};
         const uint32_t shifts[4] = {f.bShift, f.gShift, f.rShift, f.aShift};
-        uint8_t to[4] = {0x80, 0x80, 0x80, 0x80}, from[4] = {0x80, 0x80, 0x80, 0x80};
-        for (uint8_t i = 0; i < 4; ++i) {
+        uint32_t to = 0x80808080, from = 0x80808080;
+        for (unsigned i = 0; i < 4; ++i) {
             if (!masks[i])
                 continue;
-            to[i] = byteAt(shifts[i]);
-            from[to[i]] = i;
+            // 0x80 becomes the number of the other side's byte.
+            to ^= (0x80U ^ byteAt(shifts[i])) << 8 * i;
+            from ^= (0x80U ^ i) << shifts[i];
         }
         toArgb = shuffleOfBytes(to);
         fromArgb = shuffleOfBytes(from);
@@ -401,8 +413,8 @@ struct GenericStep {
         : src(*b.srcFormat), dst(*b.dstFormat),
           factor(hn::Set(D16(), static_cast<uint16_t>(b.alpha == 255 ? 256 : b.alpha))),
           fill(hn::Set(D32(), b.alphaFill << 24)),
-          spread(Alpha == GenericAlpha::kOfMask ? shuffleOfBytes({0x80, 0, 0x80, 0})
-                                                : shuffleOfBytes({0x80, 3, 0x80, 3})) {}
+          spread(Alpha == GenericAlpha::kOfMask ? shuffleOfBytes(bytesFrom(0x80, 0, 0x80, 0))
+                                                : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* m, Lanes lanes) const {
@@ -444,7 +456,7 @@ void genericRows(const Block& b) {
             step(src + x * SrcBytes, dst + x * DstBytes, maskAt(x), Whole{});
         if (x == b.width)
             continue;
-        if constexpr (kMaskedRowEnds) {
+        if constexpr (kMasks) {
             step(src + x * SrcBytes, dst + x * DstBytes, maskAt(x), First{b.width - x});
         } else {
             Block end = b;
@@ -461,7 +473,7 @@ void genericRows(const Block& b) {
 template <GenericAlpha Alpha>
 constexpr Kernel kGenericRows[3][3] = {
     {genericRows<2, 2, Alpha>, genericRows<2, 3, Alpha>, genericRows<2, 4, Alpha>},
-    {genericRows<3, 2, Alpha>, nullptr, genericRows<3, 4, Alpha>},
+    {genericRows<3, 2, Alpha>, genericRows<3, 3, Alpha>, genericRows<3, 4, Alpha>},
     {genericRows<4, 2, Alpha>, genericRows<4, 3, Alpha>, genericRows<4, 4, Alpha>},
 };
 
@@ -474,7 +486,7 @@ void genericKernel(const Block& b) {
     const bool alphaFits = masked || opaque || alphaIs(src.aMask, src.aShift, src.aLoss);
     const bool fieldFits = dst.bytesPerPixel == 2 ? dst.aShift < 32 && dst.aLoss < 32 && dst.aMask <= 0xFFFF
                                                   : isByte(dst.aMask, dst.aShift, dst.aLoss);
-    if (!isPlain(src) || !isPlain(dst) || !alphaFits || !fieldFits) {
+    if (!isPlain(src) || !isPlain(dst) || !isDisjoint(dst) || !alphaFits || !fieldFits) {
         kScalarKernels.generic(b);
         return;
     }

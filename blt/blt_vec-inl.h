@@ -37,8 +37,10 @@ using H8 = hn::Rebind<uint8_t, D32>;
 constexpr size_t kLanes32 = HWY_MAX_BYTES / 4; // all targets used here have a fixed size
 constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
 
-// Whether rows end with one masked step. Elsewhere the scalar row functions take the last pixels.
-constexpr bool kMaskedRowEnds = HWY_TARGET == HWY_AVX3;
+// Whether lanes of any width can be masked out of loads and stores, and cost nothing then. Rows end with one
+// masked step, and a vector of transparent pixels needs no branch (which would be hard to predict on
+// sprites). Elsewhere the scalar row functions take the last pixels.
+constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
 
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
@@ -69,6 +71,15 @@ HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
 template <class D, class M>
 HWY_INLINE auto loadWhere(D d, M mask, const uint8_t* p) {
     return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+}
+
+// Loads what a step will need a little later. A hint that touches no memory in the language's sense: it may
+// well lie behind the image.
+template <size_t Bytes>
+HWY_INLINE void prefetchBehind(const uint8_t* p) {
+    constexpr size_t kDistance = 1024, kLine = 64;
+    for (size_t i = 0; i < Bytes; i += kLine)
+        __builtin_prefetch(p + kDistance + i);
 }
 
 // Stores the lanes whose mask is set and touches no other byte.
@@ -183,12 +194,16 @@ struct Shuffle {
     HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
 };
 
-// The shuffle that moves, in every 32-bit lane, byte from[i] to byte i.
-HWY_INLINE Shuffle shuffleOfBytes(const uint8_t (&from)[4]) {
-    alignas(16) uint8_t index[16];
-    for (uint8_t i = 0; i < 16; ++i)
-        index[i] = from[i % 4] & 0x80 ? 0x80 : static_cast<uint8_t>(from[i % 4] + i / 4 * 4);
-    return {hn::LoadDup128(D8(), index)};
+// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i.
+HWY_INLINE Shuffle shuffleOfBytes(uint32_t from) {
+    alignas(16) static constexpr uint32_t kLane[4] = {0, 0x04040404, 0x08080808, 0x0C0C0C0C};
+    const D32 d32;
+    return {as(D8(), hn::Set(d32, from) + hn::LoadDup128(d32, kLane))};
+}
+
+// The argument of shuffleOfBytes() for four bytes, the lowest first; 0x80 gives a 0.
+constexpr uint32_t bytesFrom(uint32_t b0, uint32_t b1, uint32_t b2, uint32_t b3) {
+    return b0 | b1 << 8 | b2 << 16 | b3 << 24;
 }
 
 // For each 16-bit lane the sum of two products of its bytes: unsigned ones of x with those of w, which must
@@ -217,59 +232,78 @@ HWY_INLINE V select(V mask, V a, V b) {
 #    endif
 }
 
+// --- Write sets ---------------------------------------------------------------------------------------
+
+// The lanes of the destination that a step stores, and so reads.
+template <class D>
+struct StoreSet {
+    D d;
+    hn::Mask<D> lanes;
+
+    HWY_INLINE bool isEmpty() const { return hn::AllFalse(d, lanes); }
+
+    // Lanes outside the set hold anything.
+    template <class To>
+    HWY_INLINE auto loadOld(To to, const uint8_t* p) const {
+        if constexpr (kMasks)
+            return as(to, loadWhere(d, lanes, p));
+        else
+            return loadAt(to, p);
+    }
+    template <class V>
+    HWY_INLINE void store(V v, uint8_t* p) const {
+        storeWhere(d, as(d, v), lanes, p);
+    }
+};
+
+// Pixels of A8R8G8B8 go in pairs: see alphaRowToArgb32(). drawn is not 0 in each lane to be drawn.
+HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
+    const D64 d64;
+    return {d64, hn::Ne(as(d64, drawn), hn::Zero(d64))};
+}
+
+// The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0.
+HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
+    const D32 d32;
+    const auto pair = hn::Or(drawn, hn::Reverse2(d32, drawn));
+    return {d32, onlyLanes(d32, hn::Ne(pair, hn::Zero(d32)), lanes)};
+}
+
+// Pixels of R5G6B5 go in words of two, four pixels in a group: see alphaRowToRgb16(). drawn is not 0 in each
+// lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
+// both; so the words stored are those with a drawn pixel, and those beside a word with just one.
 #    if HWY_TARGET == HWY_AVX3
-// storeGroups() on a bit for each pixel.
+HWY_INLINE uint32_t bitsOf(V16 drawn) {
+    return _cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw));
+}
+
 HWY_INLINE uint32_t pixelsOfStoredWords(uint32_t drawn) {
     const uint32_t low = drawn & 0x55555555, high = drawn >> 1 & 0x55555555;
     const uint32_t any = low | high, one = low ^ high;
     return (any | (one & 0x11111111) << 2 | (one >> 2 & 0x11111111)) * 3;
 }
-#    endif
 
-// Stores pixels of R5G6B5 as alphaRowToRgb16() does, in words of two; drawn holds a non-zero value in each
-// lane to be drawn. A word is left alone when none of its pixels is drawn and the other word of its group of
-// four has none or both; so the words stored are those with a drawn pixel and those beside a word with just
-// one.
-HWY_INLINE void storeGroups(V16 out, V16 drawn, uint8_t* p, Whole) {
-#    if HWY_TARGET == HWY_AVX3
-    const uint32_t pixels = pixelsOfStoredWords(_cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw)));
-    _mm512_mask_storeu_epi16(p, _cvtu32_mask32(pixels), out.raw);
+HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Whole) {
+    return {D16(), hn::Mask<D16>{_cvtu32_mask32(pixelsOfStoredWords(bitsOf(drawn)))}};
+}
+
+// The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
+HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, First lanes) {
+    const uint32_t grouped = (1U << (lanes.count & ~size_t{3})) - 1, pixels = bitsOf(drawn);
+    return {D16(),
+            hn::Mask<D16>{_cvtu32_mask32((pixelsOfStoredWords(pixels) & grouped) | (pixels & ~grouped))}};
+}
 #    else
+HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     const D16 d16;
     const D32 d32;
     const auto lanes = as(d32, hn::VecFromMask(d16, hn::Ne(drawn, hn::Zero(d16))));
     const auto none = hn::Eq(lanes, hn::Zero(d32));
     const auto whole = hn::Eq(lanes, hn::Set(d32, 0xFFFFFFFF));
     const auto one = hn::VecFromMask(d32, hn::Not(hn::Or(none, whole)));
-    storeWhere(d32, as(d32, out), hn::Or(hn::Not(none), hn::MaskFromVec(hn::Reverse2(d32, one))), p);
+    return {d32, hn::Or(hn::Not(none), hn::MaskFromVec(hn::Reverse2(d32, one)))};
+}
 #    endif
-}
-
-// The end of a row: its groups of four as ever, then single pixels.
-HWY_INLINE void storeGroups(V16 out, V16 drawn, uint8_t* p, First lanes) {
-#    if HWY_TARGET == HWY_AVX3
-    const uint32_t all = (1U << lanes.count) - 1, grouped = (1U << (lanes.count & ~size_t{3})) - 1;
-    const uint32_t pixels = _cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw)) & all;
-    const uint32_t stored = (pixelsOfStoredWords(pixels) & grouped) | (pixels & ~grouped);
-    _mm512_mask_storeu_epi16(p, _cvtu32_mask32(stored), out.raw);
-#    else
-    static_assert(!kMaskedRowEnds);
-    (void)out, (void)drawn, (void)p, (void)lanes;
-#    endif
-}
-
-// Stores pixels of A8R8G8B8 in pairs of which at least one is drawn, as alphaRowToArgb32() does.
-HWY_INLINE void storePairs(V32 out, V32 drawn, uint8_t* p, Whole) {
-    const D64 d64;
-    storeWhere(d64, as(d64, out), hn::Ne(as(d64, drawn), hn::Zero(d64)), p);
-}
-
-// The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0 in drawn.
-HWY_INLINE void storePairs(V32 out, V32 drawn, uint8_t* p, First lanes) {
-    const D32 d32;
-    const auto pair = hn::Or(drawn, hn::Reverse2(d32, drawn));
-    storeWhere(d32, out, onlyLanes(d32, hn::Ne(pair, hn::Zero(d32)), lanes), p);
-}
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

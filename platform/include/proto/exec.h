@@ -30,6 +30,15 @@ APTR AllocVec(uint32 size, uint32 attributes);
 /** Frees memory of AllocVec(); NULL is allowed. */
 void FreeVec(APTR memory);
 
+/**
+ * Keeps other threads out of what they do between Forbid() and Permit(), until the matching Permit(). Calls
+ * nest. Meant for a few instructions; the caller must not wait for anything in between.
+ */
+void Forbid(void);
+
+/** Ends what Forbid() began. */
+void Permit(void);
+
 /** A port of the calling thread with a signal of its own, or NULL. */
 struct MsgPort* CreateMsgPort(void);
 
