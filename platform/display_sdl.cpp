@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "display.h"
@@ -80,10 +81,29 @@ private:
     SDL_Surface* video_ = nullptr;
 };
 
+/**
+ * Starts SDL's video with a driver that shows pixels. Left to choose, SDL would fall back to drawing with
+ * letters in the terminal.
+ */
+bool startVideo() {
+    constexpr const char* variable = "SDL_VIDEODRIVER";
+    if (std::getenv(variable))
+        return SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
+    bool started = false;
+    for (const char* driver : {"x11", "wayland", "Quartz", "directfb", "fbcon"}) {
+        setenv(variable, driver, 1);
+        started = SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
+        if (started)
+            break;
+    }
+    unsetenv(variable);
+    return started;
+}
+
 bool SdlDisplay::start() {
     if (SDL_WasInit(SDL_INIT_VIDEO))
         return true;
-    started_ = SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
+    started_ = startVideo();
     return started_;
 }
 

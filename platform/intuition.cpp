@@ -113,10 +113,8 @@ ScreenRecord* workbench = nullptr;
 /** The area of a screen in the host's window, and the pixels last shown there. */
 class View {
 public:
-    /** Makes the host show what is in front. False when it cannot. */
+    /** Makes the host show what is in front, after any change of it. False when it cannot. */
     bool update();
-    /** Forgets a window or screen that goes. */
-    void forget(const void* windowOrScreen);
     /** Shows what changed, if it is time. */
     void present();
     /** The host lost what was shown. */
@@ -165,14 +163,6 @@ bool View::update() {
     return opened || hostDisplay().open({static_cast<int>(area.width()), static_cast<int>(area.height())},
                                         screen->bitmap->format->depth, screen->custom,
                                         window ? window->title : screen->title);
-}
-
-void View::forget(const void* windowOrScreen) {
-    if (window_ == windowOrScreen || screen_ == windowOrScreen) {
-        screen_ = nullptr;
-        window_ = nullptr;
-        area_ = {};
-    }
 }
 
 /** The window that input goes to. */
@@ -376,7 +366,6 @@ ScreenRecord* makeScreen(const Mode& mode, const std::string& title, bool custom
 
 void destroyScreen(ScreenRecord* screen) {
     std::erase(screens, screen);
-    view.forget(screen);
     view.update();
     delete screen;
     connection.release();
@@ -495,13 +484,12 @@ void linkWindows(ScreenRecord& screen) {
 /** Takes a window off its screen and frees it. */
 void removeWindow(WindowRecord* window) {
     ScreenRecord& screen = window->screen();
-    view.forget(window);
     std::erase(screen.windows, window);
     linkWindows(screen);
     // Where memory is too short to uncover what lies behind, the picture stays until the screen closes.
     DeleteLayer(0, window->WLayer);
-    delete window;
     view.update();
+    delete window;
 }
 
 } // namespace

@@ -898,13 +898,17 @@ TEST_F(Windows, FullScreen) {
 }
 
 TEST_F(Windows, FailuresLeaveNothingBehind) {
-    setenv("SDL_VIDEODRIVER", "no such driver", 1);
-    Screen* screen = LockPubScreen("Workbench");
-    ASSERT_NE(screen, nullptr);
-    EXPECT_EQ(screen->Width, 1024);
-    EXPECT_EQ(OpenWindowTags(nullptr, WA_CustomScreen, screen, TAG_DONE), nullptr);
-    UnlockPubScreen(nullptr, screen);
-    EXPECT_EQ(OpenScreenTags(nullptr, SA_Depth, 16, TAG_DONE), nullptr);
+    unsetenv("DISPLAY");
+    unsetenv("WAYLAND_DISPLAY");
+    for (const char* const driver : {"no such driver", ""}) {
+        *driver ? setenv("SDL_VIDEODRIVER", driver, 1) : unsetenv("SDL_VIDEODRIVER");
+        Screen* const screen = LockPubScreen("Workbench");
+        ASSERT_NE(screen, nullptr);
+        EXPECT_EQ(screen->Width, 1024);
+        EXPECT_EQ(OpenWindowTags(nullptr, WA_CustomScreen, screen, TAG_DONE), nullptr);
+        UnlockPubScreen(nullptr, screen);
+        EXPECT_EQ(OpenScreenTags(nullptr, SA_Depth, 16, TAG_DONE), nullptr);
+    }
 
     setenv("SDL_VIDEODRIVER", "dummy", 1);
     const std::function<bool()> attempts[] = {

@@ -5,7 +5,7 @@
  *
  * The host shows one window at a time: the frontmost screen's whole bitmap, full screen, if that is a custom
  * screen; else the area of the first window that was opened on the Workbench (the next one follows when it
- * closes). Calls come from one thread.
+ * closes). Calls come from one thread. SDL_VIDEODRIVER chooses SDL's driver; `dummy` shows nothing.
  *
  * The Workbench has the size of the host's desktop, or 1024 by 768 pixels where there is none. The
  * environment variable ORMSEL_WORKBENCH_DEPTH gives its depth: 15, 16, 24 or 32, default 16.
