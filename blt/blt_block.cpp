@@ -4,68 +4,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include <ormsel/ormsel.h>
-
 namespace ormsel {
-
-// --- From a context -----------------------------------------------------------------------------------
-
-namespace {
-
-const BltBoundedContext* boundedFrom(const BltContext& ctx) {
-    return ctx.size == sizeof(BltBoundedContext) ? reinterpret_cast<const BltBoundedContext*>(&ctx) : nullptr;
-}
-
-uint8_t* pixelAt(uint8_t* pixels, ptrdiff_t pitch, int32_t x, int32_t y, size_t bytes) {
-    return pixels + y * pitch + x * static_cast<ptrdiff_t>(bytes);
-}
-
-} // namespace
-
-Block blockOf(const BltContext& ctx, size_t srcBytes, size_t dstBytes, size_t unit) {
-    const BltBoundedContext* bounded = boundedFrom(ctx);
-    Block b;
-    b.srcPitch = bounded ? bounded->srcPitch : ctx.src.pitch;
-    b.dstPitch = b.oldPitch = bounded ? bounded->dstPitch : ctx.dst.pitch;
-    b.maskPitch = bounded ? bounded->maskPitch : ctx.maskPitch;
-    b.src = pixelAt(ctx.src.pixels, b.srcPitch, ctx.srcX, ctx.srcY, srcBytes);
-    b.old = b.dst = pixelAt(ctx.dst.pixels, b.dstPitch, ctx.dstX, ctx.dstY, dstBytes);
-    b.mask = ctx.maskPixels ? pixelAt(ctx.maskPixels, b.maskPitch, ctx.srcX, ctx.srcY, 1) : nullptr;
-    b.width = static_cast<size_t>(ctx.width);
-    b.height = static_cast<size_t>(ctx.height);
-    b.srcBytes = srcBytes;
-    b.dstBytes = dstBytes;
-    b.unit = unit;
-    b.alpha = ctx.alpha;
-    b.alphaFill = 0;
-    b.srcFormat = &ctx.src;
-    b.dstFormat = &ctx.dst;
-    b.ends = bounded ? &bounded->ends : nullptr;
-    return b;
-}
 
 // --- One memory for several images --------------------------------------------------------------------
 
 namespace {
-
-// A store of a 24-bit pixel writes one byte behind it.
-size_t writtenBytes(const Block& b) {
-    return b.width * b.dstBytes + (b.dstBytes == 3);
-}
-
-// The bytes that rows span, from the lowest address to behind the highest.
-struct Span {
-    uintptr_t begin, end;
-
-    Span(const uint8_t* first, ptrdiff_t pitch, size_t rows, size_t rowBytes) {
-        const auto start = reinterpret_cast<uintptr_t>(first);
-        const uintptr_t last =
-            start + static_cast<uintptr_t>(pitch) * (rows - 1); // wraps for negative pitches
-        begin = std::min(start, last);
-        end = std::max(start, last) + rowBytes;
-    }
-    bool meets(const Span& other) const { return begin < other.end && other.begin < end; }
-};
 
 // Whether rows that two sides walk with one pitch in one memory stay in columns of their own.
 bool columnsApart(uintptr_t low, size_t lowBytes, uintptr_t high, size_t highBytes, size_t pitch) {
@@ -75,8 +18,8 @@ bool columnsApart(uintptr_t low, size_t lowBytes, uintptr_t high, size_t highByt
 
 } // namespace
 
-bool orderIsFree(const Block& b) {
-    const size_t srcRow = b.width * b.srcBytes, dstRow = writtenBytes(b);
+bool orderIsFreeInOneMemory(const Block& b) {
+    const size_t srcRow = b.width * b.srcBytes, dstRow = b.width * b.dstBytes + (b.dstBytes == 3);
     const Span dst(b.dst, b.dstPitch, b.height, dstRow);
     if (b.mask && Span(b.mask, b.maskPitch, b.height, b.width).meets(dst))
         return false;
@@ -220,11 +163,6 @@ ptrdiff_t unsignedPitch(int16_t pitch) {
     return static_cast<uint16_t>(pitch);
 }
 
-bool rowsEndInTime(int16_t pitch, int32_t x, int32_t width, uint32_t bytes, size_t reach) {
-    return pitch >= 0 && (static_cast<size_t>(x) + static_cast<size_t>(width)) * bytes + reach <=
-                             static_cast<size_t>(pitch);
-}
-
 } // namespace
 
 void runInside(const Block& block, Kernel kernel) {
@@ -242,14 +180,4 @@ BltBoundedContext::BltBoundedContext(const BltContext& bare, long srcRows, long 
                                                      bare.maskPixels ? bare.maskPixels + maskPitch * maskRows
                                                                      : nullptr} {
     ctx.size = sizeof *this;
-}
-
-bool BLT_StaysInside(const BltContext& ctx, long maskRows) {
-    // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
-    const size_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 && !ctx.maskPixels ? 8 : 0;
-    const size_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
-    return rowsEndInTime(ctx.src.pitch, ctx.srcX, ctx.width, ctx.src.bytesPerPixel, copied) &&
-           rowsEndInTime(ctx.dst.pitch, ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, stored) &&
-           (!ctx.maskPixels || (rowsEndInTime(ctx.maskPitch, ctx.srcX, ctx.width, 1, 0) &&
-                                ctx.srcY + static_cast<long>(ctx.height) <= maskRows));
 }

@@ -211,14 +211,15 @@ void BLT_GetBitmapDims(BitMap* bitmap, long& width, long& height) {
 
 namespace {
 
-// Zero-fills a context. In parts of less than 100 bytes, which compilers clear with a few vector stores; for
-// the whole of it they start a string instruction, which takes as long as a small blit.
+// Zero-fills a context, in parts that compilers clear with a few vector stores. For the whole of it they
+// start a string instruction, which takes as long as a small blit.
 void clear(BltContext& ctx) {
-    constexpr size_t kDst = offsetof(BltContext, dst), kRest = offsetof(BltContext, srcBpp);
+    constexpr size_t kPart = 64;
     auto* bytes = reinterpret_cast<uint8_t*>(&ctx);
-    std::memset(bytes, 0, kDst);
-    std::memset(bytes + kDst, 0, kRest - kDst);
-    std::memset(bytes + kRest, 0, sizeof ctx - kRest);
+    size_t i = 0;
+    for (; i + kPart <= sizeof ctx; i += kPart)
+        std::memset(bytes + i, 0, kPart);
+    std::memset(bytes + i, 0, sizeof ctx % kPart);
 }
 
 } // namespace

@@ -4,6 +4,8 @@
 // scalar table is complete, runs everywhere and is the reference for the others.
 #pragma once
 
+#include <atomic>
+
 #include "blt_block.h"
 
 namespace ormsel {
@@ -30,8 +32,23 @@ struct Kernels {
 
 extern const Kernels kScalarKernels;
 
+// A vector kernel's start costs about as much as the scalar kernel takes for this many pixels.
+constexpr size_t kNarrow = 4;
+
 // The kernels to use for a block: those of the processor's target, or the scalar ones, which keep the order
-// of single pixels, where the block's images share memory in a way that shows it.
-const Kernels& kernelsFor(const Block& block);
+// of single pixels, where the block's images share memory in a way that shows it or the rows are too short to
+// gain.
+inline const Kernels& kernelsFor(const Block& block);
+
+// The kernels of the target in use; nullptr until the first blit.
+extern std::atomic<const Kernels*> currentKernels;
+const Kernels& chooseKernels();
+
+inline const Kernels& kernelsFor(const Block& block) {
+    if (block.width < kNarrow || !orderIsFree(block))
+        return kScalarKernels;
+    const Kernels* kernels = currentKernels.load(std::memory_order_relaxed);
+    return kernels ? *kernels : chooseKernels();
+}
 
 } // namespace ormsel

@@ -50,34 +50,27 @@ const Kernels* choose() {
     return available().kernels[0];
 }
 
-std::atomic<const Kernels*> current{nullptr};
-
-const Kernels& best() {
-    const Kernels* kernels = current.load(std::memory_order_relaxed);
-    if (!kernels) [[unlikely]] {
-        kernels = choose();
-        current.store(kernels, std::memory_order_relaxed);
-    }
-    return *kernels;
-}
-
 } // namespace
 
-const Kernels& kernelsFor(const Block& block) {
-    const Kernels& kernels = best();
-    return &kernels == &kScalarKernels || orderIsFree(block) ? kernels : kScalarKernels;
+std::atomic<const Kernels*> currentKernels{nullptr};
+
+const Kernels& chooseKernels() {
+    const Kernels* kernels = choose();
+    currentKernels.store(kernels, std::memory_order_relaxed);
+    return *kernels;
 }
 
 } // namespace ormsel
 
 const char* BLT_TargetName() {
-    return ormsel::best().name;
+    const ormsel::Kernels* kernels = ormsel::currentKernels.load(std::memory_order_relaxed);
+    return (kernels ? *kernels : ormsel::chooseKernels()).name;
 }
 
 bool BLT_ForceTarget(const char* name) {
     const ormsel::Kernels* kernels = name ? ormsel::available().find(name) : ormsel::available().kernels[0];
     if (kernels)
-        ormsel::current.store(kernels, std::memory_order_relaxed);
+        ormsel::currentKernels.store(kernels, std::memory_order_relaxed);
     return kernels != nullptr;
 }
 
