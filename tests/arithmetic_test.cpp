@@ -89,9 +89,14 @@ public:
         destination_.resize(destination_.size() + 4);
         model::Blit blit{};
         const auto image = [&](const Format& f, long first, size_t bytes) {
-            return model::Image{
-                first, first,        first + static_cast<long>(bytes), width * f.bytes, width, rows,
-                f,     pair_.onBoard};
+            return model::Image{first,
+                                first,
+                                first + static_cast<long>(bytes),
+                                width * static_cast<long>(f.bytes),
+                                width,
+                                rows,
+                                f,
+                                pair_.onBoard};
         };
         const long to = static_cast<long>(source_.size());
         blit.src = image(pair_.from, 0, source_.size());
