@@ -19,27 +19,40 @@
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// Walks the rows of a block with a step; endOfRow is the scalar row function for the same pixels.
-template <class Step, void (*EndOfRow)(const RowOf&)>
-HWY_INLINE void everyRow(const Block& b, const Step& step) {
-    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes;
+// Walks the rows of a block with a step. Beside source and destination pixels a step gets a third pointer,
+// into rows of kThirdBytes a pixel: the old destination pixels or the mask. endOfRow takes the last pixels of
+// a row where the target has no masked step for them.
+template <class Step, class EndOfRow>
+HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPitch, const Step& step,
+                         const EndOfRow& endOfRow) {
+    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
+                     kThird = Step::kThirdBytes;
+    const size_t rest = b.width % kPixels, whole = b.width - rest;
+    const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
     const uint8_t* src = b.src;
-    const uint8_t* old = b.old;
     uint8_t* dst = b.dst;
-    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch, old += b.oldPitch) {
-        size_t x = 0;
-        for (; x + kPixels <= b.width; x += kPixels) {
+    for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+        for (size_t x = 0; x < whole; x += kPixels) {
             prefetchBehind<kPixels * kSrc>(src + x * kSrc);
-            prefetchBehind<kPixels * kDst>(old + x * kDst);
-            step(src + x * kSrc, dst + x * kDst, old + x * kDst, Whole{});
+            prefetchBehind<kPixels * kDst>(dst + x * kDst);
+            step(src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
         }
-        if (x == b.width)
+        if (rest == 0)
             continue;
         if constexpr (kMasks)
-            step(src + x * kSrc, dst + x * kDst, old + x * kDst, First{b.width - x});
+            step(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, First{rest});
         else
-            EndOfRow({src + x * kSrc, dst + x * kDst, old + x * kDst, b.width - x, b.alpha});
+            endOfRow(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, rest);
     }
+}
+
+// Walks with a step of a specialised routine; EndOfRow is the scalar row function for the same pixels.
+template <class Step, void (*EndOfRow)(const RowOf&)>
+HWY_INLINE void everyRow(const Block& b) {
+    everyRow(b, b.old, b.oldPitch, Step(b.alpha),
+             [&b](const uint8_t* src, uint8_t* dst, const uint8_t* old, size_t rest) {
+                 EndOfRow({src, dst, old, rest, b.alpha});
+             });
 }
 
 // --- 8-bit channels -----------------------------------------------------------------------------------
@@ -68,7 +81,7 @@ HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a) {
 // A 32-bit source with alpha onto A8R8G8B8; see alphaRowToArgb32().
 template <class L>
 struct AlphaToArgb32 {
-    static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4;
+    static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4, kThirdBytes = 4;
 
     explicit HWY_INLINE AlphaToArgb32(uint32_t alpha)
         : constant(hn::Set(D16(), static_cast<uint16_t>(alpha))),
@@ -97,7 +110,7 @@ struct AlphaToArgb32 {
 
 template <class L>
 void alphaToArgb32(const Block& b) {
-    everyRow<AlphaToArgb32<L>, alphaRowToArgb32<L>>(b, AlphaToArgb32<L>(b.alpha));
+    everyRow<AlphaToArgb32<L>, alphaRowToArgb32<L>>(b);
 }
 
 // --- R5G6B5 -------------------------------------------------------------------------------------------
@@ -157,7 +170,7 @@ struct Halves {
 // A 32-bit source with alpha onto R5G6B5; see alphaRowToRgb16().
 template <class L>
 struct AlphaToRgb16 {
-    static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2;
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2, kThirdBytes = 2;
 
     explicit HWY_INLINE AlphaToRgb16(uint32_t factor)
         : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))) {}
@@ -195,12 +208,12 @@ struct AlphaToRgb16 {
 
 template <class L>
 void alphaToRgb16(const Block& b) {
-    everyRow<AlphaToRgb16<L>, alphaRowToRgb16<L>>(b, AlphaToRgb16<L>(b.alpha));
+    everyRow<AlphaToRgb16<L>, alphaRowToRgb16<L>>(b);
 }
 
 // R5G6B5 onto R5G6B5 with one weight.
 struct MixRgb16 {
-    static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2;
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2, kThirdBytes = 2;
 
     explicit HWY_INLINE MixRgb16(uint32_t alpha)
         : weights(weightsOf(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
@@ -219,13 +232,13 @@ struct MixRgb16 {
 };
 
 void mixRgb16Kernel(const Block& b) {
-    everyRow<MixRgb16, mixRowOfRgb16>(b, MixRgb16(b.alpha));
+    everyRow<MixRgb16, mixRowOfRgb16>(b);
 }
 
 // A 24-bit source onto R5G6B5, converted or blended with one weight.
 template <class L, bool Blend>
 struct Rgb24ToRgb16 {
-    static constexpr size_t kPixels = kLanes16, kSrcBytes = 3, kDstBytes = 2;
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = 3, kDstBytes = 2, kThirdBytes = 2;
 
     explicit HWY_INLINE Rgb24ToRgb16(uint32_t alpha)
         : weights(weightsOf(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
@@ -262,12 +275,12 @@ struct Rgb24ToRgb16 {
 
 template <class L>
 void convertToRgb16(const Block& b) {
-    everyRow<Rgb24ToRgb16<L, false>, convertRowToRgb16<L>>(b, Rgb24ToRgb16<L, false>(0));
+    everyRow<Rgb24ToRgb16<L, false>, convertRowToRgb16<L>>(b);
 }
 
 template <class L>
 void mixToRgb16(const Block& b) {
-    everyRow<Rgb24ToRgb16<L, true>, mixRowToRgb16<L>>(b, Rgb24ToRgb16<L, true>(b.alpha));
+    everyRow<Rgb24ToRgb16<L, true>, mixRowToRgb16<L>>(b);
 }
 
 // --- The generic rule ---------------------------------------------------------------------------------
@@ -403,6 +416,9 @@ HWY_INLINE void storePixels(V32 v, M32 drawn, uint8_t* p) {
 
 template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
 struct GenericStep {
+    static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
+                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : DstBytes;
+
     GenericFormat<SrcBytes> src;
     GenericFormat<DstBytes> dst;
     V16 factor;     // the constant alpha, 255 as 256: x * 256 >> 8 is x
@@ -417,17 +433,17 @@ struct GenericStep {
                                                 : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* m, Lanes lanes) const {
+    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* third, Lanes lanes) const {
         const D16 d16;
         const D32 d32;
         const V32 argb = hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill);
         const auto all = hn::Eq(argb, argb);
         if constexpr (Alpha == GenericAlpha::kOpaque) {
-            (void)m;
+            (void)third;
             storePixels<DstBytes>(dst.fromArgb(argb), onlyLanes(d32, all, lanes), d);
         } else {
             const V32 own =
-                Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), m, lanes)) : argb;
+                Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), third, lanes)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
             const M32 drawn = onlyLanes(d32, hn::Ne(as(d32, e), hn::Zero(d32)), lanes);
             if (hn::AllFalse(d32, drawn))
@@ -444,30 +460,18 @@ struct GenericStep {
 
 template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
 void genericRows(const Block& b) {
+    constexpr bool kMasked = Alpha == GenericAlpha::kOfMask;
     const GenericStep<SrcBytes, DstBytes, Alpha> step(b);
-    for (size_t y = 0; y < b.height; ++y) {
-        const auto row = static_cast<ptrdiff_t>(y);
-        const uint8_t* src = b.src + row * b.srcPitch;
-        const uint8_t* mask = Alpha == GenericAlpha::kOfMask ? b.mask + row * b.maskPitch : nullptr;
-        uint8_t* dst = b.dst + row * b.dstPitch;
-        const auto maskAt = [mask](size_t i) { return Alpha == GenericAlpha::kOfMask ? mask + i : nullptr; };
-        size_t x = 0;
-        for (; x + kLanes32 <= b.width; x += kLanes32)
-            step(src + x * SrcBytes, dst + x * DstBytes, maskAt(x), Whole{});
-        if (x == b.width)
-            continue;
-        if constexpr (kMasks) {
-            step(src + x * SrcBytes, dst + x * DstBytes, maskAt(x), First{b.width - x});
-        } else {
-            Block end = b;
-            end.src = src + x * SrcBytes;
-            end.dst = dst + x * DstBytes;
-            end.mask = maskAt(x);
-            end.width = b.width - x;
-            end.height = 1;
-            kScalarKernels.generic(end);
-        }
-    }
+    everyRow(b, kMasked ? b.mask : b.dst, kMasked ? b.maskPitch : b.dstPitch, step,
+             [&b](const uint8_t* src, uint8_t* dst, const uint8_t* third, size_t rest) {
+                 Block end = b;
+                 end.src = src;
+                 end.dst = dst;
+                 end.mask = kMasked ? third : nullptr;
+                 end.width = rest;
+                 end.height = 1;
+                 kScalarKernels.generic(end);
+             });
 }
 
 template <GenericAlpha Alpha>
