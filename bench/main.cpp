@@ -36,11 +36,12 @@ Measures Ormsel's routines beside other libraries and the memory's own limit.
   --compare FILE   compare with the figures of an earlier --json; exit status 1 when a row lost more than its noise
   --from FILE      take the figures of an earlier --json instead of measuring
   --list           name the rows
+  --help           this text
 )";
 
 struct Options {
     std::string rowPatterns = "*", sizeNames = "64x64,800x600,3840x2160,call", json, charts, compare, from;
-    bool quick = false, check = false, list = false;
+    bool quick = false, check = false, list = false, help = false;
     int passes = 0;
 };
 
@@ -57,6 +58,7 @@ bool parse(int argc, char** argv, Options& o) {
         bool* flag = option == "--quick"   ? &o.quick
                      : option == "--check" ? &o.check
                      : option == "--list"  ? &o.list
+                     : option == "--help"  ? &o.help
                                            : nullptr;
         if (flag)
             *flag = true;
@@ -224,6 +226,10 @@ int main(int argc, char** argv) {
     if (!parse(argc, argv, options)) {
         std::fputs(kUsage, stderr);
         return 2;
+    }
+    if (options.help) {
+        std::fputs(kUsage, stdout);
+        return EXIT_SUCCESS;
     }
     if (options.list) {
         for (const Row& row : rows)
