@@ -77,10 +77,6 @@ constexpr uint32 insert(Channel c, uint32 v) {
 
 } // namespace
 
-bool operator==(const Channel& a, const Channel& b) {
-    return a.shift == b.shift && a.width == b.width;
-}
-
 const PixelFormat* findFormat(uint32 code) {
     return code < formats.size() ? &formats[code] : nullptr;
 }

@@ -26,10 +26,7 @@ struct PixelFormat {
     Channel r, g, b, a;
 
     bool isRgb() const { return r.width != 0; }
-    bool operator==(const PixelFormat&) const = default;
 };
-
-bool operator==(const Channel& a, const Channel& b);
 
 /** The description of a format code; empty for codes above RGBFB_YUV422PAPC. */
 const PixelFormat* findFormat(uint32 code);

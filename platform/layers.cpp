@@ -208,10 +208,11 @@ void linkLayers(LayerInfoRecord& li) {
     }
 }
 
-/** Takes all layers of a list, from front to back. */
+/** Takes all layers of a list, in an order that does not change with theirs. */
 class AllLocked {
 public:
     explicit AllLocked(std::vector<LayerRecord*> layers) : layers_(std::move(layers)) {
+        std::sort(layers_.begin(), layers_.end(), std::less<>());
         for (LayerRecord* layer : layers_)
             layer->mutex.lock();
     }

@@ -125,8 +125,8 @@ void PutMsg(MsgPort* port, Message* message) {
 }
 
 Message* GetMsg(MsgPort* port) {
-    if (Message* const message = host::takeMessage(*port))
-        return message;
+    // Every time and not just when the port is empty: SDL's queue of 128 events would overflow while a
+    // program works off a long one of ours.
     host::serviceDisplay();
     return host::takeMessage(*port);
 }

@@ -10,7 +10,7 @@ namespace host {
 /** Makes an empty port. Without a task it raises no signal. */
 void initPort(MsgPort& port, Task* task, uint8 signalBit);
 
-/** Takes the first message without looking at the host's input first; NULL when there is none. */
+/** Takes the first message without looking at the host's input; NULL when there is none. */
 Message* takeMessage(MsgPort& port);
 
 /** The last message in the queue, or NULL. It stays there while no one else takes messages. */

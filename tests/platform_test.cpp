@@ -128,7 +128,8 @@ TEST(BitMaps, EveryFormatCanBeAllocated) {
         const Locked locked(bm.get());
         EXPECT_EQ(locked.info.RGBFormat, code);
         EXPECT_EQ(locked.info.BytesPerRow % 16, 0);
-        EXPECT_GT(locked.info.BytesPerRow * 8U, 800 * p96GetBitMapAttr(bm.get(), P96BMA_DEPTH))
+        EXPECT_GT(static_cast<uint32>(locked.info.BytesPerRow) * 8,
+                  800 * p96GetBitMapAttr(bm.get(), P96BMA_DEPTH))
             << "rows are padded";
         EXPECT_EQ(*locked.row(2), 0);
     }

@@ -57,8 +57,8 @@ void ReplyMsg(struct Message* message);
 /**
  * Sleeps until at least one of the signals has been raised since the last Wait() that returned it.
  *
- * The host's input reaches the ports of windows from here and from a GetMsg() that finds nothing, on the
- * thread that opened the window; what was drawn is shown from the same places.
+ * The host's input reaches the ports of windows from here and from GetMsg(), on the thread that opened the
+ * window; what was drawn is shown from the same places.
  *
  * @param signals the signals to wait for, `1UL << port->mp_SigBit` and SIGBREAKF_CTRL_C; the break signal
  *                reaches the first thread that waits for it
