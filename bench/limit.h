@@ -19,10 +19,10 @@ struct Traffic {
 // Pixels come in multiples of 64.
 using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
 
-// One loop for each vector width that this processor has, widest first.
+// Loops with every vector width that this processor has, with and without prefetching.
 std::vector<LimitLoop> limitLoops(const Traffic& traffic);
 
 template <size_t Width>
-LimitLoop limitLoopOfWidth(const Traffic& traffic);
+LimitLoop limitLoopOfWidth(const Traffic& traffic, bool prefetches);
 
 } // namespace bench

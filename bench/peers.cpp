@@ -165,7 +165,7 @@ void addMemmove(std::vector<Participant>& list, const Case& c) {
                     })});
 }
 
-// The widest vectors are not always the fastest, so the loop is the fastest of all widths in a short trial.
+// Neither the widest vectors nor prefetching is always the fastest, so a short trial decides.
 LimitLoop fastestLimit(const Case& c) {
     const Traffic traffic = {info(c.row.src).bytes(), info(c.row.dst).bytes(), c.row.readsDestination(),
                              c.row.rule == kMasked};
