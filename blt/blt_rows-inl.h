@@ -175,19 +175,12 @@ struct AlphaToRgb16 {
     explicit HWY_INLINE AlphaToRgb16(uint32_t factor)
         : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))) {}
 
-    HWY_INLINE V32 loadSecond(const uint8_t* p, Whole) const { return loadAt(D32(), p + 4 * kLanes32); }
-    HWY_INLINE V32 loadSecond(const uint8_t* p, First lanes) const {
-        return loadLanes(D32(), p + 4 * kLanes32, lanes.after(kLanes32));
-    }
-    HWY_INLINE V32 loadFirst(const uint8_t* p, Whole) const { return loadAt(D32(), p); }
-    HWY_INLINE V32 loadFirst(const uint8_t* p, First lanes) const {
-        return loadLanes(D32(), p, First{lanes.count < kLanes32 ? lanes.count : kLanes32});
-    }
-
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const Halves s(loadFirst(src, lanes), loadSecond(src, lanes));
+        const D32 d32;
+        const Halves s(loadLanes(d32, src, firstHalf(lanes)),
+                       loadLanes(d32, src + 4 * kLanes32, secondHalf(lanes)));
         const V16 alpha8 = hn::And(s.template channel<L::kA, 0>(), hn::Set(d16, 0xFF));
         // A * 32 * F >> 16 = A * F >> 11, from 0 to 31.
         const V16 a5 = hn::MulHigh(alpha8, factor32);
@@ -243,18 +236,10 @@ struct Rgb24ToRgb16 {
     explicit HWY_INLINE Rgb24ToRgb16(uint32_t alpha)
         : weights(weightsOf(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
 
-    HWY_INLINE Halves load(const uint8_t* p, Whole whole) const {
-        return Halves(load24(p, whole), load24(p + 3 * kLanes32, whole));
-    }
-    HWY_INLINE Halves load(const uint8_t* p, First lanes) const {
-        return Halves(load24(p, First{lanes.count < kLanes32 ? lanes.count : kLanes32}),
-                      load24(p + 3 * kLanes32, lanes.after(kLanes32)));
-    }
-
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const Halves s = load(src, lanes);
+        const Halves s(load24(src, firstHalf(lanes)), load24(src + 3 * kLanes32, secondHalf(lanes)));
         const V16 r = s.template channel<L::kR, 3>(), g = s.template channel<L::kG, 2>(),
                   b = s.template channel<L::kB, 3>();
         V16 out;
@@ -285,19 +270,16 @@ void mixToRgb16(const Block& b) {
 
 // --- The generic rule ---------------------------------------------------------------------------------
 //
-// Pixels of any format become A8R8G8B8 with channels widened to 8 bits, are blended, and become pixels of the
-// destination's format. 24- and 32-bit pixels are converted by one byte shuffle; 16-bit ones by shifts.
+// Channels of any format are widened to 8 bits, blended, and put into the destination's format. 24- and
+// 32-bit pixels become A8R8G8B8 by one byte shuffle; the channels of 16-bit ones are taken out and put back
+// by shifts.
 
 // What a generic blit does with alpha.
 enum class GenericAlpha { kOpaque, kOfPixel, kOfMask };
 
-constexpr uint32_t maskOfByte(uint32_t shift) {
-    return 0xFFU << shift;
-}
-
 // Whether a channel of a 24- or 32-bit pixel is absent or one whole byte.
 inline bool isByte(uint32_t mask, uint32_t shift, uint32_t loss) {
-    return mask == 0 || (shift % 8 == 0 && shift < 32 && loss == 0 && mask == maskOfByte(shift));
+    return mask == 0 || (shift % 8 == 0 && shift < 32 && loss == 0 && mask == 0xFFU << shift);
 }
 
 // Whether a channel of a 16-bit pixel is at most 8 bits when taken out, and is put back from 8 bits alone.
@@ -306,36 +288,60 @@ inline bool isShort(uint32_t mask, uint32_t shift, uint32_t loss) {
                          (mask & ~(0xFFU >> loss << shift)) == 0);
 }
 
-inline bool isPlain(const BltRenderFmt& f) {
+inline bool coloursArePlain(const BltRenderFmt& f) {
     const auto channel = f.bytesPerPixel == 2 ? isShort : isByte;
     return channel(f.rMask, f.rShift, f.rLoss) && channel(f.gMask, f.gShift, f.gLoss) &&
            channel(f.bMask, f.bShift, f.bLoss) &&
            (f.bytesPerPixel != 3 || (f.rMask | f.gMask | f.bMask | f.aMask) <= 0xFFFFFF);
 }
 
-// Whether no two channels share a bit: putting channels back by a shuffle can't combine them.
-inline bool isDisjoint(const BltRenderFmt& f) {
-    const uint64_t sum = uint64_t{f.rMask} + f.gMask + f.bMask + f.aMask;
-    return sum == (f.rMask | f.gMask | f.bMask | f.aMask);
+// Whether a source's alpha has at most 8 bits, or isn't looked at. 16-bit sources come with their alpha
+// filled.
+inline bool alphaIsPlain(const BltRenderFmt& src, uint32_t fill, bool used) {
+    if (!used)
+        return true;
+    return src.bytesPerPixel == 2 ? fill == 255 && isShort(src.aMask, src.aShift, src.aLoss)
+                                  : isByte(src.aMask, src.aShift, src.aLoss);
 }
 
-// A channel of a 16-bit pixel with run-time position; values stand in 32-bit lanes.
+// Whether a destination's alpha can be put back by a shift, or by a shuffle: no two channels share a bit
+// then.
+inline bool fieldIsPlain(const BltRenderFmt& dst) {
+    if (dst.bytesPerPixel == 2)
+        return dst.aMask == 0 || (dst.aShift < 16 && dst.aLoss < 16 && dst.aMask <= 0xFFFF);
+    const uint64_t sum = uint64_t{dst.rMask} + dst.gMask + dst.bMask + dst.aMask;
+    return isByte(dst.aMask, dst.aShift, dst.aLoss) && sum == (dst.rMask | dst.gMask | dst.bMask | dst.aMask);
+}
+
+// A channel of a 16-bit pixel with run-time position.
+template <class D>
 struct ShortChannel {
-    V32 mask;
+    using V = hn::Vec<D>;
+    V mask;
     int shift, loss;
 
     HWY_INLINE ShortChannel(uint32_t m, uint32_t s, uint32_t l)
-        : mask(hn::Set(D32(), m)), shift(m ? static_cast<int>(s) : 0), loss(m ? static_cast<int>(l) : 0) {}
+        : mask(hn::Set(D(), static_cast<hn::TFromD<D>>(m))), shift(m ? static_cast<int>(s) : 0),
+          loss(m ? static_cast<int>(l) : 0) {}
 
-    HWY_INLINE V32 extract(V32 pixel) const {
+    HWY_INLINE V extract(V pixel) const {
         return hn::ShiftLeftSame(hn::ShiftRightSame(hn::And(pixel, mask), shift), loss);
     }
-    HWY_INLINE V32 place(V32 value) const {
+    HWY_INLINE V place(V value) const {
         return hn::And(hn::ShiftLeftSame(hn::ShiftRightSame(value, loss), shift), mask);
     }
 };
 
-// One side's format: to A8R8G8B8 and back.
+template <class D>
+struct ShortFormat {
+    ShortChannel<D> r, g, b, a;
+
+    explicit HWY_INLINE ShortFormat(const BltRenderFmt& f)
+        : r(f.rMask, f.rShift, f.rLoss), g(f.gMask, f.gShift, f.gLoss), b(f.bMask, f.bShift, f.bLoss),
+          a(f.aMask, f.aShift, f.aLoss) {}
+};
+
+// One side's format in 32-bit lanes: to A8R8G8B8 and back.
 template <int Bytes>
 struct GenericFormat {
     Shuffle toArgb, fromArgb;
@@ -356,22 +362,16 @@ struct GenericFormat {
     }
 };
 
+// A 16-bit source; its alpha is filled or plays no part.
 template <>
 struct GenericFormat<2> {
-    ShortChannel r, g, b, a;
+    ShortFormat<D32> format;
 
-    explicit HWY_INLINE GenericFormat(const BltRenderFmt& f)
-        : r(f.rMask, f.rShift, f.rLoss), g(f.gMask, f.gShift, f.gLoss), b(f.bMask, f.bShift, f.bLoss),
-          a(f.aMask, f.aShift, f.aLoss) {}
+    explicit HWY_INLINE GenericFormat(const BltRenderFmt& f) : format(f) {}
 
     HWY_INLINE V32 toArgb(V32 pixel) const {
-        return hn::Or(hn::Or(b.extract(pixel), hn::ShiftLeft<8>(g.extract(pixel))),
-                      hn::Or(hn::ShiftLeft<16>(r.extract(pixel)), hn::ShiftLeft<24>(a.extract(pixel))));
-    }
-    HWY_INLINE V32 fromArgb(V32 v) const {
-        const auto byte = hn::Set(D32(), 0xFF);
-        return hn::Or(hn::Or(b.place(hn::And(v, byte)), g.place(hn::And(hn::ShiftRight<8>(v), byte))),
-                      hn::Or(r.place(hn::And(hn::ShiftRight<16>(v), byte)), a.place(hn::ShiftRight<24>(v))));
+        return hn::Or(format.b.extract(pixel), hn::Or(hn::ShiftLeft<8>(format.g.extract(pixel)),
+                                                      hn::ShiftLeft<16>(format.r.extract(pixel))));
     }
 };
 
@@ -385,35 +385,18 @@ HWY_INLINE V32 loadPixels(const uint8_t* p, Lanes lanes) {
         return loadLanes(D32(), p, lanes);
 }
 
-template <int Bytes, class Lanes>
-HWY_INLINE V32 loadOldPixels(const uint8_t* p, Lanes lanes) {
-    return loadPixels<Bytes>(Bytes == 3 ? p + 1 : p, lanes); // see loadFollowing24()
+// The constant alpha as a factor of the bytes above it: 256 * x * factor >> 16. 255 counts as 256, which
+// gives x.
+HWY_INLINE V16 factorOf(uint32_t alpha) {
+    return hn::Set(D16(), static_cast<uint16_t>(alpha == 255 ? 256 : alpha));
 }
 
-template <int Bytes>
-HWY_INLINE void storePixels(V32 v, M32 drawn, uint8_t* p) {
-    const D32 d32;
-    if constexpr (Bytes == 4) {
-        storeWhere(d32, v, drawn, p);
-    } else if constexpr (Bytes == 2) {
-        const H16 h16;
-        const auto wide = hn::VecFromMask(d32, drawn);
-        const auto narrow = hn::MaskFromVec(
-            as(h16, hn::DemoteTo(hn::RebindToSigned<H16>(), as(hn::RebindToSigned<D32>(), wide))));
-        storeWhere(h16, hn::TruncateTo(h16, v), narrow, p);
-    } else if (hn::AllTrue(d32, drawn)) {
-        store24AndZero(v, p);
-    } else {
-        // Each store's zero byte falls on the next pixel, which stays so unless that pixel is drawn.
-        alignas(HWY_MAX_BYTES) uint32_t pixels[kLanes32], keep[kLanes32];
-        hn::Store(v, d32, pixels);
-        hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
-        for (size_t i = 0; i < kLanes32; ++i)
-            if (keep[i])
-                ormsel::store24AndZero(p + 3 * i, pixels[i]);
-    }
+// An effective alpha as a weight of 256ths: 255 counts as 256, which gives the source unchanged.
+HWY_INLINE V16 weightOf(V16 e) {
+    return e + hn::ShiftRight<8>(e + hn::Set(D16(), 1));
 }
 
+// Onto 24- and 32-bit destinations.
 template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
 struct GenericStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
@@ -421,39 +404,116 @@ struct GenericStep {
 
     GenericFormat<SrcBytes> src;
     GenericFormat<DstBytes> dst;
-    V16 factor;     // the constant alpha, 255 as 256: x * 256 >> 8 is x
+    V16 factor;
     V32 fill;       // ORed into source pixels
     Shuffle spread; // the deciding alpha byte into the high bytes of both 16-bit lanes
 
     explicit HWY_INLINE GenericStep(const Block& b)
-        : src(*b.srcFormat), dst(*b.dstFormat),
-          factor(hn::Set(D16(), static_cast<uint16_t>(b.alpha == 255 ? 256 : b.alpha))),
+        : src(*b.srcFormat), dst(*b.dstFormat), factor(factorOf(b.alpha)),
           fill(hn::Set(D32(), b.alphaFill << 24)),
           spread(Alpha == GenericAlpha::kOfMask ? shuffleOfBytes(bytesFrom(0x80, 0, 0x80, 0))
                                                 : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* third, Lanes lanes) const {
+    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
         const D16 d16;
         const D32 d32;
         const V32 argb = hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill);
-        const auto all = hn::Eq(argb, argb);
         if constexpr (Alpha == GenericAlpha::kOpaque) {
-            (void)third;
-            storePixels<DstBytes>(dst.fromArgb(argb), onlyLanes(d32, all, lanes), d);
+            (void)mask;
+            const GenericPixels<DstBytes> all(onlyLanes(d32, hn::Eq(argb, argb), lanes));
+            all.store(dst.fromArgb(argb), d);
         } else {
             const V32 own =
-                Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), third, lanes)) : argb;
+                Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), mask, lanes)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
-            const M32 drawn = onlyLanes(d32, hn::Ne(as(d32, e), hn::Zero(d32)), lanes);
-            if (hn::AllFalse(d32, drawn))
+            const GenericPixels<DstBytes> drawn(onlyLanes(d32, hn::Ne(as(d32, e), hn::Zero(d32)), lanes));
+            if (!kMasks && drawn.isEmpty())
                 return;
-            // 255 counts as 256, which gives the source unchanged.
-            const V16 weight = e + hn::ShiftRight<8>(e + hn::Set(d16, 1));
-            const V32 old = dst.toArgb(loadOldPixels<DstBytes>(d, lanes));
+            const V32 old = dst.toArgb(drawn.loadOld(d));
             const V32 field = Alpha == GenericAlpha::kOfMask ? own : as(d32, e);
-            const V32 mixed = hn::Or(mixColours(argb, old, weight), hn::ShiftLeft<24>(field));
-            storePixels<DstBytes>(dst.fromArgb(mixed), drawn, d);
+            const V32 mixed = hn::Or(mixColours(argb, old, weightOf(e)), hn::ShiftLeft<24>(field));
+            drawn.store(dst.fromArgb(mixed), d);
+        }
+    }
+};
+
+// Each channel of source pixels in 16-bit lanes, widened to 8 bits.
+struct Channels16 {
+    V16 r, g, b, a;
+};
+
+template <int SrcBytes>
+struct ChannelSource {
+    Shuffle toArgb;
+
+    explicit HWY_INLINE ChannelSource(const BltRenderFmt& f) : toArgb(GenericFormat<SrcBytes>(f).toArgb) {}
+
+    template <class Lanes>
+    HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
+        const auto low = hn::Set(D16(), 0x00FF);
+        const Halves halves(toArgb(loadPixels<SrcBytes>(p, firstHalf(lanes))),
+                            toArgb(loadPixels<SrcBytes>(p + SrcBytes * kLanes32, secondHalf(lanes))));
+        return {hn::And(halves.high, low), hn::ShiftRight<8>(halves.low), hn::And(halves.low, low),
+                hn::ShiftRight<8>(halves.high)};
+    }
+};
+
+template <>
+struct ChannelSource<2> {
+    ShortFormat<D16> format;
+
+    explicit HWY_INLINE ChannelSource(const BltRenderFmt& f) : format(f) {}
+
+    template <class Lanes>
+    HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
+        const V16 s = loadLanes(D16(), p, lanes);
+        return {format.r.extract(s), format.g.extract(s), format.b.extract(s), hn::Zero(D16())};
+    }
+};
+
+// Onto 16-bit destinations.
+template <int SrcBytes, GenericAlpha Alpha>
+struct GenericStep<SrcBytes, 2, Alpha> {
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = SrcBytes, kDstBytes = 2,
+                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : 2;
+
+    ChannelSource<SrcBytes> src;
+    ShortFormat<D16> dst;
+    V16 factor, fill;
+
+    explicit HWY_INLINE GenericStep(const Block& b)
+        : src(*b.srcFormat), dst(*b.dstFormat), factor(factorOf(b.alpha)),
+          fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))) {}
+
+    static HWY_INLINE V16 mix(V16 s, V16 d, V16 weight) {
+        return hn::ShiftRight<8>((s - d) * weight + hn::ShiftLeft<8>(d)); // exact: see mixColours()
+    }
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* from, uint8_t* to, const uint8_t* mask, Lanes lanes) const {
+        const D16 d16;
+        const Channels16 s = src.load(from, lanes);
+        if constexpr (Alpha == GenericAlpha::kOpaque) {
+            (void)mask;
+            const V16 field = dst.a.place(fill);
+            storeLanes(d16,
+                       hn::Or(hn::Or(dst.r.place(s.r), dst.g.place(s.g)), hn::Or(dst.b.place(s.b), field)),
+                       to, lanes);
+        } else {
+            V16 own = hn::Or(s.a, fill);
+            if constexpr (Alpha == GenericAlpha::kOfMask)
+                own = hn::PromoteTo(d16, loadLanes(B16(), mask, lanes));
+            const V16 e = hn::MulHigh(hn::ShiftLeft<8>(own), factor);
+            const StoreSet<D16> drawn{d16, onlyLanes(d16, hn::Ne(e, hn::Zero(d16)), lanes)};
+            if (!kMasks && drawn.isEmpty())
+                return;
+            const V16 weight = weightOf(e), old = drawn.loadOld(d16, to);
+            const V16 r = mix(s.r, dst.r.extract(old), weight);
+            const V16 g = mix(s.g, dst.g.extract(old), weight);
+            const V16 b = mix(s.b, dst.b.extract(old), weight);
+            const V16 field = dst.a.place(Alpha == GenericAlpha::kOfMask ? own : e);
+            drawn.store(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), hn::Or(dst.b.place(b), field)), to);
         }
     }
 };
@@ -486,11 +546,8 @@ void genericKernel(const Block& b) {
     const BltRenderFmt &src = *b.srcFormat, &dst = *b.dstFormat;
     const bool masked = b.mask != nullptr;
     const bool opaque = !masked && b.alphaFill == 255 && b.alpha == 255;
-    const auto alphaIs = src.bytesPerPixel == 2 ? isShort : isByte;
-    const bool alphaFits = masked || opaque || alphaIs(src.aMask, src.aShift, src.aLoss);
-    const bool fieldFits = dst.bytesPerPixel == 2 ? dst.aShift < 32 && dst.aLoss < 32 && dst.aMask <= 0xFFFF
-                                                  : isByte(dst.aMask, dst.aShift, dst.aLoss);
-    if (!isPlain(src) || !isPlain(dst) || !isDisjoint(dst) || !alphaFits || !fieldFits) {
+    if (!coloursArePlain(src) || !coloursArePlain(dst) || !fieldIsPlain(dst) ||
+        !alphaIsPlain(src, b.alphaFill, !masked && !opaque)) {
         kScalarKernels.generic(b);
         return;
     }

@@ -33,6 +33,7 @@ using M32 = hn::Mask<D32>;
 // Half as many 16-bit lanes as fit: one for each 32-bit lane of a whole vector.
 using H16 = hn::Rebind<uint16_t, D32>;
 using H8 = hn::Rebind<uint8_t, D32>;
+using B16 = hn::Rebind<uint8_t, D16>; // one byte for each 16-bit lane
 
 constexpr size_t kLanes32 = HWY_MAX_BYTES / 4; // all targets used here have a fixed size
 constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
@@ -53,9 +54,21 @@ HWY_INLINE auto as(To d, V v) {
 struct Whole {};
 struct First {
     size_t count;
-    // What is left for the lanes behind the first n.
-    First after(size_t n) const { return {count > n ? count - n : 0}; }
 };
+
+// The 16-bit lanes of a step as two vectors of 32-bit lanes.
+HWY_INLINE Whole firstHalf(Whole) {
+    return {};
+}
+HWY_INLINE Whole secondHalf(Whole) {
+    return {};
+}
+HWY_INLINE First firstHalf(First lanes) {
+    return {lanes.count < kLanes32 ? lanes.count : kLanes32};
+}
+HWY_INLINE First secondHalf(First lanes) {
+    return {lanes.count < kLanes32 ? 0 : lanes.count - kLanes32};
+}
 
 template <class D>
 HWY_INLINE auto loadAt(D d, const uint8_t* p) {
@@ -138,51 +151,52 @@ HWY_INLINE void storeLanes(D d, V v, uint8_t* p, First lanes) {
     storeWhere(d, v, hn::FirstN(d, lanes.count), p);
 }
 
-// One 24-bit pixel value in each 32-bit lane; reads exactly 3 bytes a lane. The top bytes are 0.
-template <class Lanes>
-HWY_INLINE V32 load24(const uint8_t* p, Lanes lanes) {
-    const D32 d32;
+// One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
+HWY_INLINE V32 spread24(V32 packed) {
     const D8 d8;
     alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
                                                         6, 7, 8, 0x80, 9, 10, 11, 0x80};
-    const auto spread = hn::LoadDup128(d8, kSpread);
 #    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
-    // Three of four words hold pixels; each block of 16 bytes gets its own three.
+    // Each block of 16 bytes gets its own three words.
     alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
-    V32 packed;
-    if constexpr (std::is_same_v<Lanes, Whole>)
-        packed = loadWhere(d32, hn::FirstN(d32, kLanes32 / 4 * 3), p);
-    else
-        packed = as(d32, loadWhere(d8, hn::FirstN(d8, lanes.count * 3), p));
-    const auto blocks = hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kBlocks));
-    return as(d32, hn::TableLookupBytesOr0(as(d8, blocks), spread));
+    packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
+#    endif
+    return as(D32(), hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kSpread)));
+}
+
+// Reads exactly 3 bytes a lane.
+HWY_INLINE V32 load24(const uint8_t* p, Whole) {
+    const D32 d32;
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+    return spread24(loadWhere(d32, hn::FirstN(d32, kLanes32 / 4 * 3), p));
 #    else
-    (void)lanes;
     uint32_t words[4] = {};
     std::memcpy(words, p, 12);
-    return as(d32, hn::TableLookupBytesOr0(as(d8, hn::LoadU(d32, words)), spread));
+    return spread24(hn::LoadU(d32, words));
 #    endif
 }
 
-// Stores each lane's low three bytes one after the other, and a zero byte behind the last.
-HWY_INLINE void store24AndZero(V32 v, uint8_t* p) {
+HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
+    const D8 d8;
+    return spread24(as(D32(), loadWhere(d8, hn::FirstN(d8, lanes.count * 3), p)));
+}
+
+// Each lane's low three bytes, one after the other; zeros behind the last.
+HWY_INLINE V32 pack24(V32 v) {
     const D32 d32;
     const D8 d8;
     alignas(16) static constexpr uint8_t kPack[16] = {0,  1,  2,  4,  5,    6,    8,    9,
                                                       10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
     const auto packed = as(d32, hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kPack)));
-#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+#    if HWY_TARGET == HWY_AVX3
     alignas(64) static constexpr int32_t kGather[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 3, 3, 3};
-    alignas(64) static constexpr int32_t kGather8[8] = {0, 1, 2, 4, 5, 6, 3, 3};
-    const auto gathered =
-        hn::TableLookupLanes(packed, hn::SetTableIndices(d32, HWY_TARGET == HWY_AVX3 ? kGather : kGather8));
-    storeWhere(d32, gathered, hn::FirstN(d32, kLanes32 / 4 * 3), p);
+    return hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kGather));
+#    elif HWY_TARGET == HWY_AVX2
+    alignas(32) static constexpr int32_t kGather[8] = {0, 1, 2, 4, 5, 6, 3, 3};
+    return hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kGather));
 #    else
-    uint32_t words[4];
-    hn::StoreU(packed, d32, words);
-    std::memcpy(p, words, 12);
+    return packed;
 #    endif
-    p[3 * kLanes32] = 0;
 }
 
 // --- Arithmetic ---------------------------------------------------------------------------------------
@@ -254,6 +268,72 @@ struct StoreSet {
     HWY_INLINE void store(V v, uint8_t* p) const {
         storeWhere(d, as(d, v), lanes, p);
     }
+};
+
+// Pixels of a generic blit, which are stored one by one. drawn has one 32-bit lane a pixel.
+template <int Bytes>
+struct GenericPixels;
+
+template <>
+struct GenericPixels<4> : StoreSet<D32> {
+    explicit HWY_INLINE GenericPixels(M32 drawn) : StoreSet<D32>{D32(), drawn} {}
+
+    HWY_INLINE V32 loadOld(const uint8_t* p) const { return StoreSet<D32>::loadOld(D32(), p); }
+};
+
+// 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
+// pixel is drawn, too. Old pixels come from one byte further on, see loadFollowing24(); a pixel's own store
+// never changes what a later one reads there.
+template <>
+struct GenericPixels<3> {
+    M32 drawn;
+
+    explicit HWY_INLINE GenericPixels(M32 d) : drawn(d) {}
+
+    HWY_INLINE bool isEmpty() const { return hn::AllFalse(D32(), drawn); }
+
+#    if HWY_TARGET == HWY_AVX3
+    // Three bits for each pixel drawn.
+    HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249) * 7; }
+
+    HWY_INLINE V32 loadOld(const uint8_t* p) const {
+        return spread24(V32{_mm512_maskz_loadu_epi8(_cvtu64_mask64(bytes()), p + 1)});
+    }
+    // In stores that end where the next step's begins: a load that overlaps the span of a masked store waits
+    // for it, even where the mask has no byte.
+    HWY_INLINE void store(V32 v, uint8_t* p) const {
+        const uint64_t starts = _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249);
+        const uint64_t stored = starts * 7 | starts << 3;
+        const V32 packed = pack24(hn::IfThenElseZero(drawn, v));
+        _mm256_mask_storeu_epi8(p, _cvtu32_mask32(static_cast<uint32_t>(stored)),
+                                _mm512_castsi512_si256(packed.raw));
+        _mm_mask_storeu_epi8(p + 32, static_cast<__mmask16>(stored >> 32),
+                             _mm512_extracti32x4_epi32(packed.raw, 2));
+        if (stored >> 48)
+            p[48] = 0;
+    }
+#    else
+    HWY_INLINE V32 loadOld(const uint8_t* p) const { return load24(p + 1, Whole{}); }
+    HWY_INLINE void store(V32 v, uint8_t* p) const {
+        const D32 d32;
+        if (hn::AllTrue(d32, drawn)) {
+            const V32 packed = pack24(v);
+#        if HWY_TARGET == HWY_AVX2
+            storeWhere(d32, packed, hn::FirstN(d32, kLanes32 / 4 * 3), p);
+#        else
+            std::memcpy(p, &packed, 12);
+#        endif
+            p[3 * kLanes32] = 0;
+            return;
+        }
+        alignas(HWY_MAX_BYTES) uint32_t pixels[kLanes32], keep[kLanes32];
+        hn::Store(v, d32, pixels);
+        hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
+        for (size_t i = 0; i < kLanes32; ++i)
+            if (keep[i])
+                ormsel::store24AndZero(p + 3 * i, pixels[i]);
+    }
+#    endif
 };
 
 // Pixels of A8R8G8B8 go in pairs: see alphaRowToArgb32(). drawn is not 0 in each lane to be drawn.
