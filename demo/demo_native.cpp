@@ -163,7 +163,8 @@ void NativeMode::showFirstPicture() {
     // Once more, over the timing line of the first time.
     SDL_BlitAlphaSurfaceBitMap(background, 0, 0, backGround, 0, 0, static_cast<unsigned long>(background->w),
                                static_cast<unsigned long>(background->h), 1);
-    BltBitMap(backGround, 0, 0, backBuffer, 0, 0, ScreenWidth, ScreenHeight, PlainCopy, 0xFF, nullptr);
+    if (backGround)
+        BltBitMap(backGround, 0, 0, backBuffer, 0, 0, ScreenWidth, ScreenHeight, PlainCopy, 0xFF, nullptr);
     drawImage(alpha, backBuffer, 0, 0);
     dumpSurfaceInfoXY("alpha", alpha, backBuffer, 3, 25, white, pCourier);
     if (backBuffer != screenBuffer)
