@@ -150,10 +150,10 @@ TEST(Contract, SilentlyDrawsNothing) {
     const Picture noAlpha = Picture::surface({32, 0xFF0000, 0xFF00, 0xFF, 0}, i.pixels.data(), 8, 8, 32);
     refused(i, "", [&] { return blit(rgb24.sdl(), rgb24.sdl()); });
     refused(i, "", [&] { return blit(noAlpha.sdl(), rgb24.sdl()); });
-    for (const auto& [width, height] : {std::pair{0UL, 8UL}, {8UL, 0UL}, {65536UL, 8UL}, {8UL, 0xFFFF0000UL}})
+    for (const auto& size : {std::pair{0UL, 8UL}, {8UL, 0UL}, {65536UL, 8UL}, {8UL, 0x30000UL}})
         refused(i, "", [&] {
-            return SDL_BlitAlphaSurfaceBitMap(i.surface.sdl(), 0, 0, i.targetBitmap.native(), 0, 0, width,
-                                              height, 0);
+            return SDL_BlitAlphaSurfaceBitMap(i.surface.sdl(), 0, 0, i.targetBitmap.native(), 0, 0,
+                                              size.first, size.second, 0);
         });
 }
 
