@@ -81,6 +81,7 @@ void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth) {
     drawImageSDL(background, screen, 0, 0);
     reportLayouts(screen, alpha);
     drawImageSDL(alpha, screen, 0, 0);
-    SDL_UpdateRect(screen, 0, 0, 0, 0);
+    SDL_UpdateRect(screen, 0, 0, 0,
+                   0); // all of it; a size of -1 makes SDL 1.2.15 run past the screen's memory
     waitForEnd();
 }

@@ -7,10 +7,17 @@
 #include <filesystem>
 #include <system_error>
 
+namespace fs = std::filesystem;
+
 std::string volumePath(const char* path) {
     if (const char* chosen = std::getenv("KORVALEN_VOLUME"); chosen && *chosen)
         return std::string(chosen) + path;
-    std::error_code ignored;
-    const bool installed = std::filesystem::is_directory(KORVALEN_INSTALLED_VOLUME, ignored);
-    return std::string(installed ? KORVALEN_INSTALLED_VOLUME : KORVALEN_BUILD_VOLUME) + path;
+    // Found from the program's own place, so that an installed tree may be moved. Where the system does not
+    // tell that place, only the build tree is left.
+    std::error_code failed;
+    const fs::path program = fs::read_symlink("/proc/self/exe", failed);
+    const fs::path installed = (program.parent_path() / KORVALEN_INSTALLED_VOLUME).lexically_normal();
+    if (!failed && fs::is_directory(installed, failed))
+        return installed.string() + path;
+    return KORVALEN_BUILD_VOLUME + std::string(path);
 }
