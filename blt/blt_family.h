@@ -42,13 +42,21 @@ inline void copyOldPixels(uint8_t* to, const Block& row) {
     std::memset(to + inside, 0, bytes - inside);
 }
 
-// Runs a kernel row by row with each destination row first copied into main memory, from where the kernel
-// then takes the old pixels: reading single pixels back from a graphics card is slow. Draws nothing when the
-// buffer can't be allocated. Only the row's own pixels are copied; no kernel looks at more.
-inline void runWithRowCopy(Block row, Kernel kernel, size_t bufferBytes) {
+// Runs a kernel that takes old destination pixels from a row copy: each row is first fetched into main memory
+// as a whole, because reading single pixels back from a graphics card is slow. Draws nothing when the buffer
+// can't be allocated. Only the row's own pixels are copied; no kernel looks at more.
+//
+// A destination in main memory is read where it is, with the same result: a kernel reads an old pixel before
+// it stores that pixel, and stores none twice in a row. The buffer decides all the same whether anything is
+// drawn.
+inline void runWithRowCopy(const BltContext& ctx, Block row, Kernel kernel, size_t bufferBytes) {
     const RowCopy copy(bufferBytes);
     if (!copy.bytes())
         return;
+    if (!ctx.dst.onBoard) {
+        run(row, kernel);
+        return;
+    }
     row.old = copy.bytes();
     for (size_t rows = std::exchange(row.height, 1); rows; --rows) {
         copyOldPixels(copy.bytes(), row);
@@ -66,7 +74,7 @@ inline unsigned long blendAlphaToRgb16(const BltContext& ctx, Source32 source) {
     block.alpha = rgb16AlphaFactor(ctx.alpha);
     const Kernel kernel = kernelsFor(block).alphaToRgb16[source];
     if (ctx.dst.onBoard)
-        runWithRowCopy(block, kernel, block.width * 4 + 8);
+        runWithRowCopy(ctx, block, kernel, block.width * 4 + 8);
     else
         run(block, kernel);
     return 0;
@@ -82,19 +90,8 @@ inline unsigned long blendRgb24ToRgb16(const BltContext& ctx, Source24 source) {
     if (block.alpha == 31)
         run(block, kernels.convertToRgb16[source]);
     else
-        runWithRowCopy(block, kernels.mixToRgb16[source], block.width * 2 + 8);
+        runWithRowCopy(ctx, block, kernels.mixToRgb16[source], block.width * 2 + 8);
     return 0;
-}
-
-// Copies the rows of a block whose order is free, all of them as one where neither side has gaps.
-inline void copyRows(const Block& b) {
-    const size_t rowBytes = b.width * b.dstBytes;
-    const auto gapless = static_cast<ptrdiff_t>(rowBytes);
-    const bool one = b.srcPitch == gapless && b.dstPitch == gapless;
-    const uint8_t* src = b.src;
-    uint8_t* dst = b.dst;
-    for (size_t rows = one ? 1 : b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch)
-        std::memmove(dst, src, one ? rowBytes * b.height : rowBytes);
 }
 
 // Copies the rows of a block in units of 64 bits, each read whole before it is stored, and single pixels
@@ -118,7 +115,7 @@ void copyRowsInUnits(const Block& b) {
 
 template <size_t PixelBytes>
 void copyBlock(const Block& block) {
-    run(block, orderIsFree(block) ? copyRows : copyRowsInUnits<PixelBytes>);
+    run(block, orderIsFree(block) ? kernelsInUse().copy : copyRowsInUnits<PixelBytes>);
 }
 
 // Copies a rectangle word by word, whatever the words mean, in units of two words and then one more word

@@ -26,6 +26,8 @@ struct Kernels {
     Kernel convertToRgb16[kSources24];
     // 24-bit source blended onto R5G6B5; alpha: 5-bit weight, 1 to 30.
     Kernel mixToRgb16[kSources24];
+    // Pixels of one format copied unchanged, in a block whose order is free.
+    Kernel copy;
     // Any pair of depths, with or without a mask; alpha: the constant alpha, 1 to 255.
     Kernel generic;
 };
@@ -35,20 +37,19 @@ extern const Kernels kScalarKernels;
 // A vector kernel's start costs about as much as the scalar kernel takes for this many pixels.
 constexpr size_t kNarrow = 4;
 
-// The kernels to use for a block: those of the processor's target, or the scalar ones, which keep the order
-// of single pixels, where the block's images share memory in a way that shows it or the rows are too short to
-// gain.
-inline const Kernels& kernelsFor(const Block& block);
-
 // The kernels of the target in use; nullptr until the first blit.
 extern std::atomic<const Kernels*> currentKernels;
 const Kernels& chooseKernels();
 
-inline const Kernels& kernelsFor(const Block& block) {
-    if (block.width < kNarrow || !orderIsFree(block))
-        return kScalarKernels;
+inline const Kernels& kernelsInUse() {
     const Kernels* kernels = currentKernels.load(std::memory_order_relaxed);
     return kernels ? *kernels : chooseKernels();
+}
+
+// The kernels for a block: those in use, or the scalar ones, which keep the order of single pixels, where the
+// block's images share memory in a way that shows it or the rows are too short to gain.
+inline const Kernels& kernelsFor(const Block& block) {
+    return block.width < kNarrow || !orderIsFree(block) ? kScalarKernels : kernelsInUse();
 }
 
 } // namespace ormsel

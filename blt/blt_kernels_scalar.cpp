@@ -6,6 +6,8 @@
 // compared with.
 #include "blt_kernels.h"
 
+#include <cstring>
+
 #include "blt_arith.h"
 #include "blt_generic.h"
 #include "blt_layouts.h"
@@ -25,6 +27,17 @@ void everyRow(const Block& b) {
         row.dst += b.dstPitch;
         row.old += b.oldPitch;
     }
+}
+
+// All rows as one where neither side has gaps.
+void copyRows(const Block& b) {
+    const size_t rowBytes = b.width * b.dstBytes;
+    const auto gapless = static_cast<ptrdiff_t>(rowBytes);
+    const bool one = b.srcPitch == gapless && b.dstPitch == gapless;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    for (size_t rows = one ? 1 : b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch)
+        std::memmove(dst, src, one ? rowBytes * b.height : rowBytes);
 }
 
 // --- The generic rule ---------------------------------------------------------------------------------
@@ -91,6 +104,7 @@ const Kernels kScalarKernels = {
     everyRow<mixRowOfRgb16>,
     {everyRow<convertRowToRgb16<Rgb24>>, everyRow<convertRowToRgb16<Bgr24>>},
     {everyRow<mixRowToRgb16<Rgb24>>, everyRow<mixRowToRgb16<Bgr24>>},
+    copyRows,
     generic,
 };
 

@@ -14,7 +14,7 @@ unsigned long BLT_R5G6B5_R5G6B5_Direct(const BltContext* ctx) {
 unsigned long BLT_R5G6B5_R5G6B5_Blend(const BltContext* ctx) {
     Block block = blockOf(*ctx, 2, 2, 4);
     block.alpha = ctx->alpha >> 3;
-    runWithRowCopy(block, kernelsFor(block).mixRgb16, block.width * 8 + 8);
+    runWithRowCopy(*ctx, block, kernelsFor(block).mixRgb16, block.width * 8 + 8);
     return 0;
 }
 

@@ -268,6 +268,36 @@ void mixToRgb16(const Block& b) {
     everyRow<Rgb24ToRgb16<L, true>, mixRowToRgb16<L>>(b);
 }
 
+// --- Copies -------------------------------------------------------------------------------------------
+
+// Pixels copied unchanged. What fits the inner caches is left to the C library, which is hard to beat there;
+// for more, its larger steps and non-temporal stores were slower than short ones with the source fetched
+// ahead.
+void copyRows(const Block& b) {
+    constexpr size_t kLarge = size_t{1} << 18, kStep = 64;
+    const size_t rowBytes = b.width * b.dstBytes;
+    if (rowBytes * b.height < kLarge) {
+        kScalarKernels.copy(b);
+        return;
+    }
+    const hn::Full128<uint8_t> d;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch) {
+        size_t i = 0;
+        for (; i + kStep <= rowBytes; i += kStep) {
+            prefetchBehind<kStep>(src + i);
+            const auto v0 = loadAt(d, src + i), v1 = loadAt(d, src + i + 16), v2 = loadAt(d, src + i + 32),
+                       v3 = loadAt(d, src + i + 48);
+            storeAt(d, v0, dst + i);
+            storeAt(d, v1, dst + i + 16);
+            storeAt(d, v2, dst + i + 32);
+            storeAt(d, v3, dst + i + 48);
+        }
+        std::memmove(dst + i, src + i, rowBytes - i);
+    }
+}
+
 // --- The generic rule ---------------------------------------------------------------------------------
 //
 // Channels of any format are widened to 8 bits, blended, and put into the destination's format. 24- and
@@ -577,6 +607,7 @@ const Kernels kKernels = {
     mixRgb16Kernel,
     {convertToRgb16<Rgb24>, convertToRgb16<Bgr24>},
     {mixToRgb16<Rgb24>, mixToRgb16<Bgr24>},
+    copyRows,
     genericKernel,
 };
 

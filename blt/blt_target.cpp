@@ -63,8 +63,7 @@ const Kernels& chooseKernels() {
 } // namespace ormsel
 
 const char* BLT_TargetName() {
-    const ormsel::Kernels* kernels = ormsel::currentKernels.load(std::memory_order_relaxed);
-    return (kernels ? *kernels : ormsel::chooseKernels()).name;
+    return ormsel::kernelsInUse().name;
 }
 
 bool BLT_ForceTarget(const char* name) {
