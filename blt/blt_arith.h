@@ -14,7 +14,8 @@ constexpr uint32_t spreadRgb16(uint32_t p) {
     return (p << 16 | p) & 0x07E0F81F;
 }
 
-// Blends R5G6B5 pixels: out = d + floor((s - d) * a5 / 32) on each channel's own width, a5 from 0 to 31.
+// Blends R5G6B5 pixels, the source already spread: out = d + floor((s - d) * a5 / 32) on each channel's own
+// width, a5 from 0 to 31.
 //
 // One product serves all three channels. X(s) - X(d) is the sum of the field differences at their places,
 // with borrows running into the empty bits and out of bit 31; modulo 2^32 that loses nothing, because the
@@ -22,10 +23,14 @@ constexpr uint32_t spreadRgb16(uint32_t p) {
 // is 32 * d + (s - d) * a5, between 0 and 63 * 32 < 2^11, so that no field reaches its neighbour. The logical
 // shift differs from an arithmetic one only in bits 27 to 31, which the last mask removes.
 // Proved by Arithmetic.Rgb16EveryTriple.
-constexpr uint32_t mixRgb16(uint32_t s, uint32_t d, uint32_t a5) {
-    const uint32_t xs = spreadRgb16(s), xd = spreadRgb16(d);
+constexpr uint32_t mixSpreadRgb16(uint32_t xs, uint32_t d, uint32_t a5) {
+    const uint32_t xd = spreadRgb16(d);
     const uint32_t v = ((((xs - xd) * a5) >> 5) + xd) & 0x07E0F81F;
     return (v >> 16 | v) & 0xFFFF;
+}
+
+constexpr uint32_t mixRgb16(uint32_t s, uint32_t d, uint32_t a5) {
+    return mixSpreadRgb16(spreadRgb16(s), d, a5);
 }
 
 // Blends the three colour channels of A8R8G8B8 pixels: out = d + floor((s - d) * a / 256), a from 0 to 255;
@@ -53,24 +58,26 @@ constexpr uint32_t rgb16AlphaFactor(uint32_t c) {
     return c >> 3 == 31 ? 256 : c;
 }
 
-// Shifts that give 0 when every bit has left the word; C++ leaves them undefined.
-constexpr uint32_t shiftLeft(uint32_t v, uint32_t n) {
-    return n < 32 ? v << n : 0;
-}
-constexpr uint32_t shiftRight(uint32_t v, uint32_t n) {
-    return n < 32 ? v >> n : 0;
-}
-
-// A channel of run-time position: taken out of a pixel widened to 8 bits, and put back.
+// A channel of run-time position: taken out of a pixel widened to 8 bits, and put back. Shifts are less than
+// 32, as they are for every format but a few that programs make up.
 struct Channel {
     uint32_t mask, shift, loss;
 
-    constexpr uint32_t extract(uint32_t pixel) const {
-        return shiftLeft(shiftRight(pixel & mask, shift), loss);
-    }
-    constexpr uint32_t place(uint32_t value) const {
-        return shiftLeft(shiftRight(value, loss), shift) & mask;
-    }
+    constexpr uint32_t extract(uint32_t pixel) const { return (pixel & mask) >> shift << loss; }
+    constexpr uint32_t place(uint32_t value) const { return value >> loss << shift & mask; }
+};
+
+// The same for shifts of any size: one that moves every bit out of the word gives 0. (A channel of more than
+// 8 bits has a loss of 256 less the excess in SDL's 8-bit field.)
+struct AnyChannel {
+    uint32_t mask, shift, loss;
+
+    constexpr uint32_t extract(uint32_t pixel) const { return left(right(pixel & mask, shift), loss); }
+    constexpr uint32_t place(uint32_t value) const { return left(right(value, loss), shift) & mask; }
+
+private:
+    static constexpr uint32_t left(uint32_t v, uint32_t n) { return n < 32 ? v << n : 0; }
+    static constexpr uint32_t right(uint32_t v, uint32_t n) { return n < 32 ? v >> n : 0; }
 };
 
 // out = d + floor((s - d) * e / 256) in wrapping arithmetic: a negative product leaves stray bits from bit 24

@@ -8,6 +8,7 @@
 
 namespace ormsel {
 
+template <class Channel>
 class GenericRule {
 public:
     // effective weighs the colours: 0 leaves the pixel alone, 255 copies it. field goes into the
@@ -33,11 +34,16 @@ public:
     // By a mask byte, which reaches the destination's alpha channel unscaled.
     Alpha alphaOfMask(uint32_t m) const { return {constant_ == 255 ? m : m * constant_ >> 8, m}; }
 
-    // The new destination pixel from a source pixel and the old destination pixel, which an effective alpha
-    // of 255 doesn't look at.
+    // The new destination pixel from a source pixel and the old destination pixel.
     uint32_t mix(uint32_t s, uint32_t d, Alpha alpha) const {
         return mixOne(src_.r, dst_.r, s, d, alpha.effective) | mixOne(src_.g, dst_.g, s, d, alpha.effective) |
                mixOne(src_.b, dst_.b, s, d, alpha.effective) | dst_.a.place(alpha.field);
+    }
+
+    // The same for an effective alpha of 255, which doesn't look at the old pixel.
+    uint32_t convert(uint32_t s, uint32_t field) const {
+        return dst_.r.place(src_.r.extract(s)) | dst_.g.place(src_.g.extract(s)) |
+               dst_.b.place(src_.b.extract(s)) | dst_.a.place(field);
     }
 
 private:
@@ -53,12 +59,16 @@ private:
     }
 
     static uint32_t mixOne(const Channel& from, const Channel& to, uint32_t s, uint32_t d, uint32_t e) {
-        const uint32_t value = from.extract(s);
-        return to.place(e == 255 ? value : mixChannel(value, to.extract(d), e));
+        return to.place(mixChannel(from.extract(s), to.extract(d), e));
     }
 
     Side src_, dst_;
     uint32_t constant_, alphaFill_;
 };
+
+// Whether a format's shifts are all less than 32.
+inline bool shiftsFit(const BltRenderFmt& f) {
+    return (f.rShift | f.gShift | f.bShift | f.aShift | f.rLoss | f.gLoss | f.bLoss | f.aLoss) < 32;
+}
 
 } // namespace ormsel

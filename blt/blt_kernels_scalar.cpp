@@ -63,34 +63,58 @@ void storePixel(uint8_t* p, uint32_t v) {
         store32(p, v);
 }
 
-template <int SrcBytes, int DstBytes, bool Masked>
-void genericRows(const Block& b) {
-    const GenericRule rule(b);
-    for (size_t y = 0; y < b.height; ++y) {
-        const auto row = static_cast<ptrdiff_t>(y);
-        const uint8_t* src = b.src + row * b.srcPitch;
-        uint8_t* dst = b.dst + row * b.dstPitch;
-        const uint8_t* mask = Masked ? b.mask + row * b.maskPitch : nullptr;
-        for (size_t x = 0; x < b.width; ++x, src += SrcBytes, dst += DstBytes) {
-            const uint32_t s = loadPixel<SrcBytes>(src);
-            const GenericRule::Alpha alpha = Masked ? rule.alphaOfMask(mask[x]) : rule.alphaOfPixel(s);
-            if (alpha.effective == 0)
-                continue;
-            const uint32_t d = alpha.effective == 255 ? 0 : loadOld<DstBytes>(dst);
-            storePixel<DstBytes>(dst, rule.mix(s, d, alpha));
+// What a generic blit does with alpha.
+enum class Alpha { kOpaque, kOfPixel, kOfMask };
+
+template <class Channel, int SrcBytes, int DstBytes, Alpha By>
+void genericRow(const GenericRule<Channel>& rule, const uint8_t* src, uint8_t* dst, const uint8_t* mask,
+                size_t width) {
+    for (size_t x = 0; x < width; ++x, src += SrcBytes, dst += DstBytes) {
+        const uint32_t s = loadPixel<SrcBytes>(src);
+        if constexpr (By == Alpha::kOpaque) {
+            storePixel<DstBytes>(dst, rule.convert(s, 255));
+        } else {
+            const auto alpha = By == Alpha::kOfMask ? rule.alphaOfMask(mask[x]) : rule.alphaOfPixel(s);
+            if (alpha.effective == 255)
+                storePixel<DstBytes>(dst, rule.convert(s, alpha.field));
+            else if (alpha.effective != 0)
+                storePixel<DstBytes>(dst, rule.mix(s, loadOld<DstBytes>(dst), alpha));
         }
     }
 }
 
-template <bool Masked>
+template <class Channel, int SrcBytes, int DstBytes, Alpha By>
+void genericRows(const Block& b) {
+    const GenericRule<Channel> rule(b);
+    const uint8_t* src = b.src;
+    const uint8_t* mask = b.mask;
+    uint8_t* dst = b.dst;
+    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch) {
+        genericRow<Channel, SrcBytes, DstBytes, By>(rule, src, dst, mask, b.width);
+        if (By == Alpha::kOfMask)
+            mask += b.maskPitch;
+    }
+}
+
+template <class Channel, Alpha By>
 constexpr Kernel kGenericRows[3][3] = {
-    {genericRows<2, 2, Masked>, genericRows<2, 3, Masked>, genericRows<2, 4, Masked>},
-    {genericRows<3, 2, Masked>, genericRows<3, 3, Masked>, genericRows<3, 4, Masked>},
-    {genericRows<4, 2, Masked>, genericRows<4, 3, Masked>, genericRows<4, 4, Masked>},
+    {genericRows<Channel, 2, 2, By>, genericRows<Channel, 2, 3, By>, genericRows<Channel, 2, 4, By>},
+    {genericRows<Channel, 3, 2, By>, genericRows<Channel, 3, 3, By>, genericRows<Channel, 3, 4, By>},
+    {genericRows<Channel, 4, 2, By>, genericRows<Channel, 4, 3, By>, genericRows<Channel, 4, 4, By>},
 };
 
+template <class Channel>
+Kernel genericKernelFor(const Block& b) {
+    const bool opaque = b.alphaFill == 255 && b.alpha == 255;
+    const auto& rows = b.mask   ? kGenericRows<Channel, Alpha::kOfMask>
+                       : opaque ? kGenericRows<Channel, Alpha::kOpaque>
+                                : kGenericRows<Channel, Alpha::kOfPixel>;
+    return rows[b.srcBytes - 2][b.dstBytes - 2];
+}
+
 void generic(const Block& b) {
-    (b.mask ? kGenericRows<true> : kGenericRows<false>)[b.srcBytes - 2][b.dstBytes - 2](b);
+    const bool fit = shiftsFit(*b.srcFormat) && shiftsFit(*b.dstFormat);
+    (fit ? genericKernelFor<Channel>(b) : genericKernelFor<AnyChannel>(b))(b);
 }
 
 } // namespace

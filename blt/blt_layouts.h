@@ -147,6 +147,12 @@ constexpr uint32_t toRgb16(uint32_t s) {
     return (s >> L::kR & 0xF8) << 8 | (s >> L::kG & 0xFC) << 3 | (s >> L::kB & 0xF8) >> 3;
 }
 
+// The same, spread as by spreadRgb16().
+template <class L>
+constexpr uint32_t toSpreadRgb16(uint32_t s) {
+    return (s >> L::kG & 0xFC) << 19 | (s >> L::kR & 0xF8) << 8 | (s >> L::kB & 0xF8) >> 3;
+}
+
 // Moves the colours of a pixel to A8R8G8B8 order; the alpha byte is cleared.
 template <class L>
 constexpr uint32_t toRgb32(uint32_t s) {

@@ -30,7 +30,7 @@ void alphaRowToRgb16(const RowOf& row) {
     uint8_t* dst = row.dst;
     const auto alpha5 = [&](uint32_t s) { return L::alpha(s) * row.alpha >> 11; };
     const auto mix = [](uint32_t s, const uint8_t* d, uint32_t a) {
-        return a == 0 ? load16(d) : a == 31 ? toRgb16<L>(s) : mixRgb16(toRgb16<L>(s), load16(d), a);
+        return a == 31 ? toRgb16<L>(s) : mixSpreadRgb16(toSpreadRgb16<L>(s), load16(d), a); // a = 0 gives d
     };
 
     for (size_t groups = row.width / 4; groups; --groups, src += 16, dst += 8, old += 8) {
