@@ -222,12 +222,11 @@ void clear(BltContext& ctx) {
     std::memset(bytes + i, 0, sizeof ctx % kPart);
 }
 
-} // namespace
-
+// BLT_InitContext(), inlined into the driver: a call with this many arguments shows in small blits.
 template <class Src, class Dst>
-bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, long dstX, long dstY,
-                     unsigned long width, unsigned long height, Src* mask, unsigned char alpha,
-                     unsigned long flags) {
+[[gnu::always_inline]] inline bool
+fillContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, long dstX, long dstY,
+            unsigned long width, unsigned long height, Src* mask, unsigned char alpha, unsigned long flags) {
     clear(ctx);
     ctx.size = sizeof ctx;
     ctx.alpha = alpha;
@@ -287,8 +286,6 @@ bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, 
     return true;
 }
 
-namespace {
-
 bool haveImages(const void* src, const void* dst) {
     if (src && dst)
         return true;
@@ -315,6 +312,13 @@ long rowsOf(Image* image) {
 } // namespace
 
 template <class Src, class Dst>
+bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, long dstX, long dstY,
+                     unsigned long width, unsigned long height, Src* mask, unsigned char alpha,
+                     unsigned long flags) {
+    return fillContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags);
+}
+
+template <class Src, class Dst>
 unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY, Dst* dst, short dstX, short dstY,
                             unsigned short width, unsigned short height, Src* mask, unsigned char alpha,
                             unsigned long flags) {
@@ -323,7 +327,7 @@ unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY, Dst* dst, short ds
     BltContext ctx;
     const BltRoutine routine = mask ? BLT_FallbackBltMaskContext : BLT_FallbackBltContext;
     unsigned long result = 0;
-    if (BLT_InitContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
+    if (fillContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
         havePixels(ctx, mask != nullptr)) {
         const long maskRows = mask ? rowsOf(mask) : 0;
         if (BLT_StaysInside(ctx, maskRows)) {
