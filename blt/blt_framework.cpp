@@ -2,7 +2,10 @@
 #include "blt_framework.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <ext/atomicity.h>
+#include <thread>
 
 #include <proto/Picasso96API.h>
 #include <proto/exec.h>
@@ -20,17 +23,28 @@ using ormsel::Channels;
 namespace {
 
 // SDL counts a surface's locks in a plain integer, and blits on several threads may share a source: counting
-// is made exclusive, and nothing else is.
+// is made exclusive, and nothing else is. A process that never had a second thread is spared the atomics,
+// which would take as long as all the rest of a very small blit.
+std::atomic_flag locksAreCounted;
+
+template <class Change>
+void changeLocks(SDL_Surface* surface, const Change& change) {
+    if (__gnu_cxx::__is_single_threaded()) [[likely]] {
+        change(surface);
+        return;
+    }
+    while (locksAreCounted.test_and_set(std::memory_order_acquire))
+        std::this_thread::yield();
+    change(surface);
+    locksAreCounted.clear(std::memory_order_release);
+}
+
 void lockSurface(SDL_Surface* surface) {
-    Forbid();
-    SDL_LockSurface(surface);
-    Permit();
+    changeLocks(surface, [](SDL_Surface* s) { SDL_LockSurface(s); });
 }
 
 void unlockSurface(SDL_Surface* surface) {
-    Forbid();
-    SDL_UnlockSurface(surface);
-    Permit();
+    changeLocks(surface, [](SDL_Surface* s) { SDL_UnlockSurface(s); });
 }
 
 void release(SDL_Surface* surface, uint32_t& lock) {

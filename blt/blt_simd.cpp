@@ -12,7 +12,40 @@
 #    include <hwy/highway.h>
 
 #    if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+#        include "blt_generic_rows-inl.h"
 #        include "blt_rows-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace ormsel::HWY_NAMESPACE {
+
+#        if HWY_TARGET == HWY_AVX3
+#            define ORMSEL_TARGET_NAME "avx512"
+#        elif HWY_TARGET == HWY_AVX2
+#            define ORMSEL_TARGET_NAME "avx2"
+#        elif HWY_TARGET == HWY_SSE4
+#            define ORMSEL_TARGET_NAME "sse4"
+#        else
+#            define ORMSEL_TARGET_NAME "neon"
+#        endif
+
+extern const Kernels kKernels;
+const Kernels kKernels = {
+    ORMSEL_TARGET_NAME,
+    {alphaToRgb16<Argb32>, alphaToRgb16<Abgr32>, alphaToRgb16<Rgba32>, alphaToRgb16<Bgra32>},
+    {alphaToArgb32<Argb32>, alphaToArgb32<Abgr32>, alphaToArgb32<Rgba32>, alphaToArgb32<Bgra32>},
+    mixRgb16Kernel,
+    {convertToRgb16<Rgb24>, convertToRgb16<Bgr24>},
+    {mixToRgb16<Rgb24>, mixToRgb16<Bgr24>},
+    copyRows,
+    genericKernel,
+};
+
+#        undef ORMSEL_TARGET_NAME
+
+} // namespace ormsel::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
 #    endif
 
 #endif

@@ -7,17 +7,6 @@
 #include <exec/memory.h>
 #include <exec/ports.h>
 
-/* The C library's own note that the process has never had a second thread, where it keeps one. */
-#if defined(__has_include)
-#    if __has_include(<sys/single_threaded.h>)
-#        include <sys/single_threaded.h>
-#        define HOST_HAS_ONE_THREAD __libc_single_threaded
-#    endif
-#endif
-#ifndef HOST_HAS_ONE_THREAD
-#    define HOST_HAS_ONE_THREAD 0
-#endif
-
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -40,30 +29,6 @@ APTR AllocVec(uint32 size, uint32 attributes);
 
 /** Frees memory of AllocVec(); NULL is allowed. */
 void FreeVec(APTR memory);
-
-/**
- * Keeps other threads out of what they do between Forbid() and Permit(), until the matching Permit(). Calls
- * nest. Meant for a few instructions; the caller must not wait for anything in between.
- */
-static inline void Forbid(void);
-
-/** Ends what Forbid() began. */
-static inline void Permit(void);
-
-/** @cond What Forbid() and Permit() do when the process has threads to keep out. */
-void HOST_Forbid(void);
-void HOST_Permit(void);
-/** @endcond */
-
-static inline void Forbid(void) {
-    if (!HOST_HAS_ONE_THREAD)
-        HOST_Forbid();
-}
-
-static inline void Permit(void) {
-    if (!HOST_HAS_ONE_THREAD)
-        HOST_Permit();
-}
 
 /** A port of the calling thread with a signal of its own, or NULL. */
 struct MsgPort* CreateMsgPort(void);
