@@ -15,7 +15,7 @@ constexpr uint32_t spreadRgb16(uint32_t p) {
 }
 
 // Blends R5G6B5 pixels, the source already spread: out = d + floor((s - d) * a5 / 32) on each channel's own
-// width, a5 from 0 to 31.
+// width, a5 from 0 to 32.
 //
 // One product serves all three channels. X(s) - X(d) is the sum of the field differences at their places,
 // with borrows running into the empty bits and out of bit 31; modulo 2^32 that loses nothing, because the

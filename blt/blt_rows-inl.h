@@ -125,7 +125,7 @@ HWY_INLINE V16 sideBySide(V16 source, V16 old, uint16_t fields) {
 // The weights for multiplyAddBytes: a for the source, 32 - a for the old pixel, a from 0 to 32.
 HWY_INLINE V16 weightsOf(V16 a) {
     const D16 d16;
-    return hn::Set(d16, 0x2000) - hn::ShiftLeft<8>(a) + a;
+    return a * hn::Set(d16, 0xFF01) + hn::Set(d16, 0x2000); // a - 256 * a + 32 * 256
 }
 
 // Blends R5G6B5 pixels given their channels side by side: d + floor((s - d) * a / 32) is the exact quotient
@@ -158,6 +158,16 @@ struct Halves {
         high = hn::ConcatOdd(d16, as(d16, second), as(d16, first));
     }
 
+    // The byte at bit position Shift, alone.
+    template <unsigned Shift>
+    HWY_INLINE V16 byte() const {
+        const V16 half = Shift < 16 ? low : high;
+        if constexpr (Shift % 16 == 8)
+            return hn::ShiftRight<8>(half);
+        else
+            return hn::And(half, hn::Set(D16(), 0x00FF));
+    }
+
     // The byte that holds the channel at bit position Shift, brought down to bits 0 to 7 less Loss; what
     // stood above it comes along.
     template <unsigned Shift, int Loss>
@@ -181,14 +191,14 @@ struct AlphaToRgb16 {
         const D32 d32;
         const Halves s(loadLanes(d32, src, firstHalf(lanes)),
                        loadLanes(d32, src + 4 * kLanes32, secondHalf(lanes)));
-        const V16 alpha8 = hn::And(s.template channel<L::kA, 0>(), hn::Set(d16, 0xFF));
+        const V16 alpha8 = s.template byte<L::kA>();
         // A * 32 * F >> 16 = A * F >> 11, from 0 to 31.
         const V16 a5 = hn::MulHigh(alpha8, factor32);
         const auto stored = groupsOf(a5, lanes);
         if (!kMasks && stored.isEmpty())
             return;
         // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel.
-        const V16 weights = weightsOf(a5 + hn::ShiftRight<5>(a5 + hn::Set(d16, 1)));
+        const V16 weights = weightsOf(a5 + hn::SaturatedSub(a5, hn::Set(d16, 30)));
         const V16 d = stored.loadOld(d16, old);
         const V16 out = mixRgb16(sideBySide(s.template channel<L::kR, 3>(), oldRed(d), 0x1F1F),
                                  sideBySide(s.template channel<L::kG, 2>(), oldGreen(d), 0x3F3F),

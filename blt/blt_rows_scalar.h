@@ -29,8 +29,9 @@ void alphaRowToRgb16(const RowOf& row) {
     const uint8_t* old = row.old;
     uint8_t* dst = row.dst;
     const auto alpha5 = [&](uint32_t s) { return L::alpha(s) * row.alpha >> 11; };
+    // 31 counts as 32, which gives the source unchanged, as 0 gives the old pixel: no branch for either.
     const auto mix = [](uint32_t s, const uint8_t* d, uint32_t a) {
-        return a == 31 ? toRgb16<L>(s) : mixSpreadRgb16(toSpreadRgb16<L>(s), load16(d), a); // a = 0 gives d
+        return mixSpreadRgb16(toSpreadRgb16<L>(s), load16(d), a + (a == 31));
     };
 
     for (size_t groups = row.width / 4; groups; --groups, src += 16, dst += 8, old += 8) {

@@ -240,7 +240,7 @@ HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
 template <class V>
 HWY_INLINE V select(V mask, V a, V b) {
 #    if HWY_TARGET == HWY_AVX3
-    return V{_mm512_ternarylogic_epi64(mask.raw, a.raw, b.raw, 0xCA)};
+    return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xE2)}; // in a's place, which spares a copy
 #    else
     return hn::Or(hn::And(mask, a), hn::AndNot(mask, b));
 #    endif
