@@ -121,6 +121,10 @@ unsigned long WriteAlphaPixelArray(void* array, long srcX, long srcY, unsigned l
                     "or RGBFB_B8G8R8A8\n");
         return 0;
     }
+    if (!array) {
+        DebugPrintF("No pixel array given. Bailing out!\n");
+        return 0;
+    }
     // The array is dressed as a surface whose red mask classifies as exactly the format given.
     SDL_PixelFormat pf = {};
     pf.BitsPerPixel = 32;
