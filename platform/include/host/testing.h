@@ -35,7 +35,8 @@ void HOST_LosePixels(struct BitMap* bitmap, BOOL lost);
  * Makes a bitmap of the caller's memory. FreeBitMap() leaves the memory alone.
  *
  * @param pixels  the top-left pixel
- * @param pitch   bytes from one row to the next; may be negative
+ * @param pitch   bytes from one row to the next. The library's public entry points read it as unsigned 16
+ *                bits, so a negative one is only for routines that are called with bare contexts
  * @param format  an RGBFTYPE; RGBFB_NONE is taken for 8 bits per pixel
  * @param onBoard what P96BMA_ISONBOARD tells
  * @return NULL when memory is short or the format unknown
