@@ -3,8 +3,6 @@
 // Every (source, destination, alpha) triple of every channel width, and every pair of pixel alpha and
 // constant alpha, through the real routines.
 #include <algorithm>
-#include <bit>
-#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -16,116 +14,73 @@ namespace {
 using model::Channel;
 using model::Format;
 
-const Format unknown32 = {0, 4, {0xFF000, 12, 0}, {0xFF00000, 20, 0}, {0xFF0, 4, 0}, {0xF, 0, 4}};
-const Format unknown16 = {0, 2, {0xF00, 8, 4}, {0xF0, 4, 4}, {0xF, 0, 4}, {0xF000, 12, 4}};
+constexpr uint32_t unknown32 = 132, unknown16 = 116; // codes of formats that have none
 
-const Format& code(uint32_t c) {
-    return *model::bitmapFormat(c);
+Format formatOf(uint32_t code) {
+    if (code == unknown32)
+        return {0, 4, {0xFF000, 12, 0}, {0xFF00000, 20, 0}, {0xFF0, 4, 0}, {0xF, 0, 4}};
+    if (code == unknown16)
+        return {0, 2, {0xF00, 8, 4}, {0xF0, 4, 4}, {0xF, 0, 4}, {0xF000, 12, 4}};
+    return *model::bitmapFormat(code);
 }
 
 // What carries the alpha of a triple: the source pixel, the mask, or the constant alpha alone.
-enum class Alpha { Pixel, Mask, Constant };
+enum Alpha { OfPixel, OfMask, Constant };
 
 struct Pair {
-    const char* name;
-    Format from, onto;
+    uint32_t from, onto;
     Alpha alpha;
     bool onBoard = false;
 };
+const std::vector<Pair> ontoRgb16 = {Pair{6, 10, OfPixel}, Pair{7, 10, OfPixel},   Pair{8, 10, OfPixel, true},
+                                     Pair{9, 10, OfPixel}, Pair{10, 10, Constant}, Pair{2, 10, Constant},
+                                     Pair{3, 10, Constant}};
+const std::vector<Pair> ontoArgb32 = {Pair{6, 6, OfPixel}, Pair{7, 6, OfPixel}, Pair{8, 6, OfPixel},
+                                      Pair{9, 6, OfPixel}};
+const std::vector<Pair> generic = {
+    Pair{6, 8, OfPixel},          Pair{8, 2, OfPixel},   Pair{6, 11, OfPixel},  Pair{9, unknown16, OfPixel},
+    Pair{unknown32, 10, OfPixel}, Pair{10, 6, Constant}, Pair{11, 3, Constant}, Pair{unknown16, 9, Constant},
+    Pair{3, 6, Constant},         Pair{2, 11, Constant}, Pair{6, 6, OfMask},    Pair{7, 10, OfMask},
+    Pair{2, 10, OfMask},          Pair{10, 2, OfMask}};
 
-const Pair rgb16Pairs[] = {
-    {"A8R8G8B8_R5G6B5", code(6), code(10), Alpha::Pixel},
-    {"A8B8G8R8_R5G6B5", code(7), code(10), Alpha::Pixel},
-    {"R8G8B8A8_R5G6B5", code(8), code(10), Alpha::Pixel},
-    {"B8G8R8A8_R5G6B5", code(9), code(10), Alpha::Pixel},
-    {"A8R8G8B8_R5G6B5 on board", code(6), code(10), Alpha::Pixel, true},
-    {"R8G8B8A8_R5G6B5 on board", code(8), code(10), Alpha::Pixel, true},
-    {"R5G6B5_R5G6B5", code(10), code(10), Alpha::Constant},
-    {"R8G8B8_R5G6B5", code(2), code(10), Alpha::Constant},
-    {"B8G8R8_R5G6B5", code(3), code(10), Alpha::Constant},
-};
-
-const Pair argb32Pairs[] = {
-    {"A8R8G8B8_A8R8G8B8", code(6), code(6), Alpha::Pixel},
-    {"A8B8G8R8_A8R8G8B8", code(7), code(6), Alpha::Pixel},
-    {"R8G8B8A8_A8R8G8B8", code(8), code(6), Alpha::Pixel},
-    {"B8G8R8A8_A8R8G8B8", code(9), code(6), Alpha::Pixel},
-};
-
-const Pair genericPairs[] = {
-    {"generic 32 onto 32", code(6), code(8), Alpha::Pixel},
-    {"generic 32 onto 24", code(8), code(2), Alpha::Pixel},
-    {"generic 32 onto R5G5B5", code(6), code(11), Alpha::Pixel},
-    {"generic 32 onto 4 bits", code(9), unknown16, Alpha::Pixel},
-    {"generic unknown 32 onto R5G6B5", unknown32, code(10), Alpha::Pixel},
-    {"generic 16 onto 32", code(10), code(6), Alpha::Constant},
-    {"generic R5G5B5 onto 24", code(11), code(3), Alpha::Constant},
-    {"generic 4 bits onto 32", unknown16, code(9), Alpha::Constant},
-    {"generic 24 onto 32", code(3), code(6), Alpha::Constant},
-    {"generic 24 onto R5G5B5", code(2), code(11), Alpha::Constant},
-    {"masked 32 onto 32", code(6), code(6), Alpha::Mask},
-    {"masked 32 onto 16", code(7), code(10), Alpha::Mask},
-    {"masked 24 onto 16", code(2), code(10), Alpha::Mask},
-    {"masked 16 onto 24", code(10), code(2), Alpha::Mask},
-};
-
-// One image of pixels of each kind, compared after a blit.
+// A blit of all that was added, in rows of 64 pixels.
 class Bench {
 public:
-    explicit Bench(const Pair& pair) : pair_(pair) {}
-
-    // Source channels (s, ~s, s ^ 5A...) on destination channels that pair up in every way with them.
-    void add(uint32_t s, uint32_t d, uint32_t alpha) {
-        push(source_, pair_.from, pixel(pair_.from, s, 255 - s, s ^ 0x5A, alpha));
-        push(destination_, pair_.onto, pixel(pair_.onto, d, d ^ 0x33, 255 - d, d));
-        mask_.push_back(static_cast<uint8_t>(alpha));
+    explicit Bench(const Pair& pair) : onBoard_(pair.onBoard) {
+        blit_.src = image(formatOf(pair.from), arena_.begin());
+        blit_.dst = image(formatOf(pair.onto), arena_.begin() + most * 4 + 4);
+        blit_.mask = image({0, 1, {}, {}, {}, {}}, blit_.dst.first + most * 4 + 4);
+        blit_.masked = pair.alpha == OfMask;
+        blit_.width = 64;
     }
 
-    // Draws in rows of `width` pixels, which must divide what was added.
-    void check(uint32_t constantAlpha, long width) {
-        const long rows = static_cast<long>(mask_.size()) / width;
-        // Room for the byte that a 24-bit pixel takes with it
-        source_.resize(source_.size() + 4);
-        destination_.resize(destination_.size() + 4);
-        model::Blit blit{};
-        const auto image = [&](const Format& f, long first, size_t bytes) {
-            return model::Image{first,
-                                first,
-                                first + static_cast<long>(bytes),
-                                width * static_cast<long>(f.bytes),
-                                width,
-                                rows,
-                                f,
-                                pair_.onBoard};
-        };
-        const long to = static_cast<long>(source_.size());
-        blit.src = image(pair_.from, 0, source_.size());
-        blit.dst = image(pair_.onto, to, destination_.size());
-        blit.masked = pair_.alpha == Alpha::Mask;
-        blit.mask = image({0, 1, {}, {}, {}, {}}, to + static_cast<long>(destination_.size()), mask_.size());
-        blit.width = width;
-        blit.height = rows;
-        blit.alpha = constantAlpha;
-        memory_.bytes = source_;
-        memory_.bytes.insert(memory_.bytes.end(), destination_.begin(), destination_.end());
-        memory_.bytes.insert(memory_.bytes.end(), mask_.begin(), mask_.end());
-        memory_.written.resize(memory_.bytes.size());
-        const BltContext ctx = contextFor(blit, source_.data(), destination_.data(), mask_.data());
-        (blit.masked ? BLT_FallbackBltMaskContext : BLT_FallbackBltContext)(&ctx);
-        model::draw(memory_, blit);
-        const uint8_t* expected = memory_.bytes.data() + to;
-        if (std::memcmp(expected, destination_.data(), destination_.size()) != 0) {
-            const auto at = std::mismatch(destination_.begin(), destination_.end(), expected).first -
-                            destination_.begin();
-            ADD_FAILURE() << pair_.name << ", constant alpha " << constantAlpha << ", pixel "
-                          << at / pair_.onto.bytes << " of " << mask_.size();
-        }
-        source_.clear();
-        destination_.clear();
-        mask_.clear();
+    // Source channels s, ~s, s ^ 5A on destination channels that pair up in every way with them.
+    void add(uint32_t s, uint32_t d, uint32_t alpha) {
+        store(blit_.src, pixel(blit_.src.format, s, 255 - s, s ^ 0x5A, alpha));
+        store(blit_.dst, pixel(blit_.dst.format, d, d ^ 0x33, 255 - d, d));
+        store(blit_.mask, alpha);
+        ++added_;
+    }
+
+    void check(uint32_t constantAlpha) {
+        blit_.height = added_ / 64;
+        blit_.alpha = constantAlpha;
+        arena_.share(arena_.begin(), arena_.begin() + arena_.size());
+        const BltContext ctx = contextFor(blit_, arena_.at(0));
+        (blit_.masked ? BLT_FallbackBltMaskContext : BLT_FallbackBltContext)(&ctx);
+        model::draw(arena_.memory, blit_);
+        EXPECT_EQ(arena_.difference(arena_.begin(), arena_.begin() + arena_.size()), "")
+            << "constant alpha " << constantAlpha << "\n"
+            << describe(blit_);
+        added_ = 0;
     }
 
 private:
+    static constexpr long most = 256 * 256;
+
+    model::Image image(const Format& f, long first) const {
+        return {first, first, first + most * 4 + 4, 64L * f.bytes, 64, most / 64, f, onBoard_};
+    }
     static uint32_t pixel(const Format& f, uint32_t r, uint32_t g, uint32_t b, uint32_t a) {
         const auto field = [](uint32_t value, const Channel& c) {
             return c.loss > 7 ? 0 : (value & 255U >> c.loss) << c.shift & c.mask;
@@ -133,77 +88,60 @@ private:
         // Alphas of fewer bits keep the upper ones.
         return field(r, f.r) | field(g, f.g) | field(b, f.b) | field(a >> f.a.loss % 8, f.a);
     }
-    static void push(std::vector<uint8_t>& to, const Format& f, uint32_t pixel) {
-        if (std::endian::native == std::endian::big)
-            pixel <<= 8 * (4 - f.bytes);
-        uint8_t bytes[4];
-        std::memcpy(bytes, &pixel, 4);
-        to.insert(to.end(), bytes, bytes + f.bytes);
+    void store(const model::Image& image, uint32_t pixel) const {
+        const long bytes = image.format.bytes;
+        uint8_t* to = arena_.at(image.first + added_ * bytes);
+        for (long i = 0; i < bytes; ++i)
+            to[SDL_BYTEORDER == SDL_LIL_ENDIAN ? i : bytes - 1 - i] = static_cast<uint8_t>(pixel >> 8 * i);
     }
 
-    const Pair& pair_;
-    std::vector<uint8_t> source_, destination_, mask_;
-    model::Memory memory_;
+    bool onBoard_;
+    Arena arena_{1, most * 9 + 8};
+    model::Blit blit_{};
+    long added_ = 0;
 };
 
-uint32_t values(const Format& f) { // of the widest channel; R5G6B5 has 64
-    return 256U >> std::min({f.r.loss, f.g.loss, f.b.loss});
-}
-
 // All triples, the alpha being the pixel's, the mask's or the constant one.
-void everyTriple(const Pair& pair) {
-    SCOPED_TRACE(pair.name);
-    const uint32_t sources = values(pair.from), destinations = values(pair.onto);
-    for (uint32_t alpha = 0; alpha < 256; alpha += static_cast<uint32_t>(stride())) {
+void everyTriple(const std::vector<Pair>& pairs) {
+    for (const Pair& pair : pairs) {
+        // as many as the widest channel has; R5G6B5 has 64
+        const auto values = [](const Format& f) { return 256U >> std::min({f.r.loss, f.g.loss, f.b.loss}); };
         Bench bench(pair);
-        for (uint32_t s = 0; s < sources; ++s)
-            for (uint32_t d = 0; d < destinations; ++d)
-                bench.add(s, d, alpha);
-        bench.check(pair.alpha == Alpha::Constant ? alpha : 255, static_cast<long>(destinations));
+        for (uint32_t alpha = 0; alpha < 256; alpha += stride()) {
+            for (uint32_t s = 0; s < values(formatOf(pair.from)); ++s)
+                for (uint32_t d = 0; d < values(formatOf(pair.onto)); ++d)
+                    bench.add(s, d, alpha);
+            bench.check(pair.alpha == Constant ? alpha : 255);
+        }
     }
 }
 
 // All pairs of alphas on a sample of colours that holds the extremes.
-void everyConstantAlpha(const Pair& pair) {
-    SCOPED_TRACE(pair.name);
-    static constexpr uint32_t sample[] = {0, 255, 1, 254, 127, 8, 200};
-    Random random(7);
-    for (uint32_t c = 0; c < 256; c += static_cast<uint32_t>(stride())) {
+void everyConstantAlpha(const std::vector<Pair>& pairs) {
+    for (const Pair& pair : pairs) {
         Bench bench(pair);
-        for (uint32_t alpha = 0; alpha < 256; ++alpha) {
-            for (uint32_t s : sample)
-                for (uint32_t d : sample)
-                    bench.add(s, d, alpha);
-            for (int i = 0; i < 15; ++i)
-                bench.add(static_cast<uint32_t>(random.upTo(255)), static_cast<uint32_t>(random.upTo(255)),
-                          alpha);
+        for (uint32_t c = 0; c < 256 && pair.alpha != Constant; c += stride()) {
+            for (uint32_t alpha = 0; alpha < 256; ++alpha)
+                for (uint32_t s : {0U, 255U, 1U, 254U, 127U, 8U, 200U, 77U})
+                    for (uint32_t d : {0U, 255U, 1U, 254U, 127U, 8U, 200U, 77U})
+                        bench.add(s, d, alpha);
+            bench.check(c);
         }
-        bench.check(c, 128);
     }
 }
 
 TEST(Arithmetic, Rgb16EveryTriple) {
-    for (const Pair& pair : rgb16Pairs)
-        everyTriple(pair);
+    everyTriple(ontoRgb16);
 }
-
 TEST(Arithmetic, Argb32EveryTriple) {
-    for (const Pair& pair : argb32Pairs)
-        everyTriple(pair);
+    everyTriple(ontoArgb32);
 }
-
 TEST(Arithmetic, GenericEveryTriple) {
-    for (const Pair& pair : genericPairs)
-        everyTriple(pair);
+    everyTriple(generic);
 }
-
 TEST(Arithmetic, EveryConstantAlpha) {
-    for (const auto& pairs : {std::vector<Pair>(std::begin(rgb16Pairs), std::end(rgb16Pairs)),
-                              std::vector<Pair>(std::begin(argb32Pairs), std::end(argb32Pairs)),
-                              std::vector<Pair>(std::begin(genericPairs), std::end(genericPairs))})
-        for (const Pair& pair : pairs)
-            if (pair.alpha != Alpha::Constant)
-                everyConstantAlpha(pair);
+    for (const auto* pairs : {&ontoRgb16, &ontoArgb32, &generic})
+        everyConstantAlpha(*pairs);
 }
 
 } // namespace

@@ -7,13 +7,20 @@
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
-#include <utility>
 
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <host/testing.h>
 #include <proto/graphics.h>
+
+// --- Random numbers -----------------------------------------------------------------------------------
+
+Random::Random(uint64_t seed, uint64_t number) : state_(seed * 0x9E3779B97F4A7C15U + number) {
+    next();
+}
+
+Random::Random(const uint8_t* input, size_t size) : state_(size), input_(input), left_(size) {}
 
 uint64_t Random::next() {
     uint64_t z = state_ += 0x9E3779B97F4A7C15U;
@@ -22,267 +29,254 @@ uint64_t Random::next() {
     return z ^ (z >> 31);
 }
 
-void Random::fill(uint8_t* bytes, size_t count) {
+long Random::upTo(long last) {
+    uint64_t value = left_ ? 0 : next();
+    for (long range = last; left_ && range > 0; range >>= 8, --left_)
+        value = value << 8 | *input_++;
+    return static_cast<long>(value % (static_cast<uint64_t>(last) + 1));
+}
+
+uint32_t Random::alpha() {
+    return oneIn(3) ? static_cast<uint32_t>(upTo(255)) : oneIn(2) ? 255 : of(constantAlphas);
+}
+
+uint32_t Random::flags() {
+    static constexpr uint32_t words[] = {0, 0, 1, 3, 4, 4, 5, 0xFFFFFFFB, 0xFFFFFFFF};
+    return of(words);
+}
+
+void Random::fill(uint8_t* bytes, long count) {
     while (count > 0) {
         const uint64_t noise = next();
         uint64_t word = next();
-        const size_t length = std::min<size_t>(count, noise % 4 == 0 ? 1 + (noise >> 2) % 8 : 8);
+        const long length = std::min(count, noise % 4 == 0 ? 1 + static_cast<long>((noise >> 2) % 8) : 8);
         if (noise >> 8 & 1)
             word = (noise >> 9 & 1) ? 0 : ~uint64_t{0};
-        std::memcpy(bytes, &word, length);
+        std::memcpy(bytes, &word, static_cast<size_t>(length));
         bytes += length;
         count -= length;
     }
 }
 
-size_t Pages::pageSize() {
-    return static_cast<size_t>(sysconf(_SC_PAGESIZE));
+// --- Memory -------------------------------------------------------------------------------------------
+
+long Arena::page() {
+    static const long size = sysconf(_SC_PAGESIZE);
+    return size;
 }
 
-Pages::Pages(size_t bytes) : size_((bytes + pageSize() - 1) / pageSize() * pageSize()) {
-    void* all = mmap(nullptr, size_ + 2 * pageSize(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+Arena::Arena(long areas, long bytesOfArea) : size_((bytesOfArea + page() - 1) / page() * page()) {
+    memory.bytes.resize(static_cast<size_t>(begin(areas)));
+    memory.written.resize(memory.bytes.size());
+    void* all = mmap(nullptr, memory.bytes.size(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (all == MAP_FAILED)
         std::abort();
-    first_ = static_cast<uint8_t*>(all) + pageSize();
-    protect(first_, size_, PROT_READ | PROT_WRITE);
+    base_ = static_cast<uint8_t*>(all);
+    for (long area = 0; area < areas; ++area)
+        protect(begin(area), begin(area) + size_, PROT_READ | PROT_WRITE);
 }
 
-Pages::~Pages() {
-    munmap(first_ - pageSize(), size_ + 2 * pageSize());
+Arena::~Arena() {
+    munmap(base_, memory.bytes.size());
 }
 
-void Pages::protect(uint8_t* from, size_t bytes, int protection) const {
-    if (mprotect(from, bytes, protection) != 0)
+void Arena::protect(long from, long to, int protection) const {
+    if (mprotect(at(from), static_cast<size_t>(to - from), protection) != 0)
         std::abort();
 }
 
-const std::vector<SurfaceFormat> surfaceFormats = {
-    // 16 bits: both recognised layouts, also with alpha and with the other channels elsewhere
-    {16, 0xF800, 0x7E0, 0x1F, 0},
-    {15, 0x7C00, 0x3E0, 0x1F, 0},
-    {16, 0x7C00, 0x3E0, 0x1F, 0x8000},
-    {16, 0xF800, 0x7C0, 0x3E, 1},
-    {16, 0xF000, 0xF00, 0xF0, 0xF},
-    {16, 0xF00, 0xF0, 0xF, 0xF000},
-    {16, 0xF, 0xF0, 0xF00, 0xF000},
-    {15, 0x3E0, 0x7C00, 0x1F, 0},
-    {16, 0x5000, 0xE0, 7, 0x300},
-    // 24 bits: either order, another one, and channels that are not whole bytes
-    {24, 0xFF0000, 0xFF00, 0xFF, 0},
-    {24, 0xFF, 0xFF00, 0xFF0000, 0},
-    {24, 0xFF00, 0xFF, 0xFF0000, 0},
-    {24, 0xFC0000, 0x3F000, 0xFC0, 0x3F},
-    {24, 0x3F, 0x3F000, 0xFC0, 0},
-    // 32 bits: the four recognised layouts with and without alpha
-    {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000},
-    {32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000},
-    {32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF},
-    {32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF},
-    {32, 0xFF0000, 0xFF00, 0xFF, 0},
-    {32, 0xFF, 0xFF00, 0xFF0000, 0},
-    {32, 0xFF000000, 0xFF0000, 0xFF00, 0},
-    {32, 0xFF00, 0xFF0000, 0xFF000000, 0},
-    // 32 bits: 10-bit channels, narrow channels, 16-bit channels, a recognised red among other channels
-    {32, 0x3FF00000, 0xFFC00, 0x3FF, 0xC0000000},
-    {32, 0xFFC00000, 0x3FF000, 0xFFC, 3},
-    {32, 0xF80000, 0xFC00, 0xF8, 0xFF000000},
-    {32, 0xFFFF0000, 0xFF00, 0xFF, 0},
-    {32, 0xFF00000, 0xFF000, 0xFF0, 0xF},
-    {32, 0xFF0000, 0xFF, 0xFF000000, 0xF00},
-    // channels that share their bits
-    {32, 0xFF00, 0xFF00, 0xFF, 0xFF000000},
-    {32, 0xFF, 0xFF00, 0xFF000000, 0xFF000000},
-    {24, 0xFF, 0xFF, 0xFF, 0},
-    {16, 0x7E0, 0x7E0, 0x1F, 0xF800},
-};
+void Arena::share(long from, long to) {
+    std::copy(at(from), at(to), memory.bytes.begin() + from);
+}
 
-const std::vector<uint32_t> bitmapCodes = {2, 3, 6, 7, 8, 9, 10, 11};
+std::string Arena::difference(long from, long to) const {
+    const auto model = memory.bytes.begin() + from;
+    if (std::memcmp(at(from), &*model, static_cast<size_t>(to - from)) == 0)
+        return {};
+    const auto [host, expected] = std::mismatch(at(from), at(to), model);
+    return "byte " + std::to_string(host - base_) + " is " + std::to_string(*host) + ", the model has " +
+           std::to_string(*expected) + "\n";
+}
+
+// --- Images -------------------------------------------------------------------------------------------
+
+// The checksums of golden_test go by the order of these lists.
+const std::vector<Kind> surfaceKinds = {
+    // 16 bits: both recognised layouts, also with alpha and with the other channels elsewhere
+    Kind{16, 0xF800, 0x7E0, 0x1F, 0}, Kind{15, 0x7C00, 0x3E0, 0x1F, 0}, Kind{16, 0x7C00, 0x3E0, 0x1F, 0x8000},
+    Kind{16, 0xF800, 0x7C0, 0x3E, 1}, Kind{16, 0xF000, 0xF00, 0xF0, 0xF}, Kind{16, 0xF00, 0xF0, 0xF, 0xF000},
+    Kind{16, 0xF, 0xF0, 0xF00, 0xF000}, Kind{15, 0x3E0, 0x7C00, 0x1F, 0}, Kind{16, 0x5000, 0xE0, 7, 0x300},
+    // 24 bits: either order, another one, and channels that are not whole bytes
+    Kind{24, 0xFF0000, 0xFF00, 0xFF, 0}, Kind{24, 0xFF, 0xFF00, 0xFF0000, 0},
+    Kind{24, 0xFF00, 0xFF, 0xFF0000, 0}, Kind{24, 0xFC0000, 0x3F000, 0xFC0, 0x3F},
+    Kind{24, 0x3F, 0x3F000, 0xFC0, 0},
+    // 32 bits: the four recognised layouts with and without alpha
+    Kind{32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000}, Kind{32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000},
+    Kind{32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF}, Kind{32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF},
+    Kind{32, 0xFF0000, 0xFF00, 0xFF, 0}, Kind{32, 0xFF, 0xFF00, 0xFF0000, 0},
+    Kind{32, 0xFF000000, 0xFF0000, 0xFF00, 0}, Kind{32, 0xFF00, 0xFF0000, 0xFF000000, 0},
+    // 32 bits: 10-bit channels, narrow channels, 16-bit channels, a recognised red among other channels
+    Kind{32, 0x3FF00000, 0xFFC00, 0x3FF, 0xC0000000}, Kind{32, 0xFFC00000, 0x3FF000, 0xFFC, 3},
+    Kind{32, 0xF80000, 0xFC00, 0xF8, 0xFF000000}, Kind{32, 0xFFFF0000, 0xFF00, 0xFF, 0},
+    Kind{32, 0xFF00000, 0xFF000, 0xFF0, 0xF}, Kind{32, 0xFF0000, 0xFF, 0xFF000000, 0xF00},
+    // channels that share their bits
+    Kind{32, 0xFF00, 0xFF00, 0xFF, 0xFF000000}, Kind{32, 0xFF, 0xFF00, 0xFF000000, 0xFF000000},
+    Kind{24, 0xFF, 0xFF, 0xFF, 0}, Kind{16, 0x7E0, 0x7E0, 0x1F, 0xF800}};
+
+const std::vector<Kind> bitmapKinds = {Kind{24, 0xFF0000, 0xFF00, 0xFF, 0, 2},
+                                       Kind{24, 0xFF, 0xFF00, 0xFF0000, 0, 3},
+                                       Kind{32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000, 6},
+                                       Kind{32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000, 7},
+                                       Kind{32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF, 8},
+                                       Kind{32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF, 9},
+                                       Kind{16, 0xF800, 0x7E0, 0x1F, 0, 10},
+                                       Kind{16, 0x7C00, 0x3E0, 0x1F, 0x8000, 11}};
 
 const std::vector<unsigned> constantAlphas = {0, 1, 7, 8, 15, 16, 31, 100, 127, 128, 200, 247, 248, 254, 255};
 
-void Picture::SurfaceDeleter::operator()(SDL_Surface* surface) const {
-    SDL_FreeSurface(surface);
-}
-void Picture::BitmapDeleter::operator()(BitMap* bitmap) const {
-    FreeBitMap(bitmap);
-}
-
-// The code for a surface's layout: only depth and red mask count.
-static uint32_t surfaceCode(int depth, uint32_t red) {
+uint32_t Kind::recognised() const {
+    if (code != 0 || depth == 8)
+        return code;
     if (depth == 24)
-        return red == 0xFF0000 ? 2 : 3;
+        return r == 0xFF0000 ? 2 : 3;
     if (depth <= 16)
-        return red == 0xF800 ? 10 : red == 0x7C00 ? 11 : 0;
-    return red == 0xFF0000 ? 6 : red == 0xFF ? 7 : red == 0xFF000000 ? 8 : red == 0xFF00 ? 9 : 0;
+        return r == 0xF800 ? 10 : r == 0x7C00 ? 11 : 0;
+    return r == 0xFF0000 ? 6 : r == 0xFF ? 7 : r == 0xFF000000 ? 8 : r == 0xFF00 ? 9 : 0;
 }
 
-Picture Picture::surface(const SurfaceFormat& f, uint8_t* pixels, long width, long height, long pitch) {
-    Picture p;
-    p.surface_.reset(SDL_CreateRGBSurfaceFrom(pixels, static_cast<int>(width), static_cast<int>(height),
-                                              f.depth, static_cast<int>(pitch), f.r, f.g, f.b, f.a));
-    const SDL_PixelFormat& s = *p.surface_->format;
-    p.image_ = {0,
-                0,
-                pitch * height,
-                pitch,
-                width,
-                height,
-                {surfaceCode(f.depth, f.r),
-                 s.BytesPerPixel,
-                 {s.Rmask, s.Rshift, s.Rloss},
-                 {s.Gmask, s.Gshift, s.Gloss},
-                 {s.Bmask, s.Bshift, s.Bloss},
-                 {s.Amask, s.Ashift, s.Aloss}},
-                false};
-    return p;
+Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, long pitch, bool onBoard)
+    : image_{0, 0, pitch * height, pitch, width, height, {}, onBoard && kind.code != 0} {
+    const int w = static_cast<int>(width), h = static_cast<int>(height), step = static_cast<int>(pitch);
+    image_.format.bytes = static_cast<uint32_t>(kind.bytes()), image_.format.code = kind.code;
+    if (kind.code != 0) {
+        bitmap_.reset(HOST_WrapBitMap(pixels, static_cast<uint32_t>(w), static_cast<uint32_t>(h), step,
+                                      kind.code, onBoard),
+                      FreeBitMap);
+        if (const model::Format* known = model::bitmapFormat(kind.code))
+            image_.format = *known;
+        return;
+    }
+    surface_.reset(SDL_CreateRGBSurfaceFrom(pixels, w, h, kind.depth, step, kind.r, kind.g, kind.b, kind.a),
+                   SDL_FreeSurface);
+    const SDL_PixelFormat& f = *surface_->format; // shifts and losses are SDL's findings
+    using model::Channel;
+    image_.format = {kind.recognised(),
+                     f.BytesPerPixel,
+                     Channel{f.Rmask, f.Rshift, f.Rloss},
+                     Channel{f.Gmask, f.Gshift, f.Gloss},
+                     Channel{f.Bmask, f.Bshift, f.Bloss},
+                     Channel{f.Amask, f.Ashift, f.Aloss}};
 }
 
-Picture Picture::bitmap(uint32_t code, uint8_t* pixels, long width, long height, long pitch, bool onBoard) {
-    Picture p;
-    p.bitmap_.reset(HOST_WrapBitMap(pixels, static_cast<uint32_t>(width), static_cast<uint32_t>(height),
-                                    static_cast<int32_t>(pitch), code, onBoard));
-    p.image_ = {0, 0, pitch * height, pitch, width, height, {}, onBoard};
-    if (const model::Format* format = model::bitmapFormat(code))
-        p.image_.format = *format;
-    return p;
-}
-
-Picture Picture::surfaceMask(uint8_t* pixels, long width, long height, long pitch) {
-    Picture p;
-    p.surface_.reset(SDL_CreateRGBSurfaceFrom(pixels, static_cast<int>(width), static_cast<int>(height), 8,
-                                              static_cast<int>(pitch), 0, 0, 0, 0));
-    p.image_ = {0, 0, pitch * height, pitch, width, height, {}, false};
-    return p;
-}
-
-Picture Picture::bitmapMask(uint8_t* pixels, long width, long height, long pitch) {
-    return bitmap(1, pixels, width, height, pitch, false);
-}
-
-void Picture::setAlpha(bool use, unsigned alpha) {
+void Picture::setAlpha(bool use, unsigned alpha) const {
     surface_->flags = (surface_->flags & ~static_cast<Uint32>(SDL_SRCALPHA)) | (use ? SDL_SRCALPHA : 0);
     surface_->format->alpha = static_cast<Uint8>(alpha);
 }
 
 model::Image Picture::image(long first) const {
     model::Image image = image_;
-    image.first += first;
-    image.begin += first;
+    image.first = image.begin = first;
     image.end += first;
     return image;
 }
 
-static std::ostream& operator<<(std::ostream& out, const model::Image& image) {
-    const model::Format& f = image.format;
-    return out << image.width << "x" << image.height << " pitch " << image.pitch << " first " << image.first
-               << " [" << image.begin << "," << image.end << ") code " << f.code << " bytes " << f.bytes
-               << std::hex << " masks " << f.r.mask << "," << f.g.mask << "," << f.b.mask << "," << f.a.mask
-               << std::dec << (image.onBoard ? " on board" : "");
-}
+// --- Blits --------------------------------------------------------------------------------------------
 
-std::string Picture::describe() const {
-    std::ostringstream out;
-    out << (surface_ ? "surface " : "bitmap ") << image_;
-    return out.str();
-}
-
-std::string describe(const model::Blit& b) {
-    std::ostringstream out;
-    out << "source " << b.src << "\ndestination " << b.dst;
-    if (b.masked)
-        out << "\nmask " << b.mask;
-    out << "\nfrom " << b.srcX << "," << b.srcY << " to " << b.dstX << "," << b.dstY << " size " << b.width
-        << "x" << b.height << " alpha " << b.alpha << " flags " << b.flags
-        << (b.noMemory ? ", allocations fail" : "");
-    return out.str();
-}
-
-BltContext contextFor(const model::Blit& blit, uint8_t* src, uint8_t* dst, uint8_t* mask) {
-    BltContext ctx{};
-    const auto side = [](BltRenderFmt& to, const model::Image& from, uint8_t* pixels) {
-        const model::Format& f = from.format;
-        to.pixels = pixels;
+BltContext contextFor(const model::Blit& blit, uint8_t* base) {
+    const auto side = [base](BltRenderFmt& to, const model::Image& from) {
+        const auto& [code, bytes, r, g, b, a] = from.format;
+        to.pixels = base + from.first;
         to.pitch = static_cast<int16_t>(from.pitch);
-        to.format = f.code;
-        to.bytesPerPixel = f.bytes;
-        to.rMask = f.r.mask, to.rShift = f.r.shift, to.rLoss = f.r.loss;
-        to.gMask = f.g.mask, to.gShift = f.g.shift, to.gLoss = f.g.loss;
-        to.bMask = f.b.mask, to.bShift = f.b.shift, to.bLoss = f.b.loss;
-        to.aMask = f.a.mask, to.aShift = f.a.shift, to.aLoss = f.a.loss;
+        to.format = code, to.bytesPerPixel = bytes;
+        to.rMask = r.mask, to.gMask = g.mask, to.bMask = b.mask, to.aMask = a.mask;
+        to.rShift = r.shift, to.gShift = g.shift, to.bShift = b.shift, to.aShift = a.shift;
+        to.rLoss = r.loss, to.gLoss = g.loss, to.bLoss = b.loss, to.aLoss = a.loss;
         to.onBoard = from.onBoard;
         to.lock = 1;
+        return static_cast<uint16_t>(8 * bytes);
     };
-    ctx.size = static_cast<uint32_t>(sizeof ctx);
-    side(ctx.src, blit.src, src);
-    side(ctx.dst, blit.dst, dst);
-    ctx.srcBpp = static_cast<uint16_t>(8 * blit.src.format.bytes);
-    ctx.dstBpp = static_cast<uint16_t>(8 * blit.dst.format.bytes);
-    ctx.srcX = static_cast<int32_t>(blit.srcX), ctx.srcY = static_cast<int32_t>(blit.srcY);
-    ctx.dstX = static_cast<int32_t>(blit.dstX), ctx.dstY = static_cast<int32_t>(blit.dstY);
-    ctx.width = static_cast<int32_t>(blit.width), ctx.height = static_cast<int32_t>(blit.height);
-    ctx.alpha = static_cast<uint8_t>(blit.alpha);
-    ctx.flags = blit.flags;
+    const auto narrow = [](long value) { return static_cast<int32_t>(value); };
+    BltContext ctx;
+    std::memset(&ctx, 0, sizeof ctx);
+    ctx.size = sizeof ctx;
+    ctx.srcBpp = side(ctx.src, blit.src), ctx.dstBpp = side(ctx.dst, blit.dst);
+    ctx.srcX = narrow(blit.srcX), ctx.srcY = narrow(blit.srcY);
+    ctx.dstX = narrow(blit.dstX), ctx.dstY = narrow(blit.dstY);
+    ctx.width = narrow(blit.width), ctx.height = narrow(blit.height);
+    ctx.alpha = static_cast<uint8_t>(blit.alpha), ctx.flags = blit.flags;
     if (blit.masked) {
-        ctx.maskPixels = mask;
+        ctx.maskPixels = base + blit.mask.first;
         ctx.maskPitch = static_cast<int16_t>(blit.mask.pitch);
+        ctx.maskFormat = blit.mask.format.code;
         ctx.maskLock = 1;
     }
     return ctx;
 }
 
+std::string describe(const model::Blit& b) {
+    std::ostringstream out;
+    for (const model::Image* i : {&b.src, &b.dst, &b.mask})
+        out << i->width << "x" << i->height << " pitch " << i->pitch << " first " << i->first << " code "
+            << i->format.code << " bytes " << i->format.bytes << " red mask " << i->format.r.mask
+            << (i->onBoard ? " on board\n" : "\n");
+    out << "from " << b.srcX << "," << b.srcY << " to " << b.dstX << "," << b.dstY << " size " << b.width
+        << "x" << b.height << " alpha " << b.alpha << " flags " << b.flags << (b.masked ? ", masked" : "")
+        << (b.noMemory ? ", no memory" : "") << "\n";
+    return out.str();
+}
+
 static sigjmp_buf beforeFault;
 
 bool faults(const std::function<void()>& work) {
-    struct sigaction action = {}, oldSegv = {}, oldBus = {};
-    action.sa_handler = [](int) { siglongjmp(beforeFault, 1); };
-    sigaction(SIGSEGV, &action, &oldSegv);
-    sigaction(SIGBUS, &action, &oldBus);
+    const auto before = std::signal(SIGSEGV, [](int) { siglongjmp(beforeFault, 1); });
     const bool fault = sigsetjmp(beforeFault, 1) != 0;
     if (!fault)
         work();
-    sigaction(SIGSEGV, &oldSegv, nullptr);
-    sigaction(SIGBUS, &oldBus, nullptr);
+    std::signal(SIGSEGV, before);
     return fault;
 }
 
-DebugOutput::DebugOutput() {
-    HOST_SetDebugSink([](const char* text, void* user) { *static_cast<std::string*>(user) += text; }, &text_);
-}
-
-DebugOutput::~DebugOutput() {
+std::string printedBy(const std::function<void()>& work) {
+    std::string text;
+    HOST_SetDebugSink([](const char* line, void* user) { *static_cast<std::string*>(user) += line; }, &text);
+    work();
     HOST_SetDebugSink(nullptr, nullptr);
+    return text;
 }
 
-std::string DebugOutput::take() {
-    return std::exchange(text_, {});
-}
+// --- Cases --------------------------------------------------------------------------------------------
+
+#ifndef __has_feature
+#    define __has_feature(name) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || __has_feature(address_sanitizer) ||     \
+    __has_feature(thread_sanitizer)
+static constexpr bool slow = true;
+#else
+static constexpr bool slow = false;
+#endif
 
 static long fromEnvironment(const char* name, long otherwise) {
     const char* text = std::getenv(name);
     return text && *text ? std::strtol(text, nullptr, 0) : otherwise;
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-static constexpr long slowness = 20;
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
-static constexpr long slowness = 20;
-#    else
-static constexpr long slowness = 1;
-#    endif
-#else
-static constexpr long slowness = 1;
-#endif
-
 long caseCount(long normal) {
-    return fromEnvironment("ORMSEL_CASES", normal / slowness);
+    return fromEnvironment("ORMSEL_CASES", slow ? normal / 20 : normal);
 }
-long stride() {
-    return fromEnvironment("ORMSEL_STRIDE", slowness == 1 ? 1 : 15);
+
+uint32_t stride() {
+    return static_cast<uint32_t>(fromEnvironment("ORMSEL_STRIDE", slow ? 15 : 1));
 }
-uint64_t caseSeed() {
-    return static_cast<uint64_t>(fromEnvironment("ORMSEL_SEED", 1));
-}
-long singleCase() {
-    return fromEnvironment("ORMSEL_CASE", -1);
+
+std::string forCases(long normal, const std::function<std::string(Random&, long)>& body) {
+    const long seed = fromEnvironment("ORMSEL_SEED", 1), single = fromEnvironment("ORMSEL_CASE", -1);
+    const long last = single >= 0 ? single : caseCount(normal) - 1;
+    for (long number = std::max(0L, single); number <= last; ++number) {
+        Random random(static_cast<uint64_t>(seed), static_cast<uint64_t>(number));
+        if (const std::string wrong = body(random, number); !wrong.empty())
+            return "ORMSEL_SEED=" + std::to_string(seed) + " ORMSEL_CASE=" + std::to_string(number) + "\n" +
+                   wrong;
+    }
+    return {};
 }

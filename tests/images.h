@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: Zlib
 //
-// Images for tests: guarded memory, the formats that surfaces can express, surfaces and bitmaps over
-// caller's memory together with their model descriptions, and seeded random numbers.
+// What the tests share: seeded random numbers, guarded memory, images of every kind over it with their model
+// descriptions, and the loop over random cases.
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <SDL.h>
 
@@ -17,112 +15,103 @@
 #include "blt/blt_framework.h"
 #include "tests/model.h"
 
-// Numbers that depend on (seed, case) only, so that one case can be run alone.
+// Numbers that depend on (seed, number) only, so that one case can be run alone, or on a fuzzer's input as
+// long as that lasts.
 class Random {
 public:
-    explicit Random(uint64_t seed, uint64_t number = 0) : state_(seed * 0x9E3779B97F4A7C15U + number) {
-        next();
-    }
-    uint64_t next();
-    long upTo(long last) { return static_cast<long>(next() % static_cast<uint64_t>(last + 1)); } // 0..last
+    explicit Random(uint64_t seed, uint64_t number = 0);
+    Random(const uint8_t* input, size_t size);
+    bool hasInput() const { return left_ != 0; }
+
+    uint64_t next();      // 64 bits; never from the input
+    long upTo(long last); // 0..last
     long between(long first, long last) { return first + upTo(last - first); }
     bool oneIn(long n) { return upTo(n - 1) == 0; }
-    template <class T, size_t N>
-    const T& of(const T (&list)[N]) {
-        return list[static_cast<size_t>(upTo(static_cast<long>(N) - 1))];
+    template <class List>
+    const auto& of(const List& list) {
+        return std::data(list)[upTo(static_cast<long>(std::size(list)) - 1)];
     }
-    template <class T>
-    const T& of(const std::vector<T>& list) {
-        return list[static_cast<size_t>(upTo(static_cast<long>(list.size()) - 1))];
-    }
-    // Bytes of which many are runs of 00 and FF, as alphas in pictures are.
-    void fill(uint8_t* bytes, size_t count);
+    uint32_t alpha(); // a constant alpha: anything, 255, or next to where its effect changes
+    uint32_t flags();
+    void fill(uint8_t* bytes, long count); // with many runs of 00 and FF, as alphas in pictures are
 
 private:
     uint64_t state_;
+    const uint8_t* input_ = nullptr;
+    size_t left_ = 0;
 };
 
-// Whole pages of zeros with an inaccessible page on either side.
-class Pages {
+// Areas of zeros with inaccessible pages around each, and the model's copy of them. An offset means the same
+// byte in both.
+class Arena {
 public:
-    explicit Pages(size_t bytes);
-    ~Pages();
-    Pages(const Pages&) = delete;
-    Pages& operator=(const Pages&) = delete;
+    Arena(long areas, long bytesOfArea);
+    ~Arena();
+    Arena(const Arena&) = delete;
+    Arena& operator=(const Arena&) = delete;
 
-    uint8_t* begin() const { return first_; }
-    uint8_t* end() const { return first_ + size_; }
-    size_t size() const { return size_; }
-    void protect(uint8_t* from, size_t bytes, int protection) const; // PROT_*; whole pages
-    static size_t pageSize();
+    static long page();
+    long begin(long area = 0) const { return page() + area * (size_ + page()); }
+    long size() const { return size_; } // of one area: whole pages
+    uint8_t* at(long offset) const { return base_ + offset; }
+    void protect(long from, long to, int protection) const; // PROT_*; whole pages
+    void share(long from, long to);                         // gives the model a copy of these bytes
+    std::string difference(long from, long to) const;       // empty: the model has the same bytes
+
+    model::Memory memory;
 
 private:
-    uint8_t* first_;
-    size_t size_;
+    long size_;
+    uint8_t* base_;
 };
 
-// A layout that an SDL surface can have. Shifts, losses and code are SDL's and the library's own findings.
-struct SurfaceFormat {
+// What an image can be: a surface with these masks or, with a code, a bitmap. Depth 8 makes a mask.
+struct Kind {
     int depth;
     uint32_t r, g, b, a;
-};
-extern const std::vector<SurfaceFormat> surfaceFormats; // every layout that the library accepts
-extern const std::vector<uint32_t> bitmapCodes;         // the eight accepted bitmap formats
-extern const std::vector<unsigned> constantAlphas;      // all classes, and the values next to their limits
+    uint32_t code = 0; // RGBFB_*
 
-// An image as the library sees it: a surface or a bitmap, never both.
+    long bytes() const { return (depth + 7) / 8; }
+    uint32_t recognised() const; // the code that the library finds; 0: it goes by masks alone
+};
+extern const std::vector<Kind> surfaceKinds; // every layout that the library accepts
+extern const std::vector<Kind> bitmapKinds;  // the eight accepted bitmap formats
+constexpr size_t firstArgbSurface = 14;      // of four with whole bytes and alpha
+constexpr Kind surfaceMask{8, 0, 0, 0, 0}, bitmapMask{8, 0, 0, 0, 0, 1};
+extern const std::vector<unsigned> constantAlphas; // all classes, and the values next to their limits
+
+// An image as the library sees it: a surface, a bitmap or nothing.
 class Picture {
 public:
-    static Picture surface(const SurfaceFormat& format, uint8_t* pixels, long width, long height, long pitch);
-    static Picture bitmap(uint32_t code, uint8_t* pixels, long width, long height, long pitch, bool onBoard);
-    static Picture surfaceMask(uint8_t* pixels, long width, long height, long pitch);
-    static Picture bitmapMask(uint8_t* pixels, long width, long height, long pitch);
+    Picture() = default;
+    Picture(const Kind& kind, uint8_t* pixels, long width, long height, long pitch, bool onBoard = false);
 
     SDL_Surface* sdl() const { return surface_.get(); }
     BitMap* native() const { return bitmap_.get(); }
-    void setAlpha(bool use, unsigned alpha); // surfaces: SDL_SRCALPHA and the format's alpha
-    std::string describe() const;
-
-    // The model's description; `first` is the offset of the first pixel in the model's memory.
-    model::Image image(long first) const;
+    void setAlpha(bool use, unsigned alpha) const; // surfaces: SDL_SRCALPHA and the format's alpha
+    model::Image image(long first) const;          // `first`: offset of the first pixel in the model's memory
 
 private:
-    struct SurfaceDeleter {
-        void operator()(SDL_Surface* surface) const;
-    };
-    struct BitmapDeleter {
-        void operator()(BitMap* bitmap) const;
-    };
-    std::unique_ptr<SDL_Surface, SurfaceDeleter> surface_;
-    std::unique_ptr<BitMap, BitmapDeleter> bitmap_;
+    std::shared_ptr<SDL_Surface> surface_;
+    std::shared_ptr<BitMap> bitmap_;
     model::Image image_{};
 };
 
-// The context that the driver would fill for this blit, with pixels at `src`, `dst` and `mask`.
-BltContext contextFor(const model::Blit& blit, uint8_t* src, uint8_t* dst, uint8_t* mask);
+// The context that the driver would fill for this blit, with the model's memory beginning at `base`.
+BltContext contextFor(const model::Blit& blit, uint8_t* base);
 
 std::string describe(const model::Blit& blit);
 
 // Whether running `work` ends in a memory fault. Work that faults is left where it stands.
 bool faults(const std::function<void()>& work);
 
-// Gathers the library's debug output while it lives.
-class DebugOutput {
-public:
-    DebugOutput();
-    ~DebugOutput();
-    DebugOutput(const DebugOutput&) = delete;
-    DebugOutput& operator=(const DebugOutput&) = delete;
-    std::string take(); // what has come since the last call
-
-private:
-    std::string text_;
-};
+// What the library prints on the debug output while `work` runs.
+std::string printedBy(const std::function<void()>& work);
 
 // How many random cases to run: ORMSEL_CASES when set, else `normal`, or a twentieth under a sanitizer.
 long caseCount(long normal);
 // Every how many-th value an exhaustive test takes: 1, more under a sanitizer or as ORMSEL_STRIDE says.
-long stride();
-// The seed: ORMSEL_SEED when set. A single case: ORMSEL_CASE when set, else -1.
-uint64_t caseSeed();
-long singleCase();
+uint32_t stride();
+// Runs body(random, number) for all cases with a seed of ORMSEL_SEED, or for the case ORMSEL_CASE alone,
+// until one returns what is wrong; that, with the numbers to run it again, is the result.
+std::string forCases(long normal, const std::function<std::string(Random&, long)>& body);

@@ -14,8 +14,6 @@ namespace model {
 struct Memory {
     std::vector<uint8_t> bytes;
     std::vector<uint8_t> written; // 1 for each byte that a blit has stored, be it with its old value
-
-    explicit Memory(std::size_t size = 0) : bytes(size), written(size) {}
 };
 
 struct Channel {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Zlib
 //
-// The public entry points under one call, so that random requests can go through any of them.
+// Blits through any public entry point, and random ones of them compared with the model.
 #pragma once
 
 #include "tests/images.h"
@@ -23,11 +23,13 @@ constexpr int entryCount = static_cast<int>(Entry::Array) + 1;
 bool sourceIsSurface(Entry entry);
 bool destinationIsSurface(Entry entry);
 bool takesMask(Entry entry);
-bool takesAlpha(Entry entry); // else the constant alpha is the source surface's
 
-// Makes an unclipped request what the entry point makes of it: arguments that it doesn't have.
-void conform(Entry entry, model::Blit& blit);
-
-// Blits. `carry`, a multiple of 65536, is added to arguments that the entry point narrows to 16 bits.
+// Blits. `array` is what Entry::Array takes for a source. `carry`, a multiple of 65536, is added to arguments
+// that the entry point narrows to 16 bits.
 unsigned long callEntry(Entry entry, const model::Blit& blit, const Picture& src, const Picture& dst,
-                        const Picture* mask, void* sourcePixels, long carry);
+                        const Picture& mask, void* array = nullptr, long carry = 0);
+
+// Draws one blit of any kind between images in an arena of three areas of kBlitArea, which may share memory,
+// and compares all bytes in and around them with the model. Empty, or what is wrong.
+constexpr long kBlitArea = 1 << 20;
+std::string randomBlit(Random& random, Arena& arena);
