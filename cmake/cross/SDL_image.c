@@ -23,8 +23,9 @@ SDL_Surface* IMG_Load(const char* file) {
     }
     png.format = png.format & PNG_FORMAT_FLAG_ALPHA ? PNG_FORMAT_RGBA : PNG_FORMAT_RGB;
     bytes = (int)PNG_IMAGE_PIXEL_CHANNELS(png.format);
-    surface = SDL_CreateRGBSurface(SDL_SWSURFACE, (int)png.width, (int)png.height, 8 * bytes, byteMask(bytes, 0),
-                                   byteMask(bytes, 1), byteMask(bytes, 2), bytes == 4 ? byteMask(bytes, 3) : 0);
+    surface =
+        SDL_CreateRGBSurface(SDL_SWSURFACE, (int)png.width, (int)png.height, 8 * bytes, byteMask(bytes, 0),
+                             byteMask(bytes, 1), byteMask(bytes, 2), bytes == 4 ? byteMask(bytes, 3) : 0);
     if (!surface || !png_image_finish_read(&png, NULL, surface->pixels, surface->pitch, NULL)) {
         SDL_FreeSurface(surface);
         png_image_free(&png);
