@@ -314,7 +314,7 @@ TEST_F(Platform, InputBecomesTheMessagesAskedFor) {
         Uint8 type;
         int what;
         Uint16 x, y;
-        std::array<long, 4> message; // class, code, x, y; y: what the wheel did
+        std::array<int64_t, 4> message; // class, code, x, y; y: what the wheel did
     } input[] = {
         {SDL_MOUSEBUTTONDOWN, SDL_BUTTON_LEFT, 10, 20, {IDCMP_MOUSEBUTTONS, 0x68, 10, 20}},
         {SDL_MOUSEMOTION, 0, 11, 21, {}}, // the next one brings it up to date
@@ -334,7 +334,7 @@ TEST_F(Platform, InputBecomesTheMessagesAskedFor) {
         Window* const window = OpenWindowTags(nullptr, WA_Width, 320, WA_Height, 200, WA_Flags, flags,
                                               WA_IDCMP, classes, TAG_DONE);
         ASSERT_NE(window, nullptr);
-        std::vector<std::array<long, 4>> expected, got;
+        std::vector<std::array<int64_t, 4>> expected, got;
         for (const auto& [type, what, x, y, message] : input) {
             SDL_Event event{};
             event.button = {type, 0, static_cast<Uint8>(what), 0, x, y}; // a motion has its place there too
