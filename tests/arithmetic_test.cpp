@@ -79,7 +79,8 @@ private:
     static constexpr long most = 256 * 256;
 
     model::Image image(const Format& f, long first) const {
-        return {first, first, first + most * 4 + 4, 64L * f.bytes, 64, most / 64, f, onBoard_};
+        return {first, first,   first + most * 4 + 4, static_cast<long>(64 * f.bytes), 64, most / 64,
+                f,     onBoard_};
     }
     static uint32_t pixel(const Format& f, uint32_t r, uint32_t g, uint32_t b, uint32_t a) {
         const auto field = [](uint32_t value, const Channel& c) {
