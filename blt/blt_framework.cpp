@@ -24,7 +24,7 @@ namespace {
 
 // SDL counts a surface's locks in a plain integer, and blits on several threads may share a source: counting
 // is made exclusive, and nothing else is. A process that never had a second thread is spared the atomics,
-// which would take as long as all the rest of a very small blit.
+// which show in very small blits.
 std::atomic_flag locksAreCounted;
 
 template <class Change>
