@@ -115,37 +115,64 @@ void alphaToArgb32(const Block& b) {
 
 // --- R5G6B5 -------------------------------------------------------------------------------------------
 
-// One channel of source and old pixels side by side in each 16-bit lane: the source's value in the low byte,
-// the old one in the high byte. A bit outside the channel is cleared by `fields`.
-HWY_INLINE V16 sideBySide(V16 source, V16 old, uint16_t fields) {
-    const D16 d16;
-    return hn::And(select(hn::Set(d16, 0x00FF), source, old), hn::Set(d16, fields));
-}
-
-// The weights for multiplyAddBytes: a for the source, 32 - a for the old pixel, a from 0 to 32.
+// The weights for mixing fields: a for the source, 32 - a for the old pixel, a from 0 to 32.
 HWY_INLINE V16 weightsOf(V16 a) {
     const D16 d16;
     return a * hn::Set(d16, 0xFF01) + hn::Set(d16, 0x2000); // a - 256 * a + 32 * 256
 }
 
-// Blends R5G6B5 pixels given their channels side by side: d + floor((s - d) * a / 32) is the exact quotient
-// of a * s + (32 - a) * d, at most 63 * 32 = 2016, by 32.
-HWY_INLINE V16 mixRgb16(V16 red, V16 green, V16 blue, V16 weights) {
-    const D16 d16;
-    const V16 r = hn::ShiftLeft<6>(multiplyAddBytes(red, weights));
-    const V16 g = multiplyAddBytes(green, weights);
-    const V16 b = hn::ShiftRight<5>(multiplyAddBytes(blue, weights));
-    return select(hn::Set(d16, 0xF800), r, select(hn::Set(d16, 0x07E0), g, b));
+template <int By>
+HWY_INLINE V16 shifted(V16 v) {
+    if constexpr (By > 0)
+        return hn::ShiftLeft<By>(v);
+    else if constexpr (By < 0)
+        return hn::ShiftRight<-By>(v);
+    else
+        return v;
 }
 
-HWY_INLINE V16 oldRed(V16 d) {
-    return hn::ShiftRight<3>(d);
-}
-HWY_INLINE V16 oldGreen(V16 d) {
-    return hn::ShiftLeft<3>(d);
-}
-HWY_INLINE V16 oldBlue(V16 d) {
-    return hn::ShiftLeft<8>(d);
+// A field of R5G6B5 of so many bits, its lowest at bit At. The source's channel is one byte of 16-bit lanes.
+//
+// To mix, source and old value are put side by side, the source's in the low byte, the old one in the high
+// byte: a * s + (32 - a) * d, whose quotient by 32 is the exact d + floor((s - d) * a / 32), is one
+// multiplication then. A source in the low byte stays where it is, at the byte's top, and the old value goes
+// to the top of its byte, so that the sum is at most 31 * 32 << 3 or 63 * 32 << 2, below 2^15; a source in
+// the high byte comes down to bit 0, and the old value goes to bit 8.
+//
+// Results have the field in place and anything outside it.
+template <int Bits, int At, bool HighByte>
+struct FieldOf {
+    static constexpr uint16_t kField = (1 << Bits) - 1;
+
+    static HWY_INLINE V16 convert(V16 s) { return shifted<At + Bits - (HighByte ? 16 : 8)>(s); }
+
+    static HWY_INLINE V16 mix(V16 s, V16 old, V16 weights) {
+        const D16 d16;
+        if constexpr (HighByte) {
+            const V16 sideBySide =
+                addBits(hn::Set(d16, kField << 8), shifted<8 - At>(old), hn::ShiftRight<16 - Bits>(s));
+            return shifted<At - 5>(multiplyAddBytes(sideBySide, weights));
+        } else {
+            constexpr int kUp = 16 - Bits - At;
+            V16 top = shifted<kUp>(old);
+            if constexpr (At != 0) // from bit 0, the shift leaves nothing below the field
+                top = hn::And(top, hn::Set(d16, static_cast<uint16_t>(kField << (16 - Bits))));
+            const V16 sideBySide = addBits(hn::Set(d16, kField << (8 - Bits)), s, top);
+            return shifted<At + Bits - 13>(multiplyAddBytes(sideBySide, weights));
+        }
+    }
+};
+
+template <bool HighByte>
+using Red = FieldOf<5, 11, HighByte>;
+template <bool HighByte>
+using Green = FieldOf<6, 5, HighByte>;
+template <bool HighByte>
+using Blue = FieldOf<5, 0, HighByte>;
+
+HWY_INLINE V16 joinFields(V16 r, V16 g, V16 b) {
+    const D16 d16;
+    return select(hn::Set(d16, 0xF800), r, select(hn::Set(d16, 0x07E0), g, b));
 }
 
 // Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
@@ -158,32 +185,50 @@ struct Halves {
         high = hn::ConcatOdd(d16, as(d16, second), as(d16, first));
     }
 
-    // The byte at bit position Shift, alone.
+    // The half that has the byte at bit position Shift.
     template <unsigned Shift>
-    HWY_INLINE V16 byte() const {
-        const V16 half = Shift < 16 ? low : high;
-        if constexpr (Shift % 16 == 8)
-            return hn::ShiftRight<8>(half);
-        else
-            return hn::And(half, hn::Set(D16(), 0x00FF));
-    }
-
-    // The byte that holds the channel at bit position Shift, brought down to bits 0 to 7 less Loss; what
-    // stood above it comes along.
-    template <unsigned Shift, int Loss>
-    HWY_INLINE V16 channel() const {
-        constexpr int kDown = static_cast<int>(Shift % 16) + Loss;
-        return hn::ShiftRight<kDown>(Shift < 16 ? low : high);
+    HWY_INLINE V16 holding() const {
+        return Shift < 16 ? low : high;
     }
 };
 
-// A 32-bit source with alpha onto R5G6B5; see alphaRowToRgb16().
+constexpr bool isHighByte(unsigned shift) {
+    return shift % 16 == 8;
+}
+
+// Pixels of a layout as R5G6B5.
 template <class L>
+HWY_INLINE V16 convertToRgb16(const Halves& s) {
+    return joinFields(Red<isHighByte(L::kR)>::convert(s.template holding<L::kR>()),
+                      Green<isHighByte(L::kG)>::convert(s.template holding<L::kG>()),
+                      Blue<isHighByte(L::kB)>::convert(s.template holding<L::kB>()));
+}
+
+// Pixels of a layout mixed into R5G6B5.
+template <class L>
+HWY_INLINE V16 mixToRgb16(const Halves& s, V16 old, V16 weights) {
+    return joinFields(Red<isHighByte(L::kR)>::mix(s.template holding<L::kR>(), old, weights),
+                      Green<isHighByte(L::kG)>::mix(s.template holding<L::kG>(), old, weights),
+                      Blue<isHighByte(L::kB)>::mix(s.template holding<L::kB>(), old, weights));
+}
+
+// A 32-bit source with alpha onto R5G6B5; see alphaRowToRgb16(). Opaque: with a factor of 256.
+template <class L, bool Opaque>
 struct AlphaToRgb16 {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2, kThirdBytes = 2;
 
     explicit HWY_INLINE AlphaToRgb16(uint32_t factor)
         : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))) {}
+
+    // A * F >> 11, from 0 to 31.
+    HWY_INLINE V16 alphaOf(const Halves& s) const {
+        const D16 d16;
+        const V16 half = s.template holding<L::kA>();
+        if constexpr (Opaque && isHighByte(L::kA))
+            return hn::ShiftRight<11>(half);
+        const V16 alpha8 = isHighByte(L::kA) ? hn::ShiftRight<8>(half) : hn::And(half, hn::Set(d16, 0x00FF));
+        return Opaque ? hn::ShiftRight<3>(alpha8) : hn::MulHigh(alpha8, factor32); // A * 32 * F >> 16
+    }
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
@@ -191,19 +236,15 @@ struct AlphaToRgb16 {
         const D32 d32;
         const Halves s(loadLanes(d32, src, firstHalf(lanes)),
                        loadLanes(d32, src + 4 * kLanes32, secondHalf(lanes)));
-        const V16 alpha8 = s.template byte<L::kA>();
-        // A * 32 * F >> 16 = A * F >> 11, from 0 to 31.
-        const V16 a5 = hn::MulHigh(alpha8, factor32);
+        V16 a5 = alphaOf(s);
         const auto stored = groupsOf(a5, lanes);
         if (!kMasks && stored.isEmpty())
             return;
-        // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel.
-        const V16 weights = weightsOf(a5 + hn::SaturatedSub(a5, hn::Set(d16, 30)));
-        const V16 d = stored.loadOld(d16, old);
-        const V16 out = mixRgb16(sideBySide(s.template channel<L::kR, 3>(), oldRed(d), 0x1F1F),
-                                 sideBySide(s.template channel<L::kG, 2>(), oldGreen(d), 0x3F3F),
-                                 sideBySide(s.template channel<L::kB, 3>(), oldBlue(d), 0x1F1F), weights);
-        stored.store(out, dst);
+        // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Without Opaque the factor
+        // is at most 247, and 255 * 247 >> 11 is 30.
+        if constexpr (Opaque)
+            a5 = a5 + hn::SaturatedSub(a5, hn::Set(d16, 30));
+        stored.store(mixToRgb16<L>(s, stored.loadOld(d16, old), weightsOf(a5)), dst);
     }
 
     V16 factor32;
@@ -211,7 +252,10 @@ struct AlphaToRgb16 {
 
 template <class L>
 void alphaToRgb16(const Block& b) {
-    everyRow<AlphaToRgb16<L>, alphaRowToRgb16<L>>(b);
+    if (b.alpha == rgb16AlphaFactor(255))
+        everyRow<AlphaToRgb16<L, true>, alphaRowToRgb16<L>>(b);
+    else
+        everyRow<AlphaToRgb16<L, false>, alphaRowToRgb16<L>>(b);
 }
 
 // R5G6B5 onto R5G6B5 with one weight.
@@ -225,9 +269,10 @@ struct MixRgb16 {
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
         const V16 s = loadLanes(d16, src, lanes), d = loadLanes(d16, old, lanes);
-        const V16 out = mixRgb16(sideBySide(hn::ShiftRight<11>(s), oldRed(d), 0x1F1F),
-                                 sideBySide(hn::ShiftRight<5>(s), oldGreen(d), 0x3F3F),
-                                 sideBySide(s, oldBlue(d), 0x1F1F), weights);
+        // Green and blue go to the top of the low byte; red stands at the top of the high one.
+        const V16 out =
+            joinFields(Red<true>::mix(s, d, weights), Green<false>::mix(hn::ShiftRight<3>(s), d, weights),
+                       Blue<false>::mix(hn::ShiftLeft<3>(s), d, weights));
         storeLanes(d16, out, dst, lanes);
     }
 
@@ -250,31 +295,24 @@ struct Rgb24ToRgb16 {
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
         const Halves s(load24(src, firstHalf(lanes)), load24(src + 3 * kLanes32, secondHalf(lanes)));
-        const V16 r = s.template channel<L::kR, 3>(), g = s.template channel<L::kG, 2>(),
-                  b = s.template channel<L::kB, 3>();
-        V16 out;
         if constexpr (Blend) {
-            const V16 d = loadLanes(d16, old, lanes);
-            out = mixRgb16(sideBySide(r, oldRed(d), 0x1F1F), sideBySide(g, oldGreen(d), 0x3F3F),
-                           sideBySide(b, oldBlue(d), 0x1F1F), weights);
+            storeLanes(d16, mixToRgb16<L>(s, loadLanes(d16, old, lanes), weights), dst, lanes);
         } else {
             (void)old;
-            const V16 gb = select(hn::Set(d16, 0x07E0), hn::ShiftLeft<5>(g), hn::And(b, hn::Set(d16, 0x1F)));
-            out = select(hn::Set(d16, 0xF800), hn::ShiftLeft<11>(r), gb);
+            storeLanes(d16, convertToRgb16<L>(s), dst, lanes);
         }
-        storeLanes(d16, out, dst, lanes);
     }
 
     V16 weights;
 };
 
 template <class L>
-void convertToRgb16(const Block& b) {
+void convertRgb24ToRgb16(const Block& b) {
     everyRow<Rgb24ToRgb16<L, false>, convertRowToRgb16<L>>(b);
 }
 
 template <class L>
-void mixToRgb16(const Block& b) {
+void mixRgb24ToRgb16(const Block& b) {
     everyRow<Rgb24ToRgb16<L, true>, mixRowToRgb16<L>>(b);
 }
 

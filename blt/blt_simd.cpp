@@ -35,8 +35,8 @@ const Kernels kKernels = {
     {alphaToRgb16<Argb32>, alphaToRgb16<Abgr32>, alphaToRgb16<Rgba32>, alphaToRgb16<Bgra32>},
     {alphaToArgb32<Argb32>, alphaToArgb32<Abgr32>, alphaToArgb32<Rgba32>, alphaToArgb32<Bgra32>},
     mixRgb16Kernel,
-    {convertToRgb16<Rgb24>, convertToRgb16<Bgr24>},
-    {mixToRgb16<Rgb24>, mixToRgb16<Bgr24>},
+    {convertRgb24ToRgb16<Rgb24>, convertRgb24ToRgb16<Bgr24>},
+    {mixRgb24ToRgb16<Rgb24>, mixRgb24ToRgb16<Bgr24>},
     copyRows,
     genericKernel,
 };

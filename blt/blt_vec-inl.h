@@ -236,6 +236,21 @@ HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
 #    endif
 }
 
+// For flags of 0 and 1: not 0 in each 32-bit lane of which one half is 1 and the other 0.
+HWY_INLINE V32 halvesDiffer(V16 flags) {
+    const D32 d32;
+#    if HWY_TARGET == HWY_AVX3
+    return V32{_mm512_madd_epi16(flags.raw, _mm512_set1_epi32(-0xFFFF))}; // 1 * the low half - 1 * the high
+#    elif HWY_TARGET == HWY_AVX2
+    return V32{_mm256_madd_epi16(flags.raw, _mm256_set1_epi32(-0xFFFF))};
+#    elif HWY_TARGET == HWY_SSE4
+    return V32{_mm_madd_epi16(flags.raw, _mm_set1_epi32(-0xFFFF))};
+#    else
+    const V32 both = as(d32, flags);
+    return hn::And(hn::Xor(both, hn::ShiftRight<16>(both)), hn::Set(d32, 1));
+#    endif
+}
+
 // Bits of a where the mask has ones, of b elsewhere.
 template <class V>
 HWY_INLINE V select(V mask, V a, V b) {
@@ -243,6 +258,16 @@ HWY_INLINE V select(V mask, V a, V b) {
     return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xE2)}; // in a's place, which spares a copy
 #    else
     return hn::Or(hn::And(mask, a), hn::AndNot(mask, b));
+#    endif
+}
+
+// Bits of a where the mask has ones, and all bits of b.
+template <class V>
+HWY_INLINE V addBits(V mask, V a, V b) {
+#    if HWY_TARGET == HWY_AVX3
+    return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xEA)};
+#    else
+    return hn::Or(hn::And(mask, a), b);
 #    endif
 }
 
@@ -352,36 +377,22 @@ HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
 // Pixels of R5G6B5 go in words of two, four pixels in a group: see alphaRowToRgb16(). drawn is not 0 in each
 // lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
 // both; so the words stored are those with a drawn pixel, and those beside a word with just one.
+HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
+    const D32 d32;
+    const V32 justOne = halvesDiffer(hn::Min(drawn, hn::Set(D16(), 1)));
+    const auto stored = hn::Or(as(d32, drawn), hn::Reverse2(d32, justOne));
+    return {d32, hn::Ne(stored, hn::Zero(d32))};
+}
+
 #    if HWY_TARGET == HWY_AVX3
-HWY_INLINE uint32_t bitsOf(V16 drawn) {
-    return _cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw));
-}
-
-HWY_INLINE uint32_t pixelsOfStoredWords(uint32_t drawn) {
-    const uint32_t low = drawn & 0x55555555, high = drawn >> 1 & 0x55555555;
-    const uint32_t any = low | high, one = low ^ high;
-    return (any | (one & 0x11111111) << 2 | (one >> 2 & 0x11111111)) * 3;
-}
-
-HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Whole) {
-    return {D16(), hn::Mask<D16>{_cvtu32_mask32(pixelsOfStoredWords(bitsOf(drawn)))}};
-}
-
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
 HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, First lanes) {
-    const uint32_t grouped = (1U << (lanes.count & ~size_t{3})) - 1, pixels = bitsOf(drawn);
-    return {D16(),
-            hn::Mask<D16>{_cvtu32_mask32((pixelsOfStoredWords(pixels) & grouped) | (pixels & ~grouped))}};
-}
-#    else
-HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
-    const D16 d16;
-    const D32 d32;
-    const auto lanes = as(d32, hn::VecFromMask(d16, hn::Ne(drawn, hn::Zero(d16))));
-    const auto none = hn::Eq(lanes, hn::Zero(d32));
-    const auto whole = hn::Eq(lanes, hn::Set(d32, 0xFFFFFFFF));
-    const auto one = hn::VecFromMask(d32, hn::Not(hn::Or(none, whole)));
-    return {d32, hn::Or(hn::Not(none), hn::MaskFromVec(hn::Reverse2(d32, one)))};
+    const uint32_t pixels = _cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw));
+    const uint32_t low = pixels & 0x55555555, high = pixels >> 1 & 0x55555555;
+    const uint32_t any = low | high, one = low ^ high;
+    const uint32_t words = any | (one & 0x11111111) << 2 | (one >> 2 & 0x11111111);
+    const uint32_t grouped = (1U << (lanes.count & ~size_t{3})) - 1;
+    return {D16(), hn::Mask<D16>{_cvtu32_mask32((words * 3 & grouped) | (pixels & ~grouped))}};
 }
 #    endif
 
