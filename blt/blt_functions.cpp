@@ -3,7 +3,7 @@
 // The public entry points: narrow the arguments and pick the pairing.
 #include <ormsel/ormsel.h>
 
-#include "blt_framework.h"
+#include "blt_driver-inl.h"
 
 namespace {
 
@@ -23,8 +23,9 @@ struct Request {
 };
 
 template <class Src, class Dst>
-unsigned long blit(Src* src, Dst* dst, const Request& r, Src* mask, unsigned char alpha, Uint32 flags) {
-    return BLT_BltAlphaT(src, r.srcX, r.srcY, dst, r.dstX, r.dstY, r.width, r.height, mask, alpha, flags);
+[[gnu::always_inline]] inline unsigned long blit(Src* src, Dst* dst, const Request& r, Src* mask,
+                                                 unsigned char alpha, Uint32 flags) {
+    return ormsel::drive(src, r.srcX, r.srcY, dst, r.dstX, r.dstY, r.width, r.height, mask, alpha, flags);
 }
 
 } // namespace
@@ -34,7 +35,7 @@ unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surf
                             static_cast<Uint16>(src ? src->h : 0)};
     const SDL_Rect& from = srcRect ? *srcRect : whole;
     const SDL_Rect& to = dstRect ? *dstRect : whole;
-    return BLT_BltAlphaT<SDL_Surface, SDL_Surface>(src, from.x, from.y, dst, to.x, to.y, from.w, from.h,
+    return ormsel::drive<SDL_Surface, SDL_Surface>(src, from.x, from.y, dst, to.x, to.y, from.w, from.h,
                                                    nullptr, surfaceAlpha(src), 1);
 }
 
