@@ -116,10 +116,12 @@ void alphaToArgb32(const Block& b) {
 // --- R5G6B5 -------------------------------------------------------------------------------------------
 
 // The weights for mixing fields: a for the source, 32 - a for the old pixel, a from 0 to 32.
-HWY_INLINE V16 weightsOf(V16 a) {
-    const D16 d16;
-    return a * hn::Set(d16, 0xFF01) + hn::Set(d16, 0x2000); // a - 256 * a + 32 * 256
-}
+struct Weights {
+    V16 ofOne = kept16(0xFF01), base = kept16(0x2000);
+
+    HWY_INLINE Weights() {}
+    HWY_INLINE V16 operator()(V16 a) const { return a * ofOne + base; } // a - 256 * a + 32 * 256
+};
 
 template <int By>
 HWY_INLINE V16 shifted(V16 v) {
@@ -142,23 +144,25 @@ HWY_INLINE V16 shifted(V16 v) {
 // Results have the field in place and anything outside it.
 template <int Bits, int At, bool HighByte>
 struct FieldOf {
-    static constexpr uint16_t kField = (1 << Bits) - 1;
+    static constexpr uint32_t kField = (1 << Bits) - 1;
+    static constexpr int kUp = 16 - Bits - At; // takes the field to the top
+
+    V16 inOld = kept16(static_cast<uint16_t>(kField << (HighByte ? 8 : 16 - Bits)));
+    V16 inSource = kept16(static_cast<uint16_t>(kField << (8 - Bits)));
+
+    HWY_INLINE FieldOf() {}
 
     static HWY_INLINE V16 convert(V16 s) { return shifted<At + Bits - (HighByte ? 16 : 8)>(s); }
 
-    static HWY_INLINE V16 mix(V16 s, V16 old, V16 weights) {
-        const D16 d16;
+    HWY_INLINE V16 mix(V16 s, V16 old, V16 weights) const {
         if constexpr (HighByte) {
-            const V16 sideBySide =
-                addBits(hn::Set(d16, kField << 8), shifted<8 - At>(old), hn::ShiftRight<16 - Bits>(s));
+            const V16 sideBySide = addBits(inOld, shifted<8 - At>(old), hn::ShiftRight<16 - Bits>(s));
             return shifted<At - 5>(multiplyAddBytes(sideBySide, weights));
         } else {
-            constexpr int kUp = 16 - Bits - At;
             V16 top = shifted<kUp>(old);
             if constexpr (At != 0) // from bit 0, the shift leaves nothing below the field
-                top = hn::And(top, hn::Set(d16, static_cast<uint16_t>(kField << (16 - Bits))));
-            const V16 sideBySide = addBits(hn::Set(d16, kField << (8 - Bits)), s, top);
-            return shifted<At + Bits - 13>(multiplyAddBytes(sideBySide, weights));
+                top = hn::And(top, inOld);
+            return shifted<At + Bits - 13>(multiplyAddBytes(addBits(inSource, s, top), weights));
         }
     }
 };
@@ -170,10 +174,12 @@ using Green = FieldOf<6, 5, HighByte>;
 template <bool HighByte>
 using Blue = FieldOf<5, 0, HighByte>;
 
-HWY_INLINE V16 joinFields(V16 r, V16 g, V16 b) {
-    const D16 d16;
-    return select(hn::Set(d16, 0xF800), r, select(hn::Set(d16, 0x07E0), g, b));
-}
+struct Join {
+    V16 red = kept16(0xF800), green = kept16(0x07E0);
+
+    HWY_INLINE Join() {}
+    HWY_INLINE V16 operator()(V16 r, V16 g, V16 b) const { return select(red, r, select(green, g, b)); }
+};
 
 // Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
 struct Halves {
@@ -196,21 +202,26 @@ constexpr bool isHighByte(unsigned shift) {
     return shift % 16 == 8;
 }
 
-// Pixels of a layout as R5G6B5.
+// Pixels of a layout to R5G6B5.
 template <class L>
-HWY_INLINE V16 convertToRgb16(const Halves& s) {
-    return joinFields(Red<isHighByte(L::kR)>::convert(s.template holding<L::kR>()),
-                      Green<isHighByte(L::kG)>::convert(s.template holding<L::kG>()),
-                      Blue<isHighByte(L::kB)>::convert(s.template holding<L::kB>()));
-}
+struct ToRgb16 {
+    Red<isHighByte(L::kR)> red;
+    Green<isHighByte(L::kG)> green;
+    Blue<isHighByte(L::kB)> blue;
+    Join join;
 
-// Pixels of a layout mixed into R5G6B5.
-template <class L>
-HWY_INLINE V16 mixToRgb16(const Halves& s, V16 old, V16 weights) {
-    return joinFields(Red<isHighByte(L::kR)>::mix(s.template holding<L::kR>(), old, weights),
-                      Green<isHighByte(L::kG)>::mix(s.template holding<L::kG>(), old, weights),
-                      Blue<isHighByte(L::kB)>::mix(s.template holding<L::kB>(), old, weights));
-}
+    HWY_INLINE ToRgb16() {}
+
+    HWY_INLINE V16 convert(const Halves& s) const {
+        return join(red.convert(s.template holding<L::kR>()), green.convert(s.template holding<L::kG>()),
+                    blue.convert(s.template holding<L::kB>()));
+    }
+    HWY_INLINE V16 mix(const Halves& s, V16 old, V16 weights) const {
+        return join(red.mix(s.template holding<L::kR>(), old, weights),
+                    green.mix(s.template holding<L::kG>(), old, weights),
+                    blue.mix(s.template holding<L::kB>(), old, weights));
+    }
+};
 
 // A 32-bit source with alpha onto R5G6B5; see alphaRowToRgb16(). Opaque: with a factor of 256.
 template <class L, bool Opaque>
@@ -243,11 +254,13 @@ struct AlphaToRgb16 {
         // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Without Opaque the factor
         // is at most 247, and 255 * 247 >> 11 is 30.
         if constexpr (Opaque)
-            a5 = a5 + hn::SaturatedSub(a5, hn::Set(d16, 30));
-        stored.store(mixToRgb16<L>(s, stored.loadOld(d16, old), weightsOf(a5)), dst);
+            a5 = a5 + hn::SaturatedSub(a5, thirty);
+        stored.store(toRgb16.mix(s, stored.loadOld(d16, old), weights(a5)), dst);
     }
 
-    V16 factor32;
+    V16 factor32, thirty = kept16(30);
+    Weights weights;
+    ToRgb16<L> toRgb16;
 };
 
 template <class L>
@@ -263,20 +276,23 @@ struct MixRgb16 {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2, kThirdBytes = 2;
 
     explicit HWY_INLINE MixRgb16(uint32_t alpha)
-        : weights(weightsOf(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
+        : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
         const V16 s = loadLanes(d16, src, lanes), d = loadLanes(d16, old, lanes);
         // Green and blue go to the top of the low byte; red stands at the top of the high one.
-        const V16 out =
-            joinFields(Red<true>::mix(s, d, weights), Green<false>::mix(hn::ShiftRight<3>(s), d, weights),
-                       Blue<false>::mix(hn::ShiftLeft<3>(s), d, weights));
+        const V16 out = join(red.mix(s, d, weights), green.mix(hn::ShiftRight<3>(s), d, weights),
+                             blue.mix(hn::ShiftLeft<3>(s), d, weights));
         storeLanes(d16, out, dst, lanes);
     }
 
     V16 weights;
+    Red<true> red;
+    Green<false> green;
+    Blue<false> blue;
+    Join join;
 };
 
 void mixRgb16Kernel(const Block& b) {
@@ -289,21 +305,22 @@ struct Rgb24ToRgb16 {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 3, kDstBytes = 2, kThirdBytes = 2;
 
     explicit HWY_INLINE Rgb24ToRgb16(uint32_t alpha)
-        : weights(weightsOf(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
+        : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
         const Halves s(load24(src, firstHalf(lanes)), load24(src + 3 * kLanes32, secondHalf(lanes)));
         if constexpr (Blend) {
-            storeLanes(d16, mixToRgb16<L>(s, loadLanes(d16, old, lanes), weights), dst, lanes);
+            storeLanes(d16, toRgb16.mix(s, loadLanes(d16, old, lanes), weights), dst, lanes);
         } else {
             (void)old;
-            storeLanes(d16, convertToRgb16<L>(s), dst, lanes);
+            storeLanes(d16, toRgb16.convert(s), dst, lanes);
         }
     }
 
     V16 weights;
+    ToRgb16<L> toRgb16;
 };
 
 template <class L>

@@ -48,6 +48,20 @@ HWY_INLINE auto as(To d, V v) {
     return hn::BitCast(d, v);
 }
 
+// A constant as a value like any other: g++ builds constants anew before every inner loop, which takes longer
+// than the few steps of a short row.
+template <class V>
+HWY_INLINE V kept(V v) {
+#    if HWY_TARGET == HWY_AVX3
+    asm("" : "+v"(v.raw));
+#    endif
+    return v;
+}
+
+HWY_INLINE V16 kept16(uint16_t v) {
+    return kept(hn::Set(D16(), v));
+}
+
 // --- Loads and stores ---------------------------------------------------------------------------------
 
 // How many lanes of a step count: all of them, or, in the masked step at the end of a row, the first few.
@@ -236,7 +250,8 @@ HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
 #    endif
 }
 
-// For flags of 0 and 1: not 0 in each 32-bit lane of which one half is 1 and the other 0.
+// For flags of 0 and 1: not 0 in each 32-bit lane of which one half is 1 and the other 0, and its low half
+// isn't 0 either.
 HWY_INLINE V32 halvesDiffer(V16 flags) {
     const D32 d32;
 #    if HWY_TARGET == HWY_AVX3
@@ -377,24 +392,25 @@ HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
 // Pixels of R5G6B5 go in words of two, four pixels in a group: see alphaRowToRgb16(). drawn is not 0 in each
 // lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
 // both; so the words stored are those with a drawn pixel, and those beside a word with just one.
-HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
-    const D32 d32;
-    const V32 justOne = halvesDiffer(hn::Min(drawn, hn::Set(D16(), 1)));
-    const auto stored = hn::Or(as(d32, drawn), hn::Reverse2(d32, justOne));
-    return {d32, hn::Ne(stored, hn::Zero(d32))};
+HWY_INLINE V32 besideJustOne(V16 drawn) {
+    return hn::Reverse2(D32(), halvesDiffer(hn::Min(drawn, hn::Set(D16(), 1))));
 }
 
-#    if HWY_TARGET == HWY_AVX3
+HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
+    const D32 d32;
+    return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
+}
+
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
 HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, First lanes) {
-    const uint32_t pixels = _cvtmask32_u32(_mm512_test_epi16_mask(drawn.raw, drawn.raw));
-    const uint32_t low = pixels & 0x55555555, high = pixels >> 1 & 0x55555555;
-    const uint32_t any = low | high, one = low ^ high;
-    const uint32_t words = any | (one & 0x11111111) << 2 | (one >> 2 & 0x11111111);
-    const uint32_t grouped = (1U << (lanes.count & ~size_t{3})) - 1;
-    return {D16(), hn::Mask<D16>{_cvtu32_mask32((words * 3 & grouped) | (pixels & ~grouped))}};
+    const D16 d16;
+    const D32 d32;
+    const auto grouped = hn::VecFromMask(d16, hn::FirstN(d16, lanes.count & ~size_t{3}));
+    const V32 beside = besideJustOne(drawn);
+    const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside is 1 or all ones
+    const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));
+    return {d16, hn::Ne(hn::Or(drawn, hn::And(words, grouped)), hn::Zero(d16))};
 }
-#    endif
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
