@@ -166,7 +166,7 @@ struct GenericStep {
         if constexpr (Alpha == GenericAlpha::kOpaque) {
             (void)mask;
             const GenericPixels<DstBytes> all(onlyLanes(d32, hn::Eq(argb, argb), lanes));
-            all.store(dst.fromArgb(argb), d);
+            all.store(dst.fromArgb(argb), d, lanes);
         } else {
             const V32 own =
                 Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), mask, lanes)) : argb;
@@ -174,10 +174,10 @@ struct GenericStep {
             const GenericPixels<DstBytes> drawn(onlyLanes(d32, hn::Ne(as(d32, e), hn::Zero(d32)), lanes));
             if (!kMasks && drawn.isEmpty())
                 return;
-            const V32 old = dst.toArgb(drawn.loadOld(d));
+            const V32 old = dst.toArgb(drawn.loadOld(d, lanes));
             const V32 field = Alpha == GenericAlpha::kOfMask ? own : as(d32, e);
             const V32 mixed = hn::Or(mixColours(argb, old, weightOf(e)), hn::ShiftLeft<24>(field));
-            drawn.store(dst.fromArgb(mixed), d);
+            drawn.store(dst.fromArgb(mixed), d, lanes);
         }
     }
 };
@@ -252,12 +252,13 @@ struct GenericStep<SrcBytes, 2, Alpha> {
             const StoreSet<D16> drawn{d16, onlyLanes(d16, hn::Ne(e, hn::Zero(d16)), lanes)};
             if (!kMasks && drawn.isEmpty())
                 return;
-            const V16 weight = weightOf(e), old = drawn.loadOld(d16, to);
+            const V16 weight = weightOf(e), old = drawn.loadOld(d16, to, lanes);
             const V16 r = mix(s.r, dst.r.extract(old), weight);
             const V16 g = mix(s.g, dst.g.extract(old), weight);
             const V16 b = mix(s.b, dst.b.extract(old), weight);
             const V16 field = dst.a.place(Alpha == GenericAlpha::kOfMask ? own : e);
-            drawn.store(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), hn::Or(dst.b.place(b), field)), to);
+            drawn.store(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), hn::Or(dst.b.place(b), field)), to,
+                        lanes);
         }
     }
 };

@@ -99,9 +99,9 @@ struct AlphaToArgb32 {
         const auto stored = pairsOf(as(d32, a), lanes);
         if (!kMasks && stored.isEmpty())
             return;
-        const V32 d = stored.loadOld(d32, old);
+        const V32 d = stored.loadOld(d32, old, lanes);
         const V32 mixed = mixColours(L::kA == 24 && L::kR == 16 ? s : toRgb(s), d, a);
-        stored.store(hn::IfThenElse(drawn, mixed, d), dst);
+        stored.store(hn::IfThenElse(drawn, mixed, d), dst, lanes);
     }
 
     V16 constant;
@@ -255,7 +255,7 @@ struct AlphaToRgb16 {
         // is at most 247, and 255 * 247 >> 11 is 30.
         if constexpr (Opaque)
             a5 = a5 + hn::SaturatedSub(a5, thirty);
-        stored.store(toRgb16.mix(s, stored.loadOld(d16, old), weights(a5)), dst);
+        stored.store(toRgb16.mix(s, stored.loadOld(d16, old, lanes), weights(a5)), dst, lanes);
     }
 
     V16 factor32, thirty = kept16(30);
@@ -281,7 +281,7 @@ struct MixRgb16 {
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const V16 s = loadLanes(d16, src, lanes), d = loadLanes(d16, old, lanes);
+        const V16 s = loadLanes(d16, src, lanes), d = loadOld(d16, old, lanes);
         // Green and blue go to the top of the low byte; red stands at the top of the high one.
         const V16 out = join(red.mix(s, d, weights), green.mix(hn::ShiftRight<3>(s), d, weights),
                              blue.mix(hn::ShiftLeft<3>(s), d, weights));
@@ -312,7 +312,7 @@ struct Rgb24ToRgb16 {
         const D16 d16;
         const Halves s(load24(src, firstHalf(lanes)), load24(src + 3 * kLanes32, secondHalf(lanes)));
         if constexpr (Blend) {
-            storeLanes(d16, toRgb16.mix(s, loadLanes(d16, old, lanes), weights), dst, lanes);
+            storeLanes(d16, toRgb16.mix(s, loadOld(d16, old, lanes), weights), dst, lanes);
         } else {
             (void)old;
             storeLanes(d16, toRgb16.convert(s), dst, lanes);

@@ -135,6 +135,57 @@ HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
     }
 }
 
+// Whole vectors are loaded and stored by the mask alone. Row ends take no wider accesses than they need: in a
+// small image a vector's length reaches into the next rows, and a load that overlaps the span of an earlier
+// masked store waits for it, even where the mask has no byte.
+template <class D, class M>
+HWY_INLINE auto loadWhere(D d, M mask, const uint8_t* p, Whole) {
+    return loadWhere(d, mask, p);
+}
+
+template <class D, class V, class M>
+HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, Whole) {
+    storeWhere(d, v, mask, p);
+}
+
+#    if HWY_TARGET == HWY_AVX3
+template <class D, class M>
+HWY_INLINE hn::Vec<D> loadWhere(D d, M mask, const uint8_t* p, First lanes) {
+    constexpr bool kWords = sizeof(hn::TFromD<D>) == 4;
+    const size_t bytes = lanes.count * sizeof(hn::TFromD<D>);
+    if (bytes <= 16)
+        return hn::Vec<D>{
+            _mm512_zextsi128_si512(kWords ? _mm_maskz_loadu_epi32(static_cast<__mmask8>(mask.raw), p)
+                                          : _mm_maskz_loadu_epi16(static_cast<__mmask8>(mask.raw), p))};
+    if (bytes <= 32)
+        return hn::Vec<D>{
+            _mm512_zextsi256_si512(kWords ? _mm256_maskz_loadu_epi32(static_cast<__mmask8>(mask.raw), p)
+                                          : _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p))};
+    return loadWhere(d, mask, p);
+}
+
+template <class D, class V, class M>
+HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, First lanes) {
+    constexpr bool kWords = sizeof(hn::TFromD<D>) == 4;
+    const size_t bytes = lanes.count * sizeof(hn::TFromD<D>);
+    if (bytes > 32) {
+        storeWhere(d, v, mask, p);
+    } else if (bytes > 16) {
+        const __m256i low = _mm512_castsi512_si256(v.raw);
+        if constexpr (kWords)
+            _mm256_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
+        else
+            _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), low);
+    } else {
+        const __m128i low = _mm512_castsi512_si128(v.raw);
+        if constexpr (kWords)
+            _mm_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
+        else
+            _mm_mask_storeu_epi16(p, static_cast<__mmask8>(mask.raw), low);
+    }
+}
+#    endif
+
 template <class D>
 HWY_INLINE auto loadLanes(D d, const uint8_t* p, Whole) {
     return loadAt(d, p);
@@ -143,6 +194,17 @@ HWY_INLINE auto loadLanes(D d, const uint8_t* p, Whole) {
 template <class D>
 HWY_INLINE auto loadLanes(D d, const uint8_t* p, First lanes) {
     return loadWhere(d, hn::FirstN(d, lanes.count), p);
+}
+
+// The same for old destination pixels.
+template <class D>
+HWY_INLINE auto loadOld(D d, const uint8_t* p, Whole) {
+    return loadAt(d, p);
+}
+
+template <class D>
+HWY_INLINE auto loadOld(D d, const uint8_t* p, First lanes) {
+    return loadWhere(d, hn::FirstN(d, lanes.count), p, lanes);
 }
 
 template <class D, class M>
@@ -162,7 +224,7 @@ HWY_INLINE void storeLanes(D d, V v, uint8_t* p, Whole) {
 
 template <class D, class V>
 HWY_INLINE void storeLanes(D d, V v, uint8_t* p, First lanes) {
-    storeWhere(d, v, hn::FirstN(d, lanes.count), p);
+    storeWhere(d, v, hn::FirstN(d, lanes.count), p, lanes);
 }
 
 // One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
@@ -297,16 +359,16 @@ struct StoreSet {
     HWY_INLINE bool isEmpty() const { return hn::AllFalse(d, lanes); }
 
     // Lanes outside the set hold anything.
-    template <class To>
-    HWY_INLINE auto loadOld(To to, const uint8_t* p) const {
+    template <class To, class Lanes>
+    HWY_INLINE auto loadOld(To to, const uint8_t* p, Lanes step) const {
         if constexpr (kMasks)
-            return as(to, loadWhere(d, lanes, p));
+            return as(to, loadWhere(d, lanes, p, step));
         else
             return loadAt(to, p);
     }
-    template <class V>
-    HWY_INLINE void store(V v, uint8_t* p) const {
-        storeWhere(d, as(d, v), lanes, p);
+    template <class V, class Lanes>
+    HWY_INLINE void store(V v, uint8_t* p, Lanes step) const {
+        storeWhere(d, as(d, v), lanes, p, step);
     }
 };
 
@@ -318,7 +380,10 @@ template <>
 struct GenericPixels<4> : StoreSet<D32> {
     explicit HWY_INLINE GenericPixels(M32 drawn) : StoreSet<D32>{D32(), drawn} {}
 
-    HWY_INLINE V32 loadOld(const uint8_t* p) const { return StoreSet<D32>::loadOld(D32(), p); }
+    template <class Lanes>
+    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
+        return StoreSet<D32>::loadOld(D32(), p, step);
+    }
 };
 
 // 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
@@ -336,12 +401,14 @@ struct GenericPixels<3> {
     // Three bits for each pixel drawn.
     HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249) * 7; }
 
-    HWY_INLINE V32 loadOld(const uint8_t* p) const {
+    template <class Lanes>
+    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes) const {
         return spread24(V32{_mm512_maskz_loadu_epi8(_cvtu64_mask64(bytes()), p + 1)});
     }
     // In stores that end where the next step's begins: a load that overlaps the span of a masked store waits
     // for it, even where the mask has no byte.
-    HWY_INLINE void store(V32 v, uint8_t* p) const {
+    template <class Lanes>
+    HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
         const uint64_t starts = _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249);
         const uint64_t stored = starts * 7 | starts << 3;
         const V32 packed = pack24(hn::IfThenElseZero(drawn, v));
@@ -353,8 +420,9 @@ struct GenericPixels<3> {
             p[48] = 0;
     }
 #    else
-    HWY_INLINE V32 loadOld(const uint8_t* p) const { return load24(p + 1, Whole{}); }
-    HWY_INLINE void store(V32 v, uint8_t* p) const {
+    HWY_INLINE V32 loadOld(const uint8_t* p, Whole whole) const { return load24(p + 1, whole); }
+    template <class Lanes>
+    HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
         const D32 d32;
         if (hn::AllTrue(d32, drawn)) {
             const V32 packed = pack24(v);
