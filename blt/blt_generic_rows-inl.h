@@ -26,10 +26,11 @@ inline bool isByte(uint32_t mask, uint32_t shift, uint32_t loss) {
     return mask == 0 || (shift % 8 == 0 && shift < 32 && loss == 0 && mask == 0xFFU << shift);
 }
 
-// Whether a channel of a 16-bit pixel is at most 8 bits when taken out, and is put back from 8 bits alone.
+// Whether a channel of a 16-bit pixel is at most 8 bits when taken out, and is put back from 8 bits alone;
+// and whether it reaches the top of a byte, or of the pixel, by a shift to the left.
 inline bool isShort(uint32_t mask, uint32_t shift, uint32_t loss) {
-    return mask == 0 || (shift < 16 && loss < 8 && mask <= 0xFFFF && mask >> shift << loss <= 0xFF &&
-                         (mask & ~(0xFFU >> loss << shift)) == 0);
+    return mask == 0 || (shift < 16 && loss < 8 && shift <= loss + 8 && mask <= 0xFFFF &&
+                         mask >> shift << loss <= 0xFF && (mask & ~(0xFFU >> loss << shift)) == 0);
 }
 
 inline bool coloursArePlain(const BltRenderFmt& f) {
@@ -57,32 +58,50 @@ inline bool fieldIsPlain(const BltRenderFmt& dst) {
     return isByte(dst.aMask, dst.aShift, dst.aLoss) && sum == (dst.rMask | dst.gMask | dst.bMask | dst.aMask);
 }
 
-// A channel of a 16-bit pixel with run-time position.
-template <class D>
+// A channel of 16-bit pixels at a run-time position. Bits of the mask below the shift never count.
 struct ShortChannel {
-    using V = hn::Vec<D>;
-    V mask;
-    int shift, loss;
+    V16 mask, up;
+    RightShift down;
 
-    HWY_INLINE ShortChannel(uint32_t m, uint32_t s, uint32_t l)
-        : mask(hn::Set(D(), static_cast<hn::TFromD<D>>(m))), shift(m ? static_cast<int>(s) : 0),
-          loss(m ? static_cast<int>(l) : 0) {}
+    HWY_INLINE ShortChannel(uint32_t m, uint32_t shift, uint32_t loss)
+        : mask(hn::Set(D16(), static_cast<uint16_t>(m >> shift << shift))),
+          up(hn::Set(D16(), static_cast<uint16_t>(1U << (8 + loss - shift)))), down(8 + loss - shift) {}
 
-    HWY_INLINE V extract(V pixel) const {
-        return hn::ShiftLeftSame(hn::ShiftRightSame(hn::And(pixel, mask), shift), loss);
-    }
-    HWY_INLINE V place(V value) const {
-        return hn::And(hn::ShiftLeftSame(hn::ShiftRightSame(value, loss), shift), mask);
-    }
+    // The channel widened to 8 bits, in the high byte; the low byte is 0.
+    HWY_INLINE V16 extract(V16 pixel) const { return hn::And(pixel, mask) * up; }
+
+    // From the high byte; the low one holds anything.
+    HWY_INLINE V16 place(V16 value) const { return hn::And(down(value), mask); }
 };
 
-template <class D>
-struct ShortFormat {
-    ShortChannel<D> r, g, b, a;
+HWY_INLINE ShortChannel shortChannel(uint32_t mask, uint32_t shift, uint32_t loss) {
+    return mask ? ShortChannel(mask, shift, loss) : ShortChannel(0, 0, 0);
+}
 
-    explicit HWY_INLINE ShortFormat(const BltRenderFmt& f)
-        : r(f.rMask, f.rShift, f.rLoss), g(f.gMask, f.gShift, f.gLoss), b(f.bMask, f.bShift, f.bLoss),
-          a(f.aMask, f.aShift, f.aLoss) {}
+struct ShortColours {
+    ShortChannel r, g, b;
+
+    explicit HWY_INLINE ShortColours(const BltRenderFmt& f)
+        : r(shortChannel(f.rMask, f.rShift, f.rLoss)), g(shortChannel(f.gMask, f.gShift, f.gLoss)),
+          b(shortChannel(f.bMask, f.bShift, f.bLoss)) {}
+};
+
+// The alpha channel of 16-bit pixels. Its shift and loss may be any; often nothing of 8 bits arrives.
+struct ShortAlpha {
+    V16 mask;
+    int shift, loss;
+    bool any;
+
+    explicit HWY_INLINE ShortAlpha(const BltRenderFmt& f)
+        : mask(hn::Set(D16(), static_cast<uint16_t>(f.aMask))),
+          shift(f.aMask ? static_cast<int>(f.aShift) : 0), loss(f.aMask ? static_cast<int>(f.aLoss) : 0),
+          any((0xFFU >> loss << shift & f.aMask) != 0) {}
+
+    HWY_INLINE V16 addTo(V16 pixel, V16 value) const {
+        if (!any)
+            return pixel;
+        return hn::Or(pixel, hn::And(hn::ShiftLeftSame(hn::ShiftRightSame(value, loss), shift), mask));
+    }
 };
 
 // One side's format in 32-bit lanes: to A8R8G8B8 and back.
@@ -106,24 +125,9 @@ struct GenericFormat {
     }
 };
 
-// A 16-bit source; its alpha is filled or plays no part.
-template <>
-struct GenericFormat<2> {
-    ShortFormat<D32> format;
-
-    explicit HWY_INLINE GenericFormat(const BltRenderFmt& f) : format(f) {}
-
-    HWY_INLINE V32 toArgb(V32 pixel) const {
-        return hn::Or(format.b.extract(pixel), hn::Or(hn::ShiftLeft<8>(format.g.extract(pixel)),
-                                                      hn::ShiftLeft<16>(format.r.extract(pixel))));
-    }
-};
-
 template <int Bytes, class Lanes>
 HWY_INLINE V32 loadPixels(const uint8_t* p, Lanes lanes) {
-    if constexpr (Bytes == 2)
-        return hn::PromoteTo(D32(), loadLanes(H16(), p, lanes));
-    else if constexpr (Bytes == 3)
+    if constexpr (Bytes == 3)
         return load24(p, lanes);
     else
         return loadLanes(D32(), p, lanes);
@@ -140,33 +144,29 @@ HWY_INLINE V16 weightOf(V16 e) {
     return e + hn::ShiftRight<8>(e + hn::Set(D16(), 1));
 }
 
-// Onto 24- and 32-bit destinations.
-template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
-struct GenericStep {
-    static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
-                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : DstBytes;
-
-    GenericFormat<SrcBytes> src;
+// Onto 24- and 32-bit destinations: A8R8G8B8 pixels into the destination.
+template <int DstBytes, GenericAlpha Alpha>
+struct GenericStore {
     GenericFormat<DstBytes> dst;
     V16 factor;
-    V32 fill;       // ORed into source pixels
     Shuffle spread; // the deciding alpha byte into the high bytes of both 16-bit lanes
 
-    explicit HWY_INLINE GenericStep(const Block& b)
-        : src(*b.srcFormat), dst(*b.dstFormat), factor(factorOf(b.alpha)),
-          fill(hn::Set(D32(), b.alphaFill << 24)),
+    explicit HWY_INLINE GenericStore(const Block& b)
+        : dst(*b.dstFormat), factor(factorOf(b.alpha)),
           spread(Alpha == GenericAlpha::kOfMask ? shuffleOfBytes(bytesFrom(0x80, 0, 0x80, 0))
                                                 : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
+    HWY_INLINE void operator()(V32 argb, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
         const D16 d16;
         const D32 d32;
-        const V32 argb = hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill);
         if constexpr (Alpha == GenericAlpha::kOpaque) {
             (void)mask;
-            const GenericPixels<DstBytes> all(onlyLanes(d32, hn::Eq(argb, argb), lanes));
-            all.store(dst.fromArgb(argb), d, lanes);
+            if constexpr (DstBytes == 4)
+                storeLanes(d32, dst.fromArgb(argb), d, lanes);
+            else
+                GenericPixels<3>(onlyLanes(d32, hn::Eq(argb, argb), lanes))
+                    .store(dst.fromArgb(argb), d, lanes);
         } else {
             const V32 own =
                 Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), mask, lanes)) : argb;
@@ -182,7 +182,49 @@ struct GenericStep {
     }
 };
 
-// Each channel of source pixels in 16-bit lanes, widened to 8 bits.
+template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
+struct WideStep {
+    static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
+                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : DstBytes;
+
+    GenericFormat<SrcBytes> src;
+    GenericStore<DstBytes, Alpha> store;
+    V32 fill; // ORed into source pixels
+
+    explicit HWY_INLINE WideStep(const Block& b)
+        : src(*b.srcFormat), store(b), fill(hn::Set(D32(), b.alphaFill << 24)) {}
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
+        store(hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill), d, mask, lanes);
+    }
+};
+
+// From a 16-bit source, whose alpha is filled or plays no part: twice as many pixels.
+template <int DstBytes, GenericAlpha Alpha>
+struct FromShortStep {
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = DstBytes,
+                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : DstBytes;
+
+    ShortColours src;
+    GenericStore<DstBytes, Alpha> store;
+    V16 fill;
+
+    explicit HWY_INLINE FromShortStep(const Block& b)
+        : src(*b.srcFormat), store(b), fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill << 8))) {}
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
+        const V16 pixels = orderForZip(loadLanes(D16(), s, lanes));
+        const Zipped argb(hn::Or(src.g.extract(pixels), hn::ShiftRight<8>(src.b.extract(pixels))),
+                          hn::Or(fill, hn::ShiftRight<8>(src.r.extract(pixels))));
+        store(argb.first, d, mask, firstHalf(lanes));
+        store(argb.second, d + DstBytes * kLanes32, mask + kThirdBytes * kLanes32, secondHalf(lanes));
+    }
+};
+
+// Each channel of source pixels in the high bytes of 16-bit lanes, widened to 8 bits. Low bytes hold
+// anything.
 struct Channels16 {
     V16 r, g, b, a;
 };
@@ -195,17 +237,15 @@ struct ChannelSource {
 
     template <class Lanes>
     HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
-        const auto low = hn::Set(D16(), 0x00FF);
         const Halves halves(toArgb(loadPixels<SrcBytes>(p, firstHalf(lanes))),
                             toArgb(loadPixels<SrcBytes>(p + SrcBytes * kLanes32, secondHalf(lanes))));
-        return {hn::And(halves.high, low), hn::ShiftRight<8>(halves.low), hn::And(halves.low, low),
-                hn::ShiftRight<8>(halves.high)};
+        return {hn::ShiftLeft<8>(halves.high), halves.low, hn::ShiftLeft<8>(halves.low), halves.high};
     }
 };
 
 template <>
 struct ChannelSource<2> {
-    ShortFormat<D16> format;
+    ShortColours format;
 
     explicit HWY_INLINE ChannelSource(const BltRenderFmt& f) : format(f) {}
 
@@ -218,20 +258,26 @@ struct ChannelSource<2> {
 
 // Onto 16-bit destinations.
 template <int SrcBytes, GenericAlpha Alpha>
-struct GenericStep<SrcBytes, 2, Alpha> {
+struct ToShortStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = SrcBytes, kDstBytes = 2,
                             kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : 2;
 
     ChannelSource<SrcBytes> src;
-    ShortFormat<D16> dst;
+    ShortColours dst;
+    ShortAlpha alpha;
     V16 factor, fill;
 
-    explicit HWY_INLINE GenericStep(const Block& b)
-        : src(*b.srcFormat), dst(*b.dstFormat), factor(factorOf(b.alpha)),
+    explicit HWY_INLINE ToShortStep(const Block& b)
+        : src(*b.srcFormat), dst(*b.dstFormat), alpha(*b.dstFormat), factor(factorOf(b.alpha)),
           fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))) {}
 
+    HWY_INLINE V16 join(V16 r, V16 g, V16 b, V16 field) const {
+        return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
+    }
+
+    // In the high byte; 256 * d + (s - d) * weight is exact in 16 bits, see mixColours().
     static HWY_INLINE V16 mix(V16 s, V16 d, V16 weight) {
-        return hn::ShiftRight<8>((s - d) * weight + hn::ShiftLeft<8>(d)); // exact: see mixColours()
+        return (hn::ShiftRight<8>(s) - hn::ShiftRight<8>(d)) * weight + d;
     }
 
     template <class Lanes>
@@ -240,12 +286,9 @@ struct GenericStep<SrcBytes, 2, Alpha> {
         const Channels16 s = src.load(from, lanes);
         if constexpr (Alpha == GenericAlpha::kOpaque) {
             (void)mask;
-            const V16 field = dst.a.place(fill);
-            storeLanes(d16,
-                       hn::Or(hn::Or(dst.r.place(s.r), dst.g.place(s.g)), hn::Or(dst.b.place(s.b), field)),
-                       to, lanes);
+            storeLanes(d16, join(s.r, s.g, s.b, fill), to, lanes);
         } else {
-            V16 own = hn::Or(s.a, fill);
+            V16 own = hn::Or(hn::ShiftRight<8>(s.a), fill);
             if constexpr (Alpha == GenericAlpha::kOfMask)
                 own = hn::PromoteTo(d16, loadLanes(B16(), mask, lanes));
             const V16 e = hn::MulHigh(hn::ShiftLeft<8>(own), factor);
@@ -256,12 +299,15 @@ struct GenericStep<SrcBytes, 2, Alpha> {
             const V16 r = mix(s.r, dst.r.extract(old), weight);
             const V16 g = mix(s.g, dst.g.extract(old), weight);
             const V16 b = mix(s.b, dst.b.extract(old), weight);
-            const V16 field = dst.a.place(Alpha == GenericAlpha::kOfMask ? own : e);
-            drawn.store(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), hn::Or(dst.b.place(b), field)), to,
-                        lanes);
+            drawn.store(join(r, g, b, Alpha == GenericAlpha::kOfMask ? own : e), to, lanes);
         }
     }
 };
+
+template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
+using GenericStep = std::conditional_t<
+    DstBytes == 2, ToShortStep<SrcBytes, Alpha>,
+    std::conditional_t<SrcBytes == 2, FromShortStep<DstBytes, Alpha>, WideStep<SrcBytes, DstBytes, Alpha>>>;
 
 template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
 void genericRows(const Block& b) {

@@ -148,6 +148,8 @@ HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, Whole) {
     storeWhere(d, v, mask, p);
 }
 
+// The empty asm statements: g++ would store with an extraction, which faults on pages that the mask leaves
+// out.
 #    if HWY_TARGET == HWY_AVX3
 template <class D, class M>
 HWY_INLINE hn::Vec<D> loadWhere(D d, M mask, const uint8_t* p, First lanes) {
@@ -171,13 +173,15 @@ HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, First lanes) {
     if (bytes > 32) {
         storeWhere(d, v, mask, p);
     } else if (bytes > 16) {
-        const __m256i low = _mm512_castsi512_si256(v.raw);
+        __m256i low = _mm512_castsi512_si256(v.raw);
+        asm("" : "+v"(low));
         if constexpr (kWords)
             _mm256_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
         else
             _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), low);
     } else {
-        const __m128i low = _mm512_castsi512_si128(v.raw);
+        __m128i low = _mm512_castsi512_si128(v.raw);
+        asm("" : "+v"(low));
         if constexpr (kWords)
             _mm_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
         else
@@ -232,7 +236,7 @@ HWY_INLINE V32 spread24(V32 packed) {
     const D8 d8;
     alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
                                                         6, 7, 8, 0x80, 9, 10, 11, 0x80};
-#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+#    if HWY_TARGET == HWY_AVX3
     // Each block of 16 bytes gets its own three words.
     alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
     packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
@@ -243,12 +247,19 @@ HWY_INLINE V32 spread24(V32 packed) {
 // Reads exactly 3 bytes a lane.
 HWY_INLINE V32 load24(const uint8_t* p, Whole) {
     const D32 d32;
-#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+#    if HWY_TARGET == HWY_AVX3
     return spread24(loadWhere(d32, hn::FirstN(d32, kLanes32 / 4 * 3), p));
+#    elif HWY_TARGET == HWY_AVX2
+    // Bytes 0 to 15 and 8 to 23: the upper block has its first pixel in bytes 4 to 6.
+    alignas(32) static constexpr uint8_t kSpread[32] = {
+        0, 1, 2, 0x80, 3, 4, 5, 0x80, 6,  7,  8,  0x80, 9,  10, 11, 0x80, //
+        4, 5, 6, 0x80, 7, 8, 9, 0x80, 10, 11, 12, 0x80, 13, 14, 15, 0x80};
+    const hn::Full128<uint8_t> block;
+    const auto bytes = hn::Combine(D8(), loadAt(block, p + 8), loadAt(block, p));
+    return as(d32, hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kSpread)));
 #    else
-    uint32_t words[4] = {};
-    std::memcpy(words, p, 12);
-    return spread24(hn::LoadU(d32, words));
+    const hn::Half<D64> half;
+    return spread24(as(d32, hn::Combine(D64(), hn::Set(half, ormsel::load32(p + 8)), loadAt(half, p))));
 #    endif
 }
 
@@ -348,6 +359,41 @@ HWY_INLINE V addBits(V mask, V a, V b) {
 #    endif
 }
 
+// Two vectors of 32-bit lanes in the lanes' own order, from their low and their high halves. The 16-bit lanes
+// that the halves are made of have been put in the order that zipping block by block needs.
+HWY_INLINE V16 orderForZip(V16 v) {
+#    if HWY_TARGET == HWY_AVX3
+    alignas(64) static constexpr int64_t kOrder[8] = {0, 4, 1, 5, 2, 6, 3, 7};
+    return as(D16(), hn::TableLookupLanes(as(D64(), v), hn::SetTableIndices(D64(), kOrder)));
+#    elif HWY_TARGET == HWY_AVX2
+    return V16{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+#    else
+    return v;
+#    endif
+}
+
+struct Zipped {
+    V32 first, second;
+
+    HWY_INLINE Zipped(V16 low, V16 high)
+        : first(hn::ZipLower(D32(), low, high)), second(hn::ZipUpper(D32(), low, high)) {}
+};
+
+// A logical shift to the right by a count known at run time.
+struct RightShift {
+#    if HWY_TARGET == HWY_AVX3
+    V16 by; // one instruction; a single count takes two
+
+    explicit HWY_INLINE RightShift(uint32_t n) : by(hn::Set(D16(), static_cast<uint16_t>(n))) {}
+    HWY_INLINE V16 operator()(V16 v) const { return v >> by; }
+#    else
+    int by;
+
+    explicit HWY_INLINE RightShift(uint32_t n) : by(static_cast<int>(n)) {}
+    HWY_INLINE V16 operator()(V16 v) const { return hn::ShiftRightSame(v, by); }
+#    endif
+};
+
 // --- Write sets ---------------------------------------------------------------------------------------
 
 // The lanes of the destination that a step stores, and so reads.
@@ -421,17 +467,21 @@ struct GenericPixels<3> {
     }
 #    else
     HWY_INLINE V32 loadOld(const uint8_t* p, Whole whole) const { return load24(p + 1, whole); }
-    template <class Lanes>
-    HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
+
+    // In plain stores, for the same reason.
+    HWY_INLINE void store(V32 v, uint8_t* p, Whole) const {
         const D32 d32;
         if (hn::AllTrue(d32, drawn)) {
-            const V32 packed = pack24(v);
-#        if HWY_TARGET == HWY_AVX2
-            storeWhere(d32, packed, hn::FirstN(d32, kLanes32 / 4 * 3), p);
-#        else
-            std::memcpy(p, &packed, 12);
-#        endif
-            p[3 * kLanes32] = 0;
+            const V32 bytes = pack24(v);
+            constexpr size_t kBlock = 16, kBytes = 3 * kLanes32;
+            if constexpr (kBytes > kBlock) {
+                storeAt(hn::Full128<uint32_t>(), hn::LowerHalf(bytes), p);
+                const auto upper = hn::UpperHalf(hn::Half<D32>(), bytes);
+                std::memcpy(p + kBlock, &upper, kBytes - kBlock);
+            } else {
+                std::memcpy(p, &bytes, kBytes);
+            }
+            p[kBytes] = 0;
             return;
         }
         alignas(HWY_MAX_BYTES) uint32_t pixels[kLanes32], keep[kLanes32];
@@ -439,7 +489,7 @@ struct GenericPixels<3> {
         hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
         for (size_t i = 0; i < kLanes32; ++i)
             if (keep[i])
-                ormsel::store24AndZero(p + 3 * i, pixels[i]);
+                ormsel::store32(p + 3 * i, pixels[i] & 0xFFFFFF); // the same bytes as store24AndZero()
     }
 #    endif
 };
