@@ -31,6 +31,11 @@ HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPi
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
     const uint8_t* src = b.src;
     uint8_t* dst = b.dst;
+    if (b.width == kPixels) {
+        for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
+            step(src, dst, third, Whole{});
+        return;
+    }
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
         for (size_t x = 0; x < whole; x += kPixels) {
             prefetchBehind<kPixels * kSrc>(src + x * kSrc);
