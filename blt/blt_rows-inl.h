@@ -11,6 +11,8 @@
 #        define ORMSEL_BLT_ROWS_INL_H
 #    endif
 
+#    include <cstdlib>
+
 #    include "blt_kernels.h"
 #    include "blt_layouts.h"
 #    include "blt_rows_scalar.h"
@@ -31,6 +33,18 @@ HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPi
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
     const uint8_t* src = b.src;
     uint8_t* dst = b.dst;
+    if constexpr (kMasks && requires { Step::kTakesTwoRows; }) {
+        // Two rows at a time, where neither lies in the other.
+        if (b.width <= kPixels / 2 && static_cast<size_t>(std::abs(dstPitch)) >= b.width * kDst) {
+            const TwoRows both{b.width, srcPitch, thirdPitch, dstPitch};
+            size_t rows = b.height;
+            for (; rows >= 2; rows -= 2, src += 2 * srcPitch, dst += 2 * dstPitch, third += 2 * thirdPitch)
+                step(src, dst, third, both);
+            if (rows)
+                step(src, dst, third, First{b.width});
+            return;
+        }
+    }
     if (b.width == kPixels) {
         for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
             step(src, dst, third, Whole{});
@@ -232,6 +246,7 @@ struct ToRgb16 {
 template <class L, bool Opaque>
 struct AlphaToRgb16 {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2, kThirdBytes = 2;
+    static constexpr bool kTakesTwoRows = true;
 
     explicit HWY_INLINE AlphaToRgb16(uint32_t factor)
         : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))) {}
@@ -251,7 +266,7 @@ struct AlphaToRgb16 {
         const D16 d16;
         const D32 d32;
         const Halves s(loadLanes(d32, src, firstHalf(lanes)),
-                       loadLanes(d32, src + 4 * kLanes32, secondHalf(lanes)));
+                       loadLanes(d32, src + toSecondHalf(4 * kLanes32, lanes), secondHalf(lanes)));
         V16 a5 = alphaOf(s);
         const auto stored = groupsOf(a5, lanes);
         if (!kMasks && stored.isEmpty())

@@ -70,6 +70,12 @@ struct First {
     size_t count;
 };
 
+// The first few pixels of a row in the lower half of the lanes, and of the next row in the upper half.
+struct TwoRows {
+    size_t count;
+    ptrdiff_t srcPitch, oldPitch, dstPitch;
+};
+
 // The 16-bit lanes of a step as two vectors of 32-bit lanes.
 HWY_INLINE Whole firstHalf(Whole) {
     return {};
@@ -82,6 +88,30 @@ HWY_INLINE First firstHalf(First lanes) {
 }
 HWY_INLINE First secondHalf(First lanes) {
     return {lanes.count < kLanes32 ? 0 : lanes.count - kLanes32};
+}
+
+HWY_INLINE First firstHalf(const TwoRows& lanes) {
+    return {lanes.count};
+}
+HWY_INLINE First secondHalf(const TwoRows& lanes) {
+    return {lanes.count};
+}
+
+// From a step's first source pixel to that of the second half, given the bytes of a half.
+template <class Lanes>
+HWY_INLINE ptrdiff_t toSecondHalf(ptrdiff_t bytes, const Lanes& lanes) {
+    if constexpr (std::is_same_v<Lanes, TwoRows>)
+        return lanes.srcPitch;
+    else
+        return bytes;
+}
+
+// How many lanes belong to whole groups of four pixels, for each half.
+HWY_INLINE uint32_t groupedLanes(First lanes) {
+    return (1U << (lanes.count & ~size_t{3})) - 1;
+}
+HWY_INLINE uint32_t groupedLanes(const TwoRows& lanes) {
+    return groupedLanes(First{lanes.count}) * 0x10001;
 }
 
 template <class D>
@@ -187,6 +217,20 @@ HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, First lanes) {
         else
             _mm_mask_storeu_epi16(p, static_cast<__mmask8>(mask.raw), low);
     }
+}
+
+HWY_INLINE V16 loadWhere(D16, hn::Mask<D16> mask, const uint8_t* p, const TwoRows& rows) {
+    const __m256i lower = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p);
+    const __m256i upper = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw >> 16), p + rows.oldPitch);
+    return V16{_mm512_inserti64x4(_mm512_castsi256_si512(lower), upper, 1)};
+}
+
+HWY_INLINE void storeWhere(D16, V16 v, hn::Mask<D16> mask, uint8_t* p, const TwoRows& rows) {
+    __m256i lower = _mm512_castsi512_si256(v.raw);
+    asm("" : "+v"(lower));
+    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), lower);
+    _mm256_mask_storeu_epi16(p + rows.dstPitch, static_cast<__mmask16>(mask.raw >> 16),
+                             _mm512_extracti64x4_epi64(v.raw, 1));
 }
 #    endif
 
@@ -521,16 +565,19 @@ HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
 }
 
+#    if HWY_TARGET == HWY_AVX3
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
-HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, First lanes) {
+template <class Lanes>
+HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
     const D16 d16;
     const D32 d32;
-    const auto grouped = hn::VecFromMask(d16, hn::FirstN(d16, lanes.count & ~size_t{3}));
+    const V16 grouped = hn::VecFromMask(d16, hn::Mask<D16>{groupedLanes(lanes)});
     const V32 beside = besideJustOne(drawn);
     const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside is 1 or all ones
     const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));
     return {d16, hn::Ne(hn::Or(drawn, hn::And(words, grouped)), hn::Zero(d16))};
 }
+#    endif
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
