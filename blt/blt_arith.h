@@ -42,10 +42,10 @@ constexpr uint32_t mixRgb16(uint32_t s, uint32_t d, uint32_t a5) {
 // Proved by Arithmetic.Argb32EveryTriple.
 constexpr uint32_t mixRgb32(uint32_t s, uint32_t d, uint32_t a) {
     const uint32_t rbS = s & 0xFF00FF, rbD = d & 0xFF00FF;
-    const uint32_t gS = s >> 8 & 0xFF, gD = d >> 8 & 0xFF;
+    const uint32_t gS = s & 0xFF00, gD = d & 0xFF00;
     const uint32_t rb = (((rbS - rbD) * a >> 8) + rbD) & 0xFF00FF;
-    const uint32_t g = (((gS - gD) * a >> 8) + gD) & 0xFF;
-    return rb | g << 8;
+    const uint32_t g = (((gS - gD) * a >> 8) + gD) & 0xFF00;
+    return rb | g;
 }
 
 static_assert(mixRgb16(0xFFFF, 0, 15) == 0x73AE && mixRgb16(0, 0xFFFF, 15) == 0x8430);
@@ -58,18 +58,26 @@ constexpr uint32_t rgb16AlphaFactor(uint32_t c) {
     return c >> 3 == 31 ? 256 : c;
 }
 
-// A channel of run-time position: taken out of a pixel widened to 8 bits, and put back. Shifts are less than
-// 32, as they are for every format but a few that programs make up.
-struct Channel {
-    uint32_t mask, shift, loss;
+// Blends three 8-bit channels that stand 16 bits apart: gives 256 * d + (s - d) * a for each, a from 0 to
+// 256, so that the result is in the upper bytes of their fields.
+//
+// One product serves all three: what the fields' differences borrow from each other is given back by the sum,
+// each field of which lies between 0 and 255 * 256 < 2^16.
+constexpr uint64_t mixSpread(uint64_t xs, uint64_t xd, uint32_t a) {
+    return (xs - xd) * a + (xd << 8);
+}
 
-    constexpr uint32_t extract(uint32_t pixel) const { return (pixel & mask) >> shift << loss; }
-    constexpr uint32_t place(uint32_t value) const { return value >> loss << shift & mask; }
+// Moves bits of a word by one distance and clears the others.
+struct BitMove {
+    uint32_t left = 0, right = 0, mask = 0; // one of the shifts is 0, both are less than 32
+
+    constexpr uint32_t operator()(uint32_t v) const { return v << left >> right & mask; }
 };
 
-// The same for shifts of any size: one that moves every bit out of the word gives 0. (A channel of more than
-// 8 bits has a loss of 256 less the excess in SDL's 8-bit field.)
-struct AnyChannel {
+// A channel of run-time position: taken out of a pixel widened to 8 bits, and put back. Shifts of any size
+// are fine; one that moves every bit out of the word gives 0. (A channel of more than 8 bits has a loss of
+// 256 less the excess in SDL's 8-bit field.)
+struct Channel {
     uint32_t mask, shift, loss;
 
     constexpr uint32_t extract(uint32_t pixel) const { return left(right(pixel & mask, shift), loss); }
@@ -79,6 +87,23 @@ private:
     static constexpr uint32_t left(uint32_t v, uint32_t n) { return n < 32 ? v << n : 0; }
     static constexpr uint32_t right(uint32_t v, uint32_t n) { return n < 32 ? v >> n : 0; }
 };
+
+// extract(), place() and one after the other as moves. Every bit that gets through them moves as far as the
+// sum of their shifts, so that what they make of a word of ones tells the mask.
+constexpr BitMove moveBy(uint32_t left, uint32_t right, uint32_t mask) {
+    if (mask == 0)
+        return {};
+    return left > right ? BitMove{left - right, 0, mask} : BitMove{0, right - left, mask};
+}
+constexpr BitMove extraction(const Channel& c) {
+    return moveBy(c.loss, c.shift, c.extract(~0U));
+}
+constexpr BitMove placement(const Channel& c) {
+    return moveBy(c.shift, c.loss, c.place(~0U));
+}
+constexpr BitMove conversion(const Channel& from, const Channel& to) {
+    return moveBy(from.loss + to.shift, from.shift + to.loss, to.place(from.extract(~0U)));
+}
 
 // out = d + floor((s - d) * e / 256) in wrapping arithmetic: a negative product leaves stray bits from bit 24
 // up, which Channel::place() masks off. e may exceed 8 bits (see the alpha of R5G5B5 bitmaps).

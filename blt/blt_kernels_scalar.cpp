@@ -7,6 +7,8 @@
 #include "blt_kernels.h"
 
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 #include "blt_arith.h"
 #include "blt_generic.h"
@@ -20,7 +22,7 @@ namespace {
 // Walks the rows of a block with a row function (see blt_rows_scalar.h).
 template <void (*Row)(const RowOf&)>
 void everyRow(const Block& b) {
-    RowOf row = {b.src, b.dst, b.old, b.width, b.alpha};
+    RowOf row = {b.src, b.dst, b.old, b.width, b.alpha, orderIsFree(b)};
     for (size_t y = 0; y < b.height; ++y) {
         Row(row);
         row.src += b.srcPitch;
@@ -66,13 +68,13 @@ void storePixel(uint8_t* p, uint32_t v) {
 // What a generic blit does with alpha.
 enum class Alpha { kOpaque, kOfPixel, kOfMask };
 
-template <class Channel, int SrcBytes, int DstBytes, Alpha By>
-void genericRow(const GenericRule<Channel>& rule, const uint8_t* src, uint8_t* dst, const uint8_t* mask,
-                size_t width) {
+// The rule is a copy, which no store to the destination can change: compilers keep it in registers.
+template <class Rule, int SrcBytes, int DstBytes, Alpha By>
+void genericRow(const Rule rule, const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t width) {
     for (size_t x = 0; x < width; ++x, src += SrcBytes, dst += DstBytes) {
         const uint32_t s = loadPixel<SrcBytes>(src);
         if constexpr (By == Alpha::kOpaque) {
-            storePixel<DstBytes>(dst, rule.convert(s, 255));
+            storePixel<DstBytes>(dst, rule.opaque(s));
         } else {
             const auto alpha = By == Alpha::kOfMask ? rule.alphaOfMask(mask[x]) : rule.alphaOfPixel(s);
             if (alpha.effective == 255)
@@ -83,38 +85,80 @@ void genericRow(const GenericRule<Channel>& rule, const uint8_t* src, uint8_t* d
     }
 }
 
-template <class Channel, int SrcBytes, int DstBytes, Alpha By>
+template <class Rule, int SrcBytes, int DstBytes, Alpha By>
 void genericRows(const Block& b) {
-    const GenericRule<Channel> rule(b);
+    const Rule rule(b);
     const uint8_t* src = b.src;
     const uint8_t* mask = b.mask;
     uint8_t* dst = b.dst;
     for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch) {
-        genericRow<Channel, SrcBytes, DstBytes, By>(rule, src, dst, mask, b.width);
+        genericRow<Rule, SrcBytes, DstBytes, By>(rule, src, dst, mask, b.width);
         if (By == Alpha::kOfMask)
             mask += b.maskPitch;
     }
 }
 
-template <class Channel, Alpha By>
+template <Alpha By>
 constexpr Kernel kGenericRows[3][3] = {
-    {genericRows<Channel, 2, 2, By>, genericRows<Channel, 2, 3, By>, genericRows<Channel, 2, 4, By>},
-    {genericRows<Channel, 3, 2, By>, genericRows<Channel, 3, 3, By>, genericRows<Channel, 3, 4, By>},
-    {genericRows<Channel, 4, 2, By>, genericRows<Channel, 4, 3, By>, genericRows<Channel, 4, 4, By>},
+    {genericRows<GenericRule, 2, 2, By>, genericRows<GenericRule, 2, 3, By>,
+     genericRows<GenericRule, 2, 4, By>},
+    {genericRows<GenericRule, 3, 2, By>, genericRows<GenericRule, 3, 3, By>,
+     genericRows<GenericRule, 3, 4, By>},
+    {genericRows<GenericRule, 4, 2, By>, genericRows<GenericRule, 4, 3, By>,
+     genericRows<GenericRule, 4, 4, By>},
 };
 
-template <class Channel>
-Kernel genericKernelFor(const Block& b) {
-    const bool opaque = b.alphaFill == 255 && b.alpha == 255;
-    const auto& rows = b.mask   ? kGenericRows<Channel, Alpha::kOfMask>
-                       : opaque ? kGenericRows<Channel, Alpha::kOpaque>
-                                : kGenericRows<Channel, Alpha::kOfPixel>;
-    return rows[b.srcBytes - 2][b.dstBytes - 2];
+// Calls f with each known format.
+template <class F>
+void everyKnownFormat(const F& f) {
+    [&]<size_t... I>(std::index_sequence<I...>) {
+        (f(KnownFormat<kBitmapFormats[I].code>()), ...);
+    }
+    (std::make_index_sequence<std::size(kBitmapFormats)>());
+}
+
+// Sources of 32 bits that are blended, and others that are converted; nullptr for the rest.
+template <class Src, class Dst, bool Scaled>
+Kernel knownRows(Alpha by) {
+    constexpr int kFrom = Src::kBytes, kOnto = Dst::kBytes;
+    using Rule = KnownRule<Src, Dst, Scaled>;
+    if constexpr (kFrom == 4) {
+        if (by != Alpha::kOpaque)
+            return by == Alpha::kOfMask ? genericRows<Rule, kFrom, kOnto, Alpha::kOfMask>
+                                        : genericRows<Rule, kFrom, kOnto, Alpha::kOfPixel>;
+    } else if constexpr (!Scaled) {
+        if (by == Alpha::kOpaque)
+            return genericRows<Rule, kFrom, kOnto, Alpha::kOpaque>;
+    }
+    return nullptr;
+}
+
+Kernel knownKernelFor(const Block& b, Alpha by) {
+    Kernel kernel = nullptr;
+    if (by == Alpha::kOfPixel && (b.alphaFill || !b.srcFormat->aMask))
+        return kernel;
+    everyKnownFormat([&]<class Src>(Src) {
+        if (!Src::is(*b.srcFormat))
+            return;
+        everyKnownFormat([&]<class Dst>(Dst) {
+            if (Dst::is(*b.dstFormat))
+                kernel = b.alpha == 255 ? knownRows<Src, Dst, false>(by) : knownRows<Src, Dst, true>(by);
+        });
+    });
+    return kernel;
 }
 
 void generic(const Block& b) {
-    const bool fit = shiftsFit(*b.srcFormat) && shiftsFit(*b.dstFormat);
-    (fit ? genericKernelFor<Channel>(b) : genericKernelFor<AnyChannel>(b))(b);
+    const bool opaque = b.alphaFill == 255 && b.alpha == 255;
+    const Alpha by = b.mask ? Alpha::kOfMask : opaque ? Alpha::kOpaque : Alpha::kOfPixel;
+    if (const Kernel kernel = knownKernelFor(b, by)) {
+        kernel(b);
+        return;
+    }
+    const auto& rows = by == Alpha::kOfMask   ? kGenericRows<Alpha::kOfMask>
+                       : by == Alpha::kOpaque ? kGenericRows<Alpha::kOpaque>
+                                              : kGenericRows<Alpha::kOfPixel>;
+    rows[b.srcBytes - 2][b.dstBytes - 2](b);
 }
 
 } // namespace

@@ -4,6 +4,9 @@
 // written although they keep their value, and, where source and destination share memory, what is read.
 #pragma once
 
+#include <cstring>
+#include <type_traits>
+
 #include "blt_arith.h"
 #include "blt_layouts.h"
 
@@ -15,50 +18,75 @@ struct RowOf {
     uint8_t* dst;
     const uint8_t* old;
     size_t width;
-    uint32_t alpha; // as Block::alpha
+    uint32_t alpha;           // as Block::alpha
+    bool orderIsFree = false; // see orderIsFree()
 };
 
-// A 32-bit source with alpha onto R5G6B5; alpha: the factor of rgb16AlphaFactor().
-//
-// Groups of four pixels are stored as two words of two pixels. A word is left alone when its pixels are both
+// How many pixels a step has where their order is free: the loops over them are vector loops then, for which
+// every 64-bit processor has instructions.
+inline constexpr size_t kPixelsInStep = 32;
+
+// Runs a step over a row's pixels in groups of Unit, or of as many as kPixelsInStep where that gives the
+// same. The step gets the number of pixels, as a constant. Returns how many pixels are left.
+template <size_t Unit, class Step>
+size_t everyStep(const RowOf& row, const Step& step) {
+    const bool orderIsFree = sizeof(size_t) == 8 && row.orderIsFree;
+    size_t rest = row.width;
+    for (; orderIsFree && rest >= kPixelsInStep; rest -= kPixelsInStep)
+        step(std::integral_constant<size_t, kPixelsInStep>());
+    for (; rest >= Unit; rest -= Unit)
+        step(std::integral_constant<size_t, Unit>());
+    return rest;
+}
+
+// Stores four pixels of R5G6B5 as two words of two pixels. A word is left alone when its pixels are both
 // transparent and the other word's pixels are both drawn, or when all four are transparent; in any other
 // group both words are stored, transparent pixels with their old value.
+inline void storeGroup(uint8_t* dst, const uint16_t* pixels, const uint32_t* alphas) {
+    const bool first = alphas[0] | alphas[1], second = alphas[2] | alphas[3];
+    if (first && second) {
+        std::memcpy(dst, pixels, 8);
+    } else if (first || second) {
+        if (first || !(alphas[2] && alphas[3]))
+            std::memcpy(dst, pixels, 4);
+        if (second || !(alphas[0] && alphas[1]))
+            std::memcpy(dst + 4, pixels + 2, 4);
+    }
+}
+
+// A 32-bit source with alpha onto R5G6B5, in groups of four pixels; alpha: the factor of rgb16AlphaFactor().
 template <class L>
 void alphaRowToRgb16(const RowOf& row) {
+    const auto alpha5 = [factor = row.alpha](uint32_t s) { return L::alpha(s) * factor >> 11; };
+    // 31 counts as 32, which gives the source unchanged, as 0 gives the old pixel: no branch for either.
+    const auto mix = [](uint32_t s, uint32_t d, uint32_t a) {
+        return mixSpreadRgb16(toSpreadRgb16<L>(s), d, a + (a == 31));
+    };
+
     const uint8_t* src = row.src;
     const uint8_t* old = row.old;
     uint8_t* dst = row.dst;
-    const auto alpha5 = [&](uint32_t s) { return L::alpha(s) * row.alpha >> 11; };
-    // 31 counts as 32, which gives the source unchanged, as 0 gives the old pixel: no branch for either.
-    const auto mix = [](uint32_t s, const uint8_t* d, uint32_t a) {
-        return mixSpreadRgb16(toSpreadRgb16<L>(s), load16(d), a + (a == 31));
-    };
-
-    for (size_t groups = row.width / 4; groups; --groups, src += 16, dst += 8, old += 8) {
-        uint32_t s[4], a[4], drawn = 0;
-        for (unsigned i = 0; i < 4; ++i) {
-            s[i] = L::load(src + 4 * i);
-            a[i] = alpha5(s[i]);
-            drawn |= static_cast<uint32_t>(a[i] != 0) << i;
+    size_t rest = everyStep<4>(row, [&](auto count) {
+        uint32_t a[count], some = 0;
+        uint16_t out[count];
+        for (size_t i = 0; i < count; ++i) {
+            a[i] = alpha5(L::load(src + 4 * i));
+            some |= a[i];
         }
-        if (!drawn)
-            continue;
-        uint32_t out[4];
-        for (unsigned i = 0; i < 4; ++i)
-            out[i] = mix(s[i], old + 2 * i, a[i]);
-        if (drawn != 0xC) {
-            store16(dst, out[0]);
-            store16(dst + 2, out[1]);
+        if (some) {
+            for (size_t i = 0; i < count; ++i)
+                out[i] = static_cast<uint16_t>(mix(L::load(src + 4 * i), load16(old + 2 * i), a[i]));
+            for (size_t i = 0; i < count; i += 4)
+                storeGroup(dst + 2 * i, out + i, a + i);
         }
-        if (drawn != 0x3) {
-            store16(dst + 4, out[2]);
-            store16(dst + 6, out[3]);
-        }
-    }
-    for (size_t rest = row.width % 4; rest; --rest, src += 4, dst += 2, old += 2) {
-        const uint32_t s = L::load(src), a = alpha5(s);
-        if (a)
-            store16(dst, mix(s, old, a));
+        src += 4 * count;
+        dst += 2 * count;
+        old += 2 * count;
+    });
+    for (; rest; --rest, src += 4, dst += 2, old += 2) {
+        const uint32_t s = L::load(src);
+        if (const uint32_t a = alpha5(s))
+            store16(dst, mix(s, load16(old), a));
     }
 }
 
@@ -68,22 +96,35 @@ void alphaRowToRgb16(const RowOf& row) {
 // effective alpha is at most 255 * 255 >> 8 = 254, so that no pixel is ever copied unchanged.
 template <class L>
 void alphaRowToArgb32(const RowOf& row) {
+    const auto effective = [constant = row.alpha](uint32_t s) {
+        const uint32_t own = L::alpha(s); // own * 255 >> 8 costs no product
+        return constant == 255 ? own - (own != 0) : own * constant >> 8;
+    };
+    const auto mix = [](uint32_t s, uint32_t d, uint32_t a) {
+        return a ? mixRgb32(std::is_same_v<L, Argb32> ? s : toRgb32<L>(s), d, a) : d;
+    };
+
     const uint8_t* src = row.src;
     uint8_t* dst = row.dst;
-    const auto mix = [](uint32_t s, uint32_t d, uint32_t a) { return a ? mixRgb32(toRgb32<L>(s), d, a) : d; };
-
-    for (size_t pairs = row.width / 2; pairs; --pairs, src += 8, dst += 8) {
-        const uint32_t s0 = L::load(src), s1 = L::load(src + 4);
-        const uint32_t a0 = L::alpha(s0) * row.alpha >> 8, a1 = L::alpha(s1) * row.alpha >> 8;
-        if ((a0 | a1) == 0)
-            continue;
-        const uint32_t d0 = load32(dst), d1 = load32(dst + 4);
-        store32(dst, mix(s0, d0, a0));
-        store32(dst + 4, mix(s1, d1, a1));
-    }
-    if (row.width % 2) {
-        const uint32_t s = L::load(src), a = L::alpha(s) * row.alpha >> 8;
-        if (a)
+    const size_t rest = everyStep<2>(row, [&](auto count) {
+        uint32_t a[count], out[count], some = 0;
+        for (size_t i = 0; i < count; ++i) {
+            a[i] = effective(L::load(src + 4 * i));
+            some |= a[i];
+        }
+        if (some) {
+            for (size_t i = 0; i < count; ++i)
+                out[i] = mix(L::load(src + 4 * i), load32(dst + 4 * i), a[i]);
+            for (size_t i = 0; i < count; i += 2)
+                if (a[i] | a[i + 1])
+                    std::memcpy(dst + 4 * i, out + i, 8);
+        }
+        src += 4 * count;
+        dst += 4 * count;
+    });
+    if (rest) {
+        const uint32_t s = L::load(src);
+        if (const uint32_t a = effective(s))
             store32(dst, mix(s, load32(dst), a));
     }
 }
