@@ -314,14 +314,15 @@ void genericRows(const Block& b) {
     constexpr bool kMasked = Alpha == GenericAlpha::kOfMask;
     const GenericStep<SrcBytes, DstBytes, Alpha> step(b);
     everyRow(b, kMasked ? b.mask : b.dst, kMasked ? b.maskPitch : b.dstPitch, step,
-             [&b](const uint8_t* src, uint8_t* dst, const uint8_t* third, size_t rest) {
+             [&b, kernel = kMasks ? nullptr : scalarGenericKernel(b)](const uint8_t* src, uint8_t* dst,
+                                                                      const uint8_t* third, size_t rest) {
                  Block end = b;
                  end.src = src;
                  end.dst = dst;
                  end.mask = kMasked ? third : nullptr;
                  end.width = rest;
                  end.height = 1;
-                 kScalarKernels.generic(end);
+                 kernel(end);
              });
 }
 

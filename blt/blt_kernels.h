@@ -34,6 +34,9 @@ struct Kernels {
 
 extern const Kernels kScalarKernels;
 
+// What kScalarKernels.generic runs: its choice for a block's formats and alphas serves blocks of any size.
+Kernel scalarGenericKernel(const Block& block);
+
 // A vector kernel's start costs about as much as the scalar kernel takes for this many pixels.
 constexpr size_t kNarrow = 4;
 

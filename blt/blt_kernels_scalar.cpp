@@ -22,7 +22,7 @@ namespace {
 // Walks the rows of a block with a row function (see blt_rows_scalar.h).
 template <void (*Row)(const RowOf&)>
 void everyRow(const Block& b) {
-    RowOf row = {b.src, b.dst, b.old, b.width, b.alpha, orderIsFree(b)};
+    RowOf row = {b.src, b.dst, b.old, b.width, b.alpha, b.width >= kPixelsInStep && orderIsFree(b)};
     for (size_t y = 0; y < b.height; ++y) {
         Row(row);
         row.src += b.srcPitch;
@@ -149,19 +149,21 @@ Kernel knownKernelFor(const Block& b, Alpha by) {
 }
 
 void generic(const Block& b) {
-    const bool opaque = b.alphaFill == 255 && b.alpha == 255;
-    const Alpha by = b.mask ? Alpha::kOfMask : opaque ? Alpha::kOpaque : Alpha::kOfPixel;
-    if (const Kernel kernel = knownKernelFor(b, by)) {
-        kernel(b);
-        return;
-    }
-    const auto& rows = by == Alpha::kOfMask   ? kGenericRows<Alpha::kOfMask>
-                       : by == Alpha::kOpaque ? kGenericRows<Alpha::kOpaque>
-                                              : kGenericRows<Alpha::kOfPixel>;
-    rows[b.srcBytes - 2][b.dstBytes - 2](b);
+    scalarGenericKernel(b)(b);
 }
 
 } // namespace
+
+Kernel scalarGenericKernel(const Block& b) {
+    const bool opaque = b.alphaFill == 255 && b.alpha == 255;
+    const Alpha by = b.mask ? Alpha::kOfMask : opaque ? Alpha::kOpaque : Alpha::kOfPixel;
+    if (const Kernel kernel = knownKernelFor(b, by))
+        return kernel;
+    const auto& rows = by == Alpha::kOfMask   ? kGenericRows<Alpha::kOfMask>
+                       : by == Alpha::kOpaque ? kGenericRows<Alpha::kOpaque>
+                                              : kGenericRows<Alpha::kOfPixel>;
+    return rows[b.srcBytes - 2][b.dstBytes - 2];
+}
 
 const Kernels kScalarKernels = {
     "scalar",

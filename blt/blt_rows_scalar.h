@@ -56,7 +56,7 @@ inline void storeGroup(uint8_t* dst, const uint16_t* pixels, const uint32_t* alp
 
 // A 32-bit source with alpha onto R5G6B5, in groups of four pixels; alpha: the factor of rgb16AlphaFactor().
 template <class L>
-void alphaRowToRgb16(const RowOf& row) {
+[[gnu::always_inline]] inline void alphaRowToRgb16(const RowOf& row) {
     const auto alpha5 = [factor = row.alpha](uint32_t s) { return L::alpha(s) * factor >> 11; };
     // 31 counts as 32, which gives the source unchanged, as 0 gives the old pixel: no branch for either.
     const auto mix = [](uint32_t s, uint32_t d, uint32_t a) {
@@ -95,7 +95,7 @@ void alphaRowToRgb16(const RowOf& row) {
 // Pixels go in pairs: a pair of which one pixel is transparent stores that one's old value again. The
 // effective alpha is at most 255 * 255 >> 8 = 254, so that no pixel is ever copied unchanged.
 template <class L>
-void alphaRowToArgb32(const RowOf& row) {
+[[gnu::always_inline]] inline void alphaRowToArgb32(const RowOf& row) {
     const auto effective = [constant = row.alpha](uint32_t s) {
         const uint32_t own = L::alpha(s); // own * 255 >> 8 costs no product
         return constant == 255 ? own - (own != 0) : own * constant >> 8;
