@@ -152,46 +152,42 @@ HWY_INLINE V16 shifted(V16 v) {
         return v;
 }
 
-// A field of R5G6B5 of so many bits, its lowest at bit At. The source's channel is one byte of 16-bit lanes.
-//
-// To mix, source and old value are put side by side, the source's in the low byte, the old one in the high
-// byte: a * s + (32 - a) * d, whose quotient by 32 is the exact d + floor((s - d) * a / 32), is one
-// multiplication then. A source in the low byte stays where it is, at the byte's top, and the old value goes
-// to the top of its byte, so that the sum is at most 31 * 32 << 3 or 63 * 32 << 2, below 2^15; a source in
-// the high byte comes down to bit 0, and the old value goes to bit 8.
-//
-// Results have the field in place and anything outside it.
-template <int Bits, int At, bool HighByte>
-struct FieldOf {
-    static constexpr uint32_t kField = (1 << Bits) - 1;
-    static constexpr int kUp = 16 - Bits - At; // takes the field to the top
+// To mix a field of R5G6B5, source and old value are put side by side, the source's in the low byte of 16-bit
+// lanes, the old one in the high byte: a * s + (32 - a) * d, whose quotient by 32 is the exact
+// d + floor((s - d) * a / 32), is one multiplication then. Results have the field in place and anything
+// outside it.
 
-    V16 inOld = kept16(static_cast<uint16_t>(kField << (HighByte ? 8 : 16 - Bits)));
-    V16 inSource = kept16(static_cast<uint16_t>(kField << (8 - Bits)));
+// Red or blue, the lowest bit at bit At. The source's channel is the low byte and stays where it is; the old
+// value goes to the top of its byte, so that the sum is at most 31 * 32 << 3, below 2^15.
+template <int At>
+struct RedOrBlue {
+    V16 inOld = kept16(0xF800), inSource = kept16(0x00F8);
 
-    HWY_INLINE FieldOf() {}
+    HWY_INLINE RedOrBlue() {}
 
-    static HWY_INLINE V16 convert(V16 s) { return shifted<At + Bits - (HighByte ? 16 : 8)>(s); }
+    static HWY_INLINE V16 convert(V16 s) { return shifted<At - 3>(s); }
 
     HWY_INLINE V16 mix(V16 s, V16 old, V16 weights) const {
-        if constexpr (HighByte) {
-            const V16 sideBySide = addBits(inOld, shifted<8 - At>(old), hn::ShiftRight<16 - Bits>(s));
-            return shifted<At - 5>(multiplyAddBytes(sideBySide, weights));
-        } else {
-            V16 top = shifted<kUp>(old);
-            if constexpr (At != 0) // from bit 0, the shift leaves nothing below the field
-                top = hn::And(top, inOld);
-            return shifted<At + Bits - 13>(multiplyAddBytes(addBits(inSource, s, top), weights));
-        }
+        V16 top = shifted<11 - At>(old);
+        if constexpr (At != 0) // from bit 0, the shift leaves nothing below the field
+            top = hn::And(top, inOld);
+        return shifted<At - 8>(multiplyAddBytes(addBits(inSource, s, top), weights));
     }
 };
 
-template <bool HighByte>
-using Red = FieldOf<5, 11, HighByte>;
-template <bool HighByte>
-using Green = FieldOf<6, 5, HighByte>;
-template <bool HighByte>
-using Blue = FieldOf<5, 0, HighByte>;
+// The source's channel is the high byte and comes down to bit 0, the old value to bit 8: the sum, at most
+// 63 * 32, has its quotient in place.
+struct Green {
+    V16 inOld = kept16(0x3F00);
+
+    HWY_INLINE Green() {}
+
+    static HWY_INLINE V16 convert(V16 s) { return hn::ShiftRight<5>(s); }
+
+    HWY_INLINE V16 mix(V16 s, V16 old, V16 weights) const {
+        return multiplyAddBytes(addBits(inOld, hn::ShiftLeft<3>(old), hn::ShiftRight<10>(s)), weights);
+    }
+};
 
 struct Join {
     V16 red = kept16(0xF800), green = kept16(0x07E0);
@@ -209,36 +205,25 @@ struct Halves {
         low = hn::ConcatEven(d16, as(d16, second), as(d16, first));
         high = hn::ConcatOdd(d16, as(d16, second), as(d16, first));
     }
-
-    // The half that has the byte at bit position Shift.
-    template <unsigned Shift>
-    HWY_INLINE V16 holding() const {
-        return Shift < 16 ? low : high;
-    }
 };
 
-constexpr bool isHighByte(unsigned shift) {
-    return shift % 16 == 8;
-}
-
-// Pixels of a layout to R5G6B5.
-template <class L>
+// Halves to R5G6B5. Red and blue are their low bytes, either way round; green is the lower half's high byte.
+template <bool RedIsHigh>
 struct ToRgb16 {
-    Red<isHighByte(L::kR)> red;
-    Green<isHighByte(L::kG)> green;
-    Blue<isHighByte(L::kB)> blue;
+    RedOrBlue<11> red;
+    Green green;
+    RedOrBlue<0> blue;
     Join join;
 
     HWY_INLINE ToRgb16() {}
 
     HWY_INLINE V16 convert(const Halves& s) const {
-        return join(red.convert(s.template holding<L::kR>()), green.convert(s.template holding<L::kG>()),
-                    blue.convert(s.template holding<L::kB>()));
+        return join(red.convert(RedIsHigh ? s.high : s.low), green.convert(s.low),
+                    blue.convert(RedIsHigh ? s.low : s.high));
     }
     HWY_INLINE V16 mix(const Halves& s, V16 old, V16 weights) const {
-        return join(red.mix(s.template holding<L::kR>(), old, weights),
-                    green.mix(s.template holding<L::kG>(), old, weights),
-                    blue.mix(s.template holding<L::kB>(), old, weights));
+        return join(red.mix(RedIsHigh ? s.high : s.low, old, weights), green.mix(s.low, old, weights),
+                    blue.mix(RedIsHigh ? s.low : s.high, old, weights));
     }
 };
 
@@ -249,24 +234,28 @@ struct AlphaToRgb16 {
     static constexpr bool kTakesTwoRows = true;
 
     explicit HWY_INLINE AlphaToRgb16(uint32_t factor)
-        : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))) {}
+        : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))),
+          alphaToTop(shuffleOfBytes(bytesFrom(1, 2, 3, 0))) {}
+
+    // Pixels with alpha on top, and green below the middle.
+    template <class Lanes>
+    HWY_INLINE V32 load(const uint8_t* src, Lanes lanes) const {
+        static_assert(L::kA == 24 ? L::kG == 8 : L::kA == 0 && L::kG == 16);
+        const V32 s = loadLanes(D32(), src, lanes);
+        return L::kA == 24 ? s : alphaToTop(s);
+    }
 
     // A * F >> 11, from 0 to 31.
     HWY_INLINE V16 alphaOf(const Halves& s) const {
-        const D16 d16;
-        const V16 half = s.template holding<L::kA>();
-        if constexpr (Opaque && isHighByte(L::kA))
-            return hn::ShiftRight<11>(half);
-        const V16 alpha8 = isHighByte(L::kA) ? hn::ShiftRight<8>(half) : hn::And(half, hn::Set(d16, 0x00FF));
-        return Opaque ? hn::ShiftRight<3>(alpha8) : hn::MulHigh(alpha8, factor32); // A * 32 * F >> 16
+        return Opaque ? hn::ShiftRight<11>(s.high)
+                      : hn::MulHigh(hn::ShiftRight<8>(s.high), factor32); // A * 32 * F >> 16
     }
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const D32 d32;
-        const Halves s(loadLanes(d32, src, firstHalf(lanes)),
-                       loadLanes(d32, src + toSecondHalf(4 * kLanes32, lanes), secondHalf(lanes)));
+        const Halves s(load(src, firstHalf(lanes)),
+                       load(src + toSecondHalf(4 * kLanes32, lanes), secondHalf(lanes)));
         V16 a5 = alphaOf(s);
         const auto stored = groupsOf(a5, lanes);
         if (!kMasks && stored.isEmpty())
@@ -279,8 +268,9 @@ struct AlphaToRgb16 {
     }
 
     V16 factor32, thirty = kept16(30);
+    Shuffle alphaToTop;
     Weights weights;
-    ToRgb16<L> toRgb16;
+    ToRgb16<(L::kR > L::kB)> toRgb16;
 };
 
 template <class L>
@@ -302,16 +292,16 @@ struct MixRgb16 {
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
         const V16 s = loadLanes(d16, src, lanes), d = loadOld(d16, old, lanes);
-        // Green and blue go to the top of the low byte; red stands at the top of the high one.
-        const V16 out = join(red.mix(s, d, weights), green.mix(hn::ShiftRight<3>(s), d, weights),
-                             blue.mix(hn::ShiftLeft<3>(s), d, weights));
+        const V16 out =
+            join(red.mix(hn::ShiftRight<8>(s), d, weights), green.mix(hn::ShiftLeft<5>(s), d, weights),
+                 blue.mix(hn::ShiftLeft<3>(s), d, weights));
         storeLanes(d16, out, dst, lanes);
     }
 
     V16 weights;
-    Red<true> red;
-    Green<false> green;
-    Blue<false> blue;
+    RedOrBlue<11> red;
+    Green green;
+    RedOrBlue<0> blue;
     Join join;
 };
 
@@ -340,7 +330,7 @@ struct Rgb24ToRgb16 {
     }
 
     V16 weights;
-    ToRgb16<L> toRgb16;
+    ToRgb16<(L::kR > L::kB)> toRgb16;
 };
 
 template <class L>
