@@ -177,13 +177,15 @@ private:
 };
 
 Report measureAll(const Options& o) {
+    const std::vector<Plan> plan = planOf(o);
+    if (plan.empty())
+        throw std::runtime_error("no row of that name in that size (--list names the rows)");
     pin();
     SharedMemory memory;
     const std::unique_ptr<Sdl2Process> sdl2 = startSdl2(memory);
     Report report;
     report.machine = describeMachine(sdl2.get());
     printMachine(report.machine);
-    const std::vector<Plan> plan = planOf(o);
     Progress progress(plan.size());
     for (const Plan& p : plan) {
         progress.show(p);
