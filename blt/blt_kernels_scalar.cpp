@@ -22,7 +22,7 @@ namespace {
 // Walks the rows of a block with a row function (see blt_rows_scalar.h).
 template <void (*Row)(const RowOf&)>
 void everyRow(const Block& b) {
-    RowOf row = {b.src, b.dst, b.old, b.width, b.alpha, b.width >= kPixelsInStep && orderIsFree(b)};
+    RowOf row = {b.src, b.dst, b.old, b.width, b.alpha};
     for (size_t y = 0; y < b.height; ++y) {
         Row(row);
         row.src += b.srcPitch;
@@ -30,6 +30,27 @@ void everyRow(const Block& b) {
         row.old += b.oldPitch;
     }
 }
+
+// The same with the first of three row functions in rows of less than a unit, with the third where the order
+// is free: the shorter a row, the sooner its function has to be at work.
+template <size_t Unit, void (*Pixels)(const RowOf&), void (*InOrder)(const RowOf&),
+          void (*Free)(const RowOf&)>
+void everyRow(const Block& b) {
+    if (b.width < Unit)
+        everyRow<Pixels>(b);
+    else if (kHasSteps && b.width >= kPixelsInStep && orderIsFree(b))
+        everyRow<Free>(b);
+    else
+        everyRow<InOrder>(b);
+}
+
+template <class L>
+constexpr Kernel alphaToRgb16 =
+    everyRow<4, alphaPixelsToRgb16<L>, alphaRowToRgb16<L>, alphaRowToRgb16<L, true>>;
+
+template <class L>
+constexpr Kernel alphaToArgb32 =
+    everyRow<2, alphaPixelToArgb32<L>, alphaRowToArgb32<L>, alphaRowToArgb32<L, true>>;
 
 // All rows as one where neither side has gaps.
 void copyRows(const Block& b) {
@@ -167,10 +188,8 @@ Kernel scalarGenericKernel(const Block& b) {
 
 const Kernels kScalarKernels = {
     "scalar",
-    {everyRow<alphaRowToRgb16<Argb32>>, everyRow<alphaRowToRgb16<Abgr32>>, everyRow<alphaRowToRgb16<Rgba32>>,
-     everyRow<alphaRowToRgb16<Bgra32>>},
-    {everyRow<alphaRowToArgb32<Argb32>>, everyRow<alphaRowToArgb32<Abgr32>>,
-     everyRow<alphaRowToArgb32<Rgba32>>, everyRow<alphaRowToArgb32<Bgra32>>},
+    {alphaToRgb16<Argb32>, alphaToRgb16<Abgr32>, alphaToRgb16<Rgba32>, alphaToRgb16<Bgra32>},
+    {alphaToArgb32<Argb32>, alphaToArgb32<Abgr32>, alphaToArgb32<Rgba32>, alphaToArgb32<Bgra32>},
     everyRow<mixRowOfRgb16>,
     {everyRow<convertRowToRgb16<Rgb24>>, everyRow<convertRowToRgb16<Bgr24>>},
     {everyRow<mixRowToRgb16<Rgb24>>, everyRow<mixRowToRgb16<Bgr24>>},

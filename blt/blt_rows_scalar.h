@@ -18,22 +18,24 @@ struct RowOf {
     uint8_t* dst;
     const uint8_t* old;
     size_t width;
-    uint32_t alpha;           // as Block::alpha
-    bool orderIsFree = false; // see orderIsFree()
+    uint32_t alpha; // as Block::alpha
 };
 
 // How many pixels a step has where their order is free: the loops over them are vector loops then, for which
 // every 64-bit processor has instructions.
 inline constexpr size_t kPixelsInStep = 32;
 
-// Runs a step over a row's pixels in groups of Unit, or of as many as kPixelsInStep where that gives the
-// same. The step gets the number of pixels, as a constant. Returns how many pixels are left.
-template <size_t Unit, class Step>
+// Whether such steps pay.
+inline constexpr bool kHasSteps = sizeof(size_t) == 8;
+
+// Runs a step over a row's pixels in groups of Unit, or, if order is free, of kPixelsInStep first. The step
+// gets the number of pixels, as a constant. Returns how many pixels are left.
+template <size_t Unit, bool OrderIsFree, class Step>
 size_t everyStep(const RowOf& row, const Step& step) {
-    const bool orderIsFree = sizeof(size_t) == 8 && row.orderIsFree;
     size_t rest = row.width;
-    for (; orderIsFree && rest >= kPixelsInStep; rest -= kPixelsInStep)
-        step(std::integral_constant<size_t, kPixelsInStep>());
+    if constexpr (OrderIsFree)
+        for (; rest >= kPixelsInStep; rest -= kPixelsInStep)
+            step(std::integral_constant<size_t, kPixelsInStep>());
     for (; rest >= Unit; rest -= Unit)
         step(std::integral_constant<size_t, Unit>());
     return rest;
@@ -54,28 +56,47 @@ inline void storeGroup(uint8_t* dst, const uint16_t* pixels, const uint32_t* alp
     }
 }
 
-// A 32-bit source with alpha onto R5G6B5, in groups of four pixels; alpha: the factor of rgb16AlphaFactor().
+// A 32-bit source with alpha onto R5G6B5; alpha: the factor of rgb16AlphaFactor().
 template <class L>
-[[gnu::always_inline]] inline void alphaRowToRgb16(const RowOf& row) {
-    const auto alpha5 = [factor = row.alpha](uint32_t s) { return L::alpha(s) * factor >> 11; };
+struct Rgb16Rule {
+    uint32_t factor;
+
+    uint32_t alpha(uint32_t s) const { return L::alpha(s) * factor >> 11; }
     // 31 counts as 32, which gives the source unchanged, as 0 gives the old pixel: no branch for either.
-    const auto mix = [](uint32_t s, uint32_t d, uint32_t a) {
+    uint32_t mix(uint32_t s, uint32_t d, uint32_t a) const {
         return mixSpreadRgb16(toSpreadRgb16<L>(s), d, a + (a == 31));
-    };
+    }
+};
+
+// The pixels behind the last group, each alone.
+template <class L>
+[[gnu::always_inline]] inline void alphaPixelsToRgb16(const RowOf& row) {
+    const Rgb16Rule<L> rule{row.alpha};
+    for (size_t x = 0; x < row.width; ++x) {
+        const uint32_t s = L::load(row.src + 4 * x);
+        if (const uint32_t a = rule.alpha(s))
+            store16(row.dst + 2 * x, rule.mix(s, load16(row.old + 2 * x), a));
+    }
+}
+
+// A row, in groups of four pixels.
+template <class L, bool OrderIsFree = false>
+[[gnu::always_inline]] inline void alphaRowToRgb16(const RowOf& row) {
+    const Rgb16Rule<L> rule{row.alpha};
 
     const uint8_t* src = row.src;
     const uint8_t* old = row.old;
     uint8_t* dst = row.dst;
-    size_t rest = everyStep<4>(row, [&](auto count) {
+    const size_t rest = everyStep<4, OrderIsFree>(row, [&](auto count) {
         uint32_t a[count], some = 0;
         uint16_t out[count];
         for (size_t i = 0; i < count; ++i) {
-            a[i] = alpha5(L::load(src + 4 * i));
+            a[i] = rule.alpha(L::load(src + 4 * i));
             some |= a[i];
         }
         if (some) {
             for (size_t i = 0; i < count; ++i)
-                out[i] = static_cast<uint16_t>(mix(L::load(src + 4 * i), load16(old + 2 * i), a[i]));
+                out[i] = static_cast<uint16_t>(rule.mix(L::load(src + 4 * i), load16(old + 2 * i), a[i]));
             for (size_t i = 0; i < count; i += 4)
                 storeGroup(dst + 2 * i, out + i, a + i);
         }
@@ -83,38 +104,51 @@ template <class L>
         dst += 2 * count;
         old += 2 * count;
     });
-    for (; rest; --rest, src += 4, dst += 2, old += 2) {
-        const uint32_t s = L::load(src);
-        if (const uint32_t a = alpha5(s))
-            store16(dst, mix(s, load16(old), a));
-    }
+    alphaPixelsToRgb16<L>({src, dst, old, rest, row.alpha});
 }
 
 // A 32-bit source with alpha onto A8R8G8B8; alpha: the constant alpha.
 //
-// Pixels go in pairs: a pair of which one pixel is transparent stores that one's old value again. The
-// effective alpha is at most 255 * 255 >> 8 = 254, so that no pixel is ever copied unchanged.
+// The effective alpha is at most 255 * 255 >> 8 = 254, so that no pixel is ever copied unchanged.
 template <class L>
-[[gnu::always_inline]] inline void alphaRowToArgb32(const RowOf& row) {
-    const auto effective = [constant = row.alpha](uint32_t s) {
+struct Argb32Rule {
+    uint32_t constant;
+
+    uint32_t alpha(uint32_t s) const {
         const uint32_t own = L::alpha(s); // own * 255 >> 8 costs no product
         return constant == 255 ? own - (own != 0) : own * constant >> 8;
-    };
-    const auto mix = [](uint32_t s, uint32_t d, uint32_t a) {
+    }
+    uint32_t mix(uint32_t s, uint32_t d, uint32_t a) const {
         return a ? mixRgb32(std::is_same_v<L, Argb32> ? s : toRgb32<L>(s), d, a) : d;
-    };
+    }
+};
 
+// The pixel behind the last pair, if there is one.
+template <class L>
+[[gnu::always_inline]] inline void alphaPixelToArgb32(const RowOf& row) {
+    if (!row.width)
+        return;
+    const Argb32Rule<L> rule{row.alpha};
+    const uint32_t s = L::load(row.src);
+    if (const uint32_t a = rule.alpha(s))
+        store32(row.dst, rule.mix(s, load32(row.dst), a));
+}
+
+// A row, in pairs: one of which one pixel is transparent stores that one's old value again.
+template <class L, bool OrderIsFree = false>
+[[gnu::always_inline]] inline void alphaRowToArgb32(const RowOf& row) {
+    const Argb32Rule<L> rule{row.alpha};
     const uint8_t* src = row.src;
     uint8_t* dst = row.dst;
-    const size_t rest = everyStep<2>(row, [&](auto count) {
+    const size_t rest = everyStep<2, OrderIsFree>(row, [&](auto count) {
         uint32_t a[count], out[count], some = 0;
         for (size_t i = 0; i < count; ++i) {
-            a[i] = effective(L::load(src + 4 * i));
+            a[i] = rule.alpha(L::load(src + 4 * i));
             some |= a[i];
         }
         if (some) {
             for (size_t i = 0; i < count; ++i)
-                out[i] = mix(L::load(src + 4 * i), load32(dst + 4 * i), a[i]);
+                out[i] = rule.mix(L::load(src + 4 * i), load32(dst + 4 * i), a[i]);
             for (size_t i = 0; i < count; i += 2)
                 if (a[i] | a[i + 1])
                     std::memcpy(dst + 4 * i, out + i, 8);
@@ -122,11 +156,7 @@ template <class L>
         src += 4 * count;
         dst += 4 * count;
     });
-    if (rest) {
-        const uint32_t s = L::load(src);
-        if (const uint32_t a = effective(s))
-            store32(dst, mix(s, load32(dst), a));
-    }
+    alphaPixelToArgb32<L>({src, dst, dst, rest, row.alpha});
 }
 
 // R5G6B5 onto R5G6B5; alpha: 5-bit weight. Groups of four pixels are read whole before they are stored.
