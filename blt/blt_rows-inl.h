@@ -346,12 +346,12 @@ void mixRgb24ToRgb16(const Block& b) {
 // --- Copies -------------------------------------------------------------------------------------------
 
 // Pixels copied unchanged. What fits the inner caches is left to the C library, which is hard to beat there;
-// for more, its larger steps and non-temporal stores were slower than short ones with the source fetched
-// ahead.
+// for more, its larger steps and non-temporal stores were slower than short ones into whole lines, with both
+// images fetched ahead.
 void copyRows(const Block& b) {
-    constexpr size_t kLarge = size_t{1} << 18, kStep = 64;
+    constexpr size_t kLarge = size_t{3} << 17, kLine = 64;
     const size_t rowBytes = b.width * b.dstBytes;
-    if (rowBytes * b.height < kLarge) {
+    if (rowBytes * b.height < kLarge || rowBytes < kLine) {
         kScalarKernels.copy(b);
         return;
     }
@@ -359,9 +359,11 @@ void copyRows(const Block& b) {
     const uint8_t* src = b.src;
     uint8_t* dst = b.dst;
     for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch) {
-        size_t i = 0;
-        for (; i + kStep <= rowBytes; i += kStep) {
-            prefetchBehind<kStep>(src + i);
+        size_t i = (kLine - reinterpret_cast<uintptr_t>(dst) % kLine) % kLine;
+        std::memmove(dst, src, i);
+        for (; i + kLine <= rowBytes; i += kLine) {
+            prefetchBehind<kLine>(src + i);
+            prefetchBehind<kLine>(dst + i);
             const auto v0 = loadAt(d, src + i), v1 = loadAt(d, src + i + 16), v2 = loadAt(d, src + i + 32),
                        v3 = loadAt(d, src + i + 48);
             storeAt(d, v0, dst + i);

@@ -134,7 +134,7 @@ HWY_INLINE auto loadWhere(D d, M mask, const uint8_t* p) {
 // well lie behind the image.
 template <size_t Bytes>
 HWY_INLINE void prefetchBehind(const uint8_t* p) {
-    constexpr size_t kDistance = 1024, kLine = 64;
+    constexpr size_t kDistance = 2048, kLine = 64;
     for (size_t i = 0; i < Bytes; i += kLine)
         __builtin_prefetch(p + kDistance + i);
 }
