@@ -38,7 +38,7 @@ template <size_t Unit, void (*Pixels)(const RowOf&), void (*InOrder)(const RowOf
 void everyRow(const Block& b) {
     if (b.width < Unit)
         everyRow<Pixels>(b);
-    else if (kHasSteps && b.width >= kPixelsInStep && orderIsFree(b))
+    else if (kHasSteps && b.width >= kPixelsInShortStep && orderIsFree(b))
         everyRow<Free>(b);
     else
         everyRow<InOrder>(b);

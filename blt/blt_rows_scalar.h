@@ -21,21 +21,24 @@ struct RowOf {
     uint32_t alpha; // as Block::alpha
 };
 
-// How many pixels a step has where their order is free: the loops over them are vector loops then, for which
-// every 64-bit processor has instructions.
-inline constexpr size_t kPixelsInStep = 32;
+// How many pixels a step has where their order is free, and how many where fewer are left: the loops over
+// them are vector loops then, for which every 64-bit processor has instructions.
+inline constexpr size_t kPixelsInStep = 32, kPixelsInShortStep = 16;
 
 // Whether such steps pay.
 inline constexpr bool kHasSteps = sizeof(size_t) == 8;
 
-// Runs a step over a row's pixels in groups of Unit, or, if order is free, of kPixelsInStep first. The step
+// Runs a step over a row's pixels in groups of Unit, or, if order is free, of the steps above first. The step
 // gets the number of pixels, as a constant. Returns how many pixels are left.
 template <size_t Unit, bool OrderIsFree, class Step>
 size_t everyStep(const RowOf& row, const Step& step) {
     size_t rest = row.width;
-    if constexpr (OrderIsFree)
+    if constexpr (OrderIsFree) {
         for (; rest >= kPixelsInStep; rest -= kPixelsInStep)
             step(std::integral_constant<size_t, kPixelsInStep>());
+        for (; rest >= kPixelsInShortStep; rest -= kPixelsInShortStep)
+            step(std::integral_constant<size_t, kPixelsInShortStep>());
+    }
     for (; rest >= Unit; rest -= Unit)
         step(std::integral_constant<size_t, Unit>());
     return rest;
