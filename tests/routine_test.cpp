@@ -113,9 +113,15 @@ struct Bare {
 private:
     static model::Format anyFormat(Random& random) {
         uint8_t pixel[4] = {};
-        return Picture(random.of(random.oneIn(2) ? bitmapKinds : surfaceKinds), pixel, 1, 1, 4)
-            .image(0)
-            .format;
+        model::Format format =
+            Picture(random.of(random.oneIn(2) ? bitmapKinds : surfaceKinds), pixel, 1, 1, 4).image(0).format;
+        if (random.oneIn(8)) { // a program wrote the record itself
+            model::Channel* const colours[] = {&format.r, &format.g, &format.b};
+            model::Channel& channel = *random.of(colours);
+            channel.shift = static_cast<uint32_t>(random.upTo(15));
+            channel.loss = static_cast<uint32_t>(random.upTo(8));
+        }
+        return format;
     }
 
     // Codes that no routine knows leave the choice to the depths, and a depth of 8 bits draws nothing.
