@@ -30,10 +30,9 @@ using V16 = hn::Vec<D16>;
 using V32 = hn::Vec<D32>;
 using M32 = hn::Mask<D32>;
 
-// Half as many 16-bit lanes as fit: one for each 32-bit lane of a whole vector.
-using H16 = hn::Rebind<uint16_t, D32>;
+// One byte for each 32-bit or 16-bit lane of a whole vector.
 using H8 = hn::Rebind<uint8_t, D32>;
-using B16 = hn::Rebind<uint8_t, D16>; // one byte for each 16-bit lane
+using B16 = hn::Rebind<uint8_t, D16>;
 
 constexpr size_t kLanes32 = HWY_MAX_BYTES / 4; // all targets used here have a fixed size
 constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
@@ -50,16 +49,12 @@ HWY_INLINE auto as(To d, V v) {
 
 // A constant as a value like any other: g++ builds constants anew before every inner loop, which takes longer
 // than the few steps of a short row.
-template <class V>
-HWY_INLINE V kept(V v) {
+HWY_INLINE V16 kept16(uint16_t lanes) {
+    V16 v = hn::Set(D16(), lanes);
 #    if HWY_TARGET == HWY_AVX3
     asm("" : "+v"(v.raw));
 #    endif
     return v;
-}
-
-HWY_INLINE V16 kept16(uint16_t v) {
-    return kept(hn::Set(D16(), v));
 }
 
 // --- Loads and stores ---------------------------------------------------------------------------------
