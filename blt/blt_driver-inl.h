@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
 // One blit from request to release, for the entry points to take in whole: blits of a few pixels are common,
-// and calls with so many arguments took a fifth of their time.
+// and calls with so many arguments took a sixth of their time.
 #pragma once
 
 #include <algorithm>

@@ -34,7 +34,8 @@ HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPi
     const uint8_t* src = b.src;
     uint8_t* dst = b.dst;
     if constexpr (kMasks && requires { Step::kTakesTwoRows; }) {
-        // Two rows at a time, where neither lies in the other.
+        // Two rows at a time, unless a row of the destination reaches into the next one, which then blends
+        // with what this one wrote. Sources are none of the destination: the block's order is free.
         if (b.width <= kPixels / 2 && static_cast<size_t>(std::abs(dstPitch)) >= b.width * kDst) {
             const TwoRows both{b.width, srcPitch, thirdPitch, dstPitch};
             size_t rows = b.height;
@@ -45,6 +46,7 @@ HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPi
             return;
         }
     }
+    // Sprites of just this width are common: no loop inside the row, and nothing of it to fetch ahead.
     if (b.width == kPixels) {
         for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
             step(src, dst, third, Whole{});
