@@ -17,7 +17,7 @@
 #include <unistd.h>
 
 #include "bench/check.h"
-#include "blt/blt_target.h"
+#include <ormsel/ormsel_target.h>
 
 namespace {
 
@@ -128,7 +128,7 @@ std::string processorName() {
 
 Machine describeMachine(const Sdl2Process* sdl2) {
     Machine m;
-    m.processor = processorName() + ", " + BLT_TargetName();
+    m.processor = processorName() + ", " + ormsel_TargetName();
     for (const auto& cache : benchmark::CPUInfo::Get().caches)
         if (cache.type != "Instruction")
             m.caches += (m.caches.empty() ? "" : ", ") + std::string("L") + std::to_string(cache.level) +

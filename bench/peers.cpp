@@ -15,7 +15,7 @@
 
 #include "bench/limit.h"
 #include "bench/sdl2_peer.h"
-#include "blt/blt_target.h"
+#include <ormsel/ormsel_target.h>
 
 namespace bench {
 
@@ -43,7 +43,7 @@ std::vector<Surfaces> surfacesOf(const Case& c) {
 }
 
 void addOurs(std::vector<Participant>& list, const Case& c) {
-    for (const char* const* target = BLT_Targets(); *target; ++target) {
+    for (const char* const* target = ormsel_Targets(); *target; ++target) {
         std::function<double(size_t)> blit;
         if (c.row.call) {
             blit = inTurn(surfacesOf(c), [](const Surfaces& s) {
@@ -61,7 +61,7 @@ void addOurs(std::vector<Participant>& list, const Case& c) {
         }
         list.push_back(
             {std::string("ormsel ") + *target, Kind::kOurs, nullptr, [blit, name = *target](size_t blits) {
-                 BLT_ForceTarget(name);
+                 ormsel_ForceTarget(name);
                  return blit(blits);
              }});
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Zlib
-#include "blt_target.h"
+#include <ormsel/ormsel_target.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -62,17 +62,17 @@ const Kernels& chooseKernels() {
 
 } // namespace ormsel
 
-const char* BLT_TargetName() {
+const char* ormsel_TargetName(void) {
     return ormsel::kernelsInUse().name;
 }
 
-bool BLT_ForceTarget(const char* name) {
+int ormsel_ForceTarget(const char* name) {
     const ormsel::Kernels* kernels = name ? ormsel::available().find(name) : ormsel::available().kernels[0];
     if (kernels)
         ormsel::currentKernels.store(kernels, std::memory_order_relaxed);
     return kernels != nullptr;
 }
 
-const char* const* BLT_Targets() {
+const char* const* ormsel_Targets(void) {
     return ormsel::available().names;
 }

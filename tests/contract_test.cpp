@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <host/testing.h>
 
-#include "blt/blt_target.h"
+#include <ormsel/ormsel_target.h>
 #include "ormsel/ormsel.h"
 #include "tests/blits.h"
 
@@ -276,13 +276,13 @@ TEST(Contract, ThreadsShareASource) {
 }
 
 TEST(Contract, TargetsCanBeForced) {
-    const std::string first = BLT_TargetName();
-    EXPECT_FALSE(BLT_ForceTarget("no such target"));
-    EXPECT_EQ(BLT_TargetName(), first);
+    const std::string first = ormsel_TargetName();
+    EXPECT_FALSE(ormsel_ForceTarget("no such target"));
+    EXPECT_EQ(ormsel_TargetName(), first);
     std::string all;
-    for (const char* const* name = BLT_Targets(); *name != nullptr; ++name) {
-        EXPECT_TRUE(BLT_ForceTarget(*name)) << *name;
-        EXPECT_STREQ(BLT_TargetName(), *name);
+    for (const char* const* name = ormsel_Targets(); *name != nullptr; ++name) {
+        EXPECT_TRUE(ormsel_ForceTarget(*name)) << *name;
+        EXPECT_STREQ(ormsel_TargetName(), *name);
         all += std::string(*name) + ",";
     }
     EXPECT_NE(all.find("scalar,"), std::string::npos);
@@ -294,9 +294,9 @@ TEST(Contract, TargetsCanBeForced) {
     EXPECT_TRUE(!__builtin_cpu_supports("avx512bw") || !__builtin_cpu_supports("avx512vl") ||
                 listed("avx512,"));
 #endif
-    EXPECT_TRUE(BLT_ForceTarget(nullptr));
-    EXPECT_EQ(BLT_TargetName(), all.substr(0, all.find(',')));
-    EXPECT_TRUE(BLT_ForceTarget(first.c_str()));
+    EXPECT_TRUE(ormsel_ForceTarget(nullptr));
+    EXPECT_EQ(ormsel_TargetName(), all.substr(0, all.find(',')));
+    EXPECT_TRUE(ormsel_ForceTarget(first.c_str()));
 }
 
 TEST(Contract, WorksFromC) {

@@ -8,13 +8,13 @@
 
 #include <gtest/gtest.h>
 
-#include "blt/blt_target.h"
+#include <ormsel/ormsel_target.h>
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     if (const char* wanted = std::getenv("ORMSEL_TARGET")) {
-        const std::string chosen = BLT_TargetName();
-        if (!BLT_ForceTarget(wanted)) {
+        const std::string chosen = ormsel_TargetName();
+        if (!ormsel_ForceTarget(wanted)) {
             std::cerr << "this machine has no target " << wanted << "\n";
             return 77;
         }
