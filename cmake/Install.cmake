@@ -60,3 +60,9 @@ set(CPACK_PACKAGE_FILE_NAME "ormsel-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CM
 set(CPACK_SOURCE_IGNORE_FILES "/build/;/\\\\.git/")
 set(CPACK_STRIP_FILES ON)
 include(CPack)
+
+# The installed tree is tested by programs that know nothing else of this project.
+if(ORMSEL_TESTS AND ORMSEL_SHARED)
+    add_test(NAME consumer COMMAND "${PROJECT_SOURCE_DIR}/tests/consumer/run" "${PROJECT_BINARY_DIR}")
+    set_tests_properties(consumer PROPERTIES TIMEOUT 600)
+endif()
