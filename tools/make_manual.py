@@ -78,7 +78,7 @@ def paragraphs(node, functions, first=".PP"):
 
 def header(name, version):
     date = time.strftime("%Y-%m-%d", time.gmtime(int(os.environ.get("SOURCE_DATE_EPOCH", time.time()))))
-    return ['.\\" SPDX-License-Identifier: Zlib', '.\\" Made from the comments of the headers; edit those.',
+    return ['.\\" SPDX-License-' 'Identifier: Zlib', '.\\" Made from the comments of the headers; edit those.',
             f'.TH {name} 3 {date} "Ormsel {version}" "Library Functions"', ".nh"]
 
 
