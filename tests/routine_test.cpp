@@ -31,11 +31,11 @@ struct Generic {
     unsigned long (*run)(const BltContext*, unsigned char alphaFill);
     bool narrowSource, narrowDestination, masked;
 };
-constexpr Generic generics[] = {Generic{BLT_FallbackBltT<uint16_t, uint16_t>, true, true, false},
-                                Generic{BLT_FallbackBltT<uint32_t, uint16_t>, false, true, false},
-                                Generic{BLT_FallbackBltT<uint32_t, uint32_t>, false, false, false},
-                                Generic{BLT_FallbackBltMaskT<uint32_t, uint16_t>, false, true, true},
-                                Generic{BLT_FallbackBltMaskT<uint32_t, uint32_t>, false, false, true}};
+constexpr Generic generics[] = {Generic{BLT_FallbackBltT<unsigned short, unsigned short>, true, true, false},
+                                Generic{BLT_FallbackBltT<unsigned long, unsigned short>, false, true, false},
+                                Generic{BLT_FallbackBltT<unsigned long, unsigned long>, false, false, false},
+                                Generic{BLT_FallbackBltMaskT<unsigned long, unsigned short>, false, true, true},
+                                Generic{BLT_FallbackBltMaskT<unsigned long, unsigned long>, false, false, true}};
 
 // A call of a routine, a generic instance or, with neither, a dispatcher. Source, destination and mask lie
 // anywhere in one arena of three parts, at any alignment, running up or down.
