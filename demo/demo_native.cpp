@@ -36,12 +36,12 @@ enum RawKey : uint16 {
     KeypadPlus = 94,
 };
 
-/// What is kept of an input message once it has been replied to.
+// What is kept of an input message once it has been replied to.
 struct Input {
     uint32 IClass;
     uint16 ICode;
     uint32 MouseX, MouseY;
-    int16 wheel; ///< steps; 0 unless the message carries wheel data
+    int16 wheel; // steps; 0 unless the message carries wheel data
 
     explicit Input(const IntuiMessage& IMsg)
         : IClass(IMsg.Class), ICode(IMsg.Code), MouseX(static_cast<uint32>(IMsg.MouseX)),
@@ -59,8 +59,8 @@ TTF_Font* openFont(const char* path, int points) {
     return font;
 }
 
-/// Seconds count as much as milliseconds here: a difference is a time in milliseconds only while the seconds
-/// do not change.
+// Seconds count as much as milliseconds here: a difference is a time in milliseconds only while the seconds
+// do not change.
 double readTimer() {
     TimeVal m_time_val;
     GetSysTime(&m_time_val);
@@ -74,14 +74,14 @@ public:
     NativeMode(const NativeMode&) = delete;
     NativeMode& operator=(const NativeMode&) = delete;
 
-    /// Serves input until the user ends the program.
+    // Serves input until the user ends the program.
     void run();
 
 private:
     void allocateBitmaps(uint32 depth);
     void showFirstPicture();
 
-    /// These return whether the frame is to be drawn again.
+    // These return whether the frame is to be drawn again.
     bool handle(const Input& input);
     bool handleButton(const Input& input);
     bool handleKey(uint16 code);
@@ -95,13 +95,13 @@ private:
     SDL_Surface* background;
     SDL_Surface* alpha;
     BitMap* screenBuffer;
-    BitMap* backBuffer = nullptr; ///< each frame is composed here
-    BitMap* backGround = nullptr; ///< holds the background picture
+    BitMap* backBuffer = nullptr; // each frame is composed here
+    BitMap* backGround = nullptr; // holds the background picture
     TTF_Font* pFont = nullptr;
     TTF_Font* pCourier = nullptr;
-    uint32 px = 0, py = 0; ///< where the alpha picture stands; signed in meaning
+    uint32 px = 0, py = 0; // where the alpha picture stands; signed in meaning
     int16 constantAlpha = 0;
-    bool refresh = true; ///< the first message, whatever it is, draws the frame
+    bool refresh = true; // the first message, whatever it is, draws the frame
     bool button_down = false;
     bool out = false;
 };
@@ -134,7 +134,7 @@ NativeMode::~NativeMode() {
         TTF_CloseFont(pCourier);
 }
 
-/// Frames are composed in R5G6B5 on every screen; the background is kept in the screen's own format.
+// Frames are composed in R5G6B5 on every screen; the background is kept in the screen's own format.
 void NativeMode::allocateBitmaps(uint32 depth) {
     TagItem ti[7] = {
         {BMATags_RGBFormat, RGBFB_R5G6B5},

@@ -16,7 +16,7 @@ namespace {
 constexpr Uint32 BlitFlags = 1;
 constexpr char Stars[] = "************************************************************";
 
-/// Renders a line of text and hands it to `put`, unless there is no font or nothing to see.
+// Renders a line of text and hands it to `put`, unless there is no font or nothing to see.
 template <typename Put>
 void withText(const char* text, SDL_Color col, TTF_Font* font, Put put) {
     if (!font)
@@ -29,8 +29,8 @@ void withText(const char* text, SDL_Color col, TTF_Font* font, Put put) {
     }
 }
 
-/// Hands the six lines of a surface's report to `put`, one by one.
-/// @param nameFormat how the surface's name stands in the second line
+// Hands the six lines of a surface's report to `put`, one by one.
+// @param nameFormat how the surface's name stands in the second line
 template <typename Put>
 void reportSurface(const char* nameFormat, const char* desc, const SDL_Surface* surface, Put put) {
     const SDL_PixelFormat& fmt = *surface->format;
@@ -54,7 +54,7 @@ void reportSurface(const char* nameFormat, const char* desc, const SDL_Surface* 
     put(Stars);
 }
 
-/// What one blit of a whole surface achieved, whatever part of it clipping left.
+// What one blit of a whole surface achieved, whatever part of it clipping left.
 struct Timing {
     Uint32 ticks;
     double fps, megabytes;

@@ -26,8 +26,8 @@ SDL_Surface* openScreen(int depth) {
     return screen;
 }
 
-/// @param name   what the first line says
-/// @param others what the other two say; not always the same
+// @param name   what the first line says
+// @param others what the other two say; not always the same
 void reportLayout(const char* name, const char* others, const SDL_PixelFormat& fmt) {
     DebugPrintF("%s Shift: a[%8d] r[%8d] g[%8d] b[%8d]\n", name, fmt.Ashift, fmt.Rshift, fmt.Gshift,
                 fmt.Bshift);

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// What the alpha picture is converted to: alpha, red, green, blue from the top of a 32-bit word. The masks
-/// alone define that; the shifts, which do not match them, are never looked at by the conversion.
+// What the alpha picture is converted to: alpha, red, green, blue from the top of a 32-bit word. The masks
+// alone define that; the shifts, which do not match them, are never looked at by the conversion.
 constexpr SDL_PixelFormat AlphaFormat{
     .palette = nullptr,
     .BitsPerPixel = 32,
@@ -40,7 +40,7 @@ struct Options {
     int sd = 16;
 };
 
-/// Unknown words are skipped, and later ones override earlier ones.
+// Unknown words are skipped, and later ones override earlier ones.
 Options readOptions(int argc, char** argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
@@ -68,7 +68,7 @@ SDL_Surface* load(const char* path) {
     return IMG_Load(volumePath(path).c_str());
 }
 
-/// Gives the picture a layout that the fast routines serve, and a constant alpha.
+// Gives the picture a layout that the fast routines serve, and a constant alpha.
 SDL_Surface* prepareAlpha(SDL_Surface* alpha) {
     SDL_PixelFormat fmt = AlphaFormat;
     dumpSurfaceInfo("'alpha' before convert", alpha);

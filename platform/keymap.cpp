@@ -15,7 +15,7 @@ struct SymbolKey {
     uint8 code;
 };
 
-/** Keys that bear no letter: their symbol is the same in every layout. */
+// Keys that bear no letter: their symbol is the same in every layout.
 constexpr SymbolKey layoutFree[] = {
     {SDLK_ESCAPE, 0x45},    {SDLK_F1, 0x50},        {SDLK_F2, 0x51},          {SDLK_F3, 0x52},
     {SDLK_F4, 0x53},        {SDLK_F5, 0x54},        {SDLK_F6, 0x55},          {SDLK_F7, 0x56},
@@ -35,7 +35,7 @@ constexpr SymbolKey layoutFree[] = {
     {SDLK_KP_PLUS, 0x5E},   {SDLK_KP_ENTER, 0x43},
 };
 
-/** Keys that bear letters, by the symbol they have in the US layout; for displays without X keycodes. */
+// Keys that bear letters, by the symbol they have in the US layout; for displays without X keycodes.
 constexpr SymbolKey usLayout[] = {
     {SDLK_BACKQUOTE, 0x00},   {SDLK_1, 0x01},
     {SDLK_2, 0x02},           {SDLK_3, 0x03},
@@ -64,7 +64,7 @@ constexpr SymbolKey usLayout[] = {
     {SDLK_SLASH, 0x3A},
 };
 
-/** X keycodes of keys that bear letters: runs of neighbours. They are the same in all of its keycode sets. */
+// X keycodes of keys that bear letters: runs of neighbours. They are the same in all of its keycode sets.
 struct KeycodeRun {
     uint8 first, last, code;
 };

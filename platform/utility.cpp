@@ -2,7 +2,7 @@
 // utility: tag lists.
 #include <proto/utility.h>
 
-const TagItem* NextTagItem(const TagItem** list) {
+const TagItem* NextTagItem(const TagItem** list) noexcept {
     const TagItem* item = *list;
     while (item) {
         switch (item->ti_Tag) {
@@ -27,14 +27,14 @@ const TagItem* NextTagItem(const TagItem** list) {
     return nullptr;
 }
 
-const TagItem* FindTagItem(Tag tag, const TagItem* list) {
+const TagItem* FindTagItem(Tag tag, const TagItem* list) noexcept {
     while (const TagItem* const item = NextTagItem(&list))
         if (item->ti_Tag == tag)
             return item;
     return nullptr;
 }
 
-TagData GetTagData(Tag tag, TagData fallback, const TagItem* list) {
+TagData GetTagData(Tag tag, TagData fallback, const TagItem* list) noexcept {
     const TagItem* const item = FindTagItem(tag, list);
     return item ? item->ti_Data : fallback;
 }

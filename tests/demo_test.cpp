@@ -35,10 +35,11 @@ public:
                   {{"DISPLAY", display()},
                    {"SDL_VIDEODRIVER", driver},
                    {"KORVALEN_VOLUME", folder},
-                   {"LSAN_OPTIONS", "print_suppressions=0"}, // says what it does on standard error
+                   // Without what it would say about them on standard error.
+                   {"LSAN_OPTIONS", "print_suppressions=0:suppressions=\"" ORMSEL_LEAKS_FILE "\""},
                    {"ORMSEL_WORKBENCH_DEPTH", workbenchDepth}}) {}
 
-    /// Waits until the condition holds. @return whether it does, unless the program ended before
+    // Waits until the condition holds. @return whether it does, unless the program ended before
     bool waitUntil(const std::function<bool()>& condition) {
         return x11::waitFor([&] { return condition() || ended(); }, Patience) && condition();
     }
@@ -47,7 +48,7 @@ public:
     }
 };
 
-/// A frame in the making: each channel in the upper bits of its byte.
+// A frame in the making: each channel in the upper bits of its byte.
 struct Frame : Image {
     int depth;
 
@@ -77,7 +78,7 @@ const std::string Loss = "Loss:  a[       0] r[       0] g[       0] b[       0]
 
 constexpr uint32_t Unknown = 0xFF000000; // in a frame
 
-/// Both pictures.
+// Both pictures.
 Frame frameOf(int depth, int x, int y, int alpha) {
     static const Image background = Image::load(volume("/pictures/blue.png"));
     static const Image alphaPicture = Image::load(volume("/pictures/alpha.png"));
@@ -87,7 +88,7 @@ Frame frameOf(int depth, int x, int y, int alpha) {
     return frame;
 }
 
-/// The native mode's frame.
+// The native mode's frame.
 Frame nativeFrame(int x, int y, int alpha) {
     static TTF_Font* const sans = (TTF_Init(), TTF_OpenFont(volume("/fonts/FreeSans.ttf").c_str(), 18));
     static TTF_Font* const mono = TTF_OpenFont(volume("/fonts/FreeMono.ttf").c_str(), 12);
@@ -111,7 +112,7 @@ Frame nativeFrame(int x, int y, int alpha) {
     return frame;
 }
 
-/// Waits until the user sees this frame, up to bits that its pixels lack.
+// Waits until the user sees this frame, up to bits that its pixels lack.
 bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame) {
     const uint32_t bits = frame.depth == 16 ? 0xF8FCF8 : 0xFFFFFF;
     const auto same = [&](uint32_t is, uint32_t shall) { return shall == Unknown || !((is ^ shall) & bits); };
@@ -121,7 +122,7 @@ bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame) {
     });
 }
 
-/// The line on a blit of so many bytes, with the time that `line` itself states.
+// The line on a blit of so many bytes, with the time that `line` itself states.
 std::string timing(const std::string& line, double bytes) {
     const double fps = 1.0 / std::atoi(line.c_str()) * 1000.0, megabytes = bytes / 1024 / 1024;
     char text[128];
@@ -130,7 +131,7 @@ std::string timing(const std::string& line, double bytes) {
     return text;
 }
 
-/// The SDL mode's standard error on 16 bits, but for its start: the layout of the picture as it is loaded.
+// The SDL mode's standard error on 16 bits, but for its start: the layout of the picture as it is loaded.
 std::string sdlReport(const std::string& backgroundTiming, const std::string& alphaTiming) {
     const std::string stars = Stars + "\n", dashes = std::string(60, '-') + "\n";
     return Loss + "\n" + stars + stars +

@@ -14,13 +14,14 @@
 #include <SDL.h>
 
 #include <graphics/clip.h>
-#include <host/testing.h>
 #include <intuition/intuition.h>
 #include <libraries/Picasso96.h>
 #include <ormsel/ormsel.h>
 #include <proto/Picasso96API.h>
 #include <proto/graphics.h>
 #include <proto/intuition.h>
+
+#include "tests/faults.h"
 
 namespace {
 
@@ -38,14 +39,14 @@ uint8* rowOf(const OwnBitMap& bitmap, long y) {
     return static_cast<uint8*>(info.Memory) + y * static_cast<uint16>(info.BytesPerRow);
 }
 
-/// A bitmap or a surface; with a format code the surface is passed as an array of pixels.
+// A bitmap or a surface; with a format code the surface is passed as an array of pixels.
 struct Source {
     long width, height;
     OwnBitMap bitmap;
     std::shared_ptr<SDL_Surface> surface;
     uint32 arrayFormat;
 };
-/// Depth and masks. The last four are in the order of the format codes from RGBFB_A8R8G8B8.
+// Depth and masks. The last four are in the order of the format codes from RGBFB_A8R8G8B8.
 constexpr uint32 surfaceFormats[][5] = {{15, 0x7C00, 0x3E0, 0x1F, 0},
                                         {16, 0xF800, 0x7E0, 0x1F, 0},
                                         {24, 0xFF0000, 0xFF00, 0xFF, 0},
@@ -67,7 +68,7 @@ struct Request {
 struct TestWindow {
     Window* window;
     long width, height;
-    /// Of a super-bitmap window, and what the window shows, made without layers.
+    // Of a super-bitmap window, and what the window shows, made without layers.
     OwnBitMap super, plain;
 };
 
@@ -89,8 +90,8 @@ protected:
         UnlockPubScreen("Workbench", screen_);
         windows_.clear();
         sources_.clear();
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
-        EXPECT_EQ(HOST_LiveAllocations(), allocations_);
+        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(liveAllocations(), allocations_);
     }
 
     long within(long low, long high) { return std::uniform_int_distribution<long>(low, high)(random_); }
@@ -159,8 +160,8 @@ protected:
                                  r.alpha, static_cast<unsigned char>(s.arrayFormat));
     }
 
-    /// The same blit without a layer: one rectangle, a column and a row larger than the request, cut to the
-    /// window.
+    // The same blit without a layer: one rectangle, a column and a row larger than the request, cut to the
+    // window.
     void onPlain(const TestWindow& w, const Source& s, const Request& r) {
         const long x0 = std::max(r.dstX, 0L), y0 = std::max(r.dstY, 0L);
         const long x1 = std::min(r.dstX + r.width + 1, w.width);
@@ -184,7 +185,7 @@ protected:
             setCovered(w, before);
     }
 
-    /// Gives the covered part of a window's plain bitmap the pixels of another one.
+    // Gives the covered part of a window's plain bitmap the pixels of another one.
     void setCovered(const TestWindow& w, const OwnBitMap& to) const {
         for (long y = 0; y < w.height; ++y)
             for (long x = 0; x < w.width; ++x)
@@ -196,7 +197,7 @@ protected:
                     std::copy_n(rowOf(to, y) + x * bytes_, bytes_, rowOf(w.plain, y) + x * bytes_);
     }
 
-    /// Brings a window to the front, puts it behind all others or moves it.
+    // Brings a window to the front, puts it behind all others or moves it.
     void rearrange(TestWindow& w, long action) {
         const auto at = windows_.begin() + (&w - windows_.data());
         if (action == 0) {
@@ -226,7 +227,7 @@ protected:
         }
     }
 
-    const long allocations_ = HOST_LiveAllocations();
+    const long allocations_ = liveAllocations();
     const uint32 format_ = GetParam() % 2 ? RGBFB_A8R8G8B8 : RGBFB_R5G6B5;
     const long bytes_ = GetParam() % 2 ? 4 : 2;
     std::mt19937 random_{GetParam()};
