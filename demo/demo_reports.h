@@ -9,11 +9,11 @@
 struct BitMap;
 struct RastPort;
 
-inline constexpr SDL_Color white{255, 255, 255, 0};
-inline constexpr SDL_Color black{0, 0, 0, 0};
-inline constexpr SDL_Color red{255, 0, 0, 0};
-inline constexpr SDL_Color green{0, 255, 0, 0};
-inline constexpr SDL_Color blue{0, 0, 255, 0};
+inline constexpr SDL_Color kWhite{255, 255, 255, 0};
+inline constexpr SDL_Color kBlack{0, 0, 0, 0};
+inline constexpr SDL_Color kRed{255, 0, 0, 0};
+inline constexpr SDL_Color kGreen{0, 255, 0, 0};
+inline constexpr SDL_Color kBlue{0, 0, 255, 0};
 
 // Used wherever no font is given; null: such text is not drawn.
 extern TTF_Font* pFallbackFont;

@@ -40,7 +40,7 @@ void DebugPrintF(const char* format, ...) noexcept {
     if (length < 0)
         return;
     if (length > kLongestText)
-        std::memcpy(text + kLongestText - 4, "...\n", 4);
+        std::snprintf(text + kLongestText - 4, 5, "...\n");
 
     pthread_mutex_lock(&output.mutex);
     if (output.sink)

@@ -37,7 +37,7 @@ host::WakePipe& breakPipe() {
     return pipe;
 }
 
-extern "C" void onInterrupt(int) {
+void onInterrupt(int) {
     breakRaised = true;
     breakPipe().wake();
 }

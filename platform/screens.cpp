@@ -12,6 +12,7 @@
 #include "guard.h"
 #include "intuition.h"
 #include "modes.h"
+#include "tags.h"
 
 namespace host {
 
@@ -44,13 +45,13 @@ uint32 workbenchDepth() {
 }
 
 bool isWorkbenchName(const char* name) {
-    static constexpr char expected[] = "workbench";
+    static constexpr char kExpected[] = "workbench";
     if (!name)
         return true;
     std::size_t i = 0;
-    while (name[i] && (name[i] | 0x20) == expected[i])
+    while (name[i] && (name[i] | 0x20) == kExpected[i])
         ++i;
-    return !name[i] && !expected[i];
+    return !name[i] && !kExpected[i];
 }
 
 // The mode that the tags of a screen ask for.
@@ -106,7 +107,7 @@ Screen* OpenScreenTagList(const NewScreen* ns, const TagItem* tags) noexcept {
             SDL_SetError("No such display mode");
             return nullptr;
         }
-        const auto* const title = reinterpret_cast<const char*>(GetTagData(SA_Title, 0, tags));
+        const auto* const title = pointerTag<const char*>(SA_Title, tags);
         screen->title = title ? title : "";
         screen->custom = true;
         if (!furnish(*screen, *mode))

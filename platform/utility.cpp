@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Zlib
 // utility: tag lists.
-#include <proto/utility.h>
+#include "tags.h"
 
 const TagItem* NextTagItem(const TagItem** list) noexcept {
     const TagItem* item = *list;
@@ -13,7 +13,7 @@ const TagItem* NextTagItem(const TagItem** list) noexcept {
             ++item;
             break;
         case TAG_MORE:
-            item = reinterpret_cast<const TagItem*>(item->ti_Data);
+            item = host::asPointer<const TagItem*>(item->ti_Data);
             break;
         case TAG_SKIP:
             item += 1 + item->ti_Data;

@@ -9,6 +9,7 @@
 
 #include "guard.h"
 #include "intuition.h"
+#include "tags.h"
 
 namespace host {
 
@@ -40,8 +41,8 @@ std::unique_ptr<WindowRecord> makeWindow(ScreenRecord& screen, const TagItem* ta
     window->WScreen = &screen;
     window->Flags = static_cast<uint32>(GetTagData(WA_Flags, 0, tags));
     window->IDCMPFlags = static_cast<uint32>(GetTagData(WA_IDCMP, 0, tags));
-    if (const TagItem* const title = FindTagItem(WA_Title, tags); title && title->ti_Data)
-        window->title = reinterpret_cast<const char*>(title->ti_Data);
+    if (const auto* const title = pointerTag<const char*>(WA_Title, tags))
+        window->title = title;
     const Tag widthTag = FindTagItem(WA_InnerWidth, tags) ? WA_InnerWidth : WA_Width;
     const Tag heightTag = FindTagItem(WA_InnerHeight, tags) ? WA_InnerHeight : WA_Height;
     window->Width = clampedTag(widthTag, screen.Width, 1, screen.Width, tags);
@@ -53,7 +54,7 @@ std::unique_ptr<WindowRecord> makeWindow(ScreenRecord& screen, const TagItem* ta
         if (!window->UserPort)
             return nullptr;
     }
-    auto* const super = reinterpret_cast<BitMap*>(GetTagData(WA_SuperBitMap, 0, tags));
+    auto* const super = pointerTag<BitMap*>(WA_SuperBitMap, tags);
     const Box box = window->box();
     window->WLayer = CreateUpfrontLayer(&screen.layers, screen.bitmap.get(), static_cast<int32>(box.x0),
                                         static_cast<int32>(box.y0), static_cast<int32>(box.x1 - 1),
@@ -96,7 +97,7 @@ Window* OpenWindowTagList(const NewWindow* nw, const TagItem* tags) noexcept {
     if (nw)
         return nullptr;
     auto* const window = orFail<WindowRecord*>(nullptr, [&]() -> WindowRecord* {
-        auto* const wanted = reinterpret_cast<Screen*>(GetTagData(WA_CustomScreen, 0, tags));
+        auto* const wanted = pointerTag<Screen*>(WA_CustomScreen, tags);
         ScreenRecord* const screen = wanted ? &record(wanted) : openWorkbench();
         if (!screen)
             return nullptr;

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Zlib
-// Faults on demand in the provider's calls, and what is allocated and locked. The linker puts these in the place
-// of the calls (`--wrap`), so the library knows nothing of them.
+// Faults on demand in the provider's calls, and what is allocated and locked. The linker puts these in the
+// place of the calls (`--wrap`), so the library knows nothing of them.
 #pragma once
 
 struct BitMap;
 
-// After `skip` more allocations of memory for programs, bitmaps or pixels (the provider's own included) `count`
-// ones fail.
+// After `skip` more allocations of memory for programs, bitmaps or pixels (the provider's own included)
+// `count` ones fail.
 void failAllocations(long skip, long count);
 
 // After `skip` more calls of p96LockBitMap() `count` ones fail.

@@ -48,7 +48,7 @@ void play(x11::User& user) {
 
 int run(const std::string& picture, const x11::Words& command) {
     x11::Server server(1024, 768);
-    x11::Program program(command, x11::Program::Output::Shared,
+    x11::Program program(command, x11::Program::Output::kShared,
                          {{"DISPLAY", server.name()}, {"SDL_VIDEODRIVER", "x11"}, {"WAYLAND_DISPLAY", {}}});
     x11::User user(server.name());
     bool found = false;

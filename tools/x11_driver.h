@@ -33,11 +33,11 @@ using namespace std::chrono_literals;
 using Duration = std::chrono::milliseconds;
 
 // How long anything may take. Generous: sanitizers and emulators are slow.
-inline constexpr Duration Patience = 60s;
+inline constexpr Duration kPatience = 60s;
 
 // Polls until `condition` holds. @return whether it did within `patience`
 template <typename Condition>
-bool waitFor(Condition condition, Duration patience = Patience) {
+bool waitFor(Condition condition, Duration patience = kPatience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
@@ -99,10 +99,10 @@ using Environment = std::vector<std::pair<std::string, std::optional<std::string
 // A running program; killed, if need be, with the object.
 class Program {
 public:
-    enum class Output { Shared, Captured };
+    enum class Output { kShared, kCaptured };
 
     Program(const Words& command, Output output, const Environment& environment = {}, int keepOpen = -1) {
-        if (output == Output::Captured) {
+        if (output == Output::kCaptured) {
             out_ = std::tmpfile();
             err_ = std::tmpfile();
         }
@@ -151,7 +151,7 @@ public:
         return ended_;
     }
     // Waits for the end. @return the exit code; 128 + the signal that killed it; -1 if it goes on and on
-    int exitCode(Duration patience = Patience) {
+    int exitCode(Duration patience = kPatience) {
         if (!waitFor([&] { return ended(); }, patience))
             return -1;
         return WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
@@ -189,12 +189,12 @@ public:
         const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
         xvfb_.emplace(Words{"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size, "-nolisten",
                             "tcp", "-noreset"},
-                      Program::Output::Captured, Environment{}, ends[1]);
+                      Program::Output::kCaptured, Environment{}, ends[1]);
         close(ends[1]);
         std::string number;
         pollfd ready{ends[0], POLLIN, 0};
         char c;
-        while (poll(&ready, 1, static_cast<int>(Patience.count())) > 0 && read(ends[0], &c, 1) == 1 &&
+        while (poll(&ready, 1, static_cast<int>(kPatience.count())) > 0 && read(ends[0], &c, 1) == 1 &&
                c != '\n')
             number += c;
         close(ends[0]);
@@ -256,8 +256,8 @@ public:
     // A key goes up and down no faster than a hand could do it: SDL takes a press within two milliseconds of
     // the release for a repetition by the keyboard.
     void key(KeySym symbol, bool down) {
-        constexpr unsigned long handDelay = 8; // milliseconds
-        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, handDelay);
+        constexpr unsigned long kHandDelay = 8; // milliseconds
+        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, kHandDelay);
         XSync(display_, False);
     }
     void type(KeySym symbol, int times = 1) {
