@@ -16,7 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 using x11::Image, x11::Program, x11::Words;
 
-constexpr x11::Duration Patience = std::chrono::minutes(2);
+constexpr x11::Duration kPatience = std::chrono::minutes(2);
 
 const std::string& display() {
     static const x11::Server xvfb(1024, 768);
@@ -31,23 +31,24 @@ class Korvalen : public Program {
 public:
     explicit Korvalen(Words words, const std::string& driver = "x11", const std::string& folder = volume(),
                       const char* workbenchDepth = "32")
-        : Program((words.insert(words.begin(), std::getenv("KORVALEN_PROGRAM")), words), Output::Captured,
+        : Program((words.insert(words.begin(), std::getenv("KORVALEN_PROGRAM")), words), Output::kCaptured,
                   {{"DISPLAY", display()},
                    {"SDL_VIDEODRIVER", driver},
                    {"KORVALEN_VOLUME", folder},
-                   {"LSAN_OPTIONS", "print_suppressions=0"}, // says what it does on standard error
+                   // Without what it would say about them on standard error.
+                   {"LSAN_OPTIONS", "print_suppressions=0:suppressions=\"" ORMSEL_LEAKS_FILE "\""},
                    {"ORMSEL_WORKBENCH_DEPTH", workbenchDepth}}) {}
 
-    /// Waits until the condition holds. @return whether it does, unless the program ended before
+    // Waits until the condition holds. @return whether it does, unless the program ended before
     bool waitUntil(const std::function<bool()>& condition) {
-        return x11::waitFor([&] { return condition() || ended(); }, Patience) && condition();
+        return x11::waitFor([&] { return condition() || ended(); }, kPatience) && condition();
     }
     bool says(const std::string& text) {
         return waitUntil([&] { return (out() + err()).find(text) != std::string::npos; });
     }
 };
 
-/// A frame in the making: each channel in the upper bits of its byte.
+// A frame in the making: each channel in the upper bits of its byte.
 struct Frame : Image {
     int depth;
 
@@ -70,14 +71,14 @@ struct Frame : Image {
     }
 };
 
-const std::string Stars(60, '*');
-const std::string Shift = "Shift: a[      24] r[      16] g[       8] b[       0]";
-const std::string Mask = "Mask:  a[ff000000] r[00ff0000] g[0000ff00] b[000000ff]";
-const std::string Loss = "Loss:  a[       0] r[       0] g[       0] b[       0]";
+const std::string kStars(60, '*');
+const std::string kShift = "Shift: a[      24] r[      16] g[       8] b[       0]";
+const std::string kMask = "Mask:  a[ff000000] r[00ff0000] g[0000ff00] b[000000ff]";
+const std::string kLoss = "Loss:  a[       0] r[       0] g[       0] b[       0]";
 
-constexpr uint32_t Unknown = 0xFF000000; // in a frame
+constexpr uint32_t kUnknown = 0xFF000000; // in a frame
 
-/// Both pictures.
+// Both pictures.
 Frame frameOf(int depth, int x, int y, int alpha) {
     static const Image background = Image::load(volume("/pictures/blue.png"));
     static const Image alphaPicture = Image::load(volume("/pictures/alpha.png"));
@@ -87,7 +88,7 @@ Frame frameOf(int depth, int x, int y, int alpha) {
     return frame;
 }
 
-/// The native mode's frame.
+// The native mode's frame.
 Frame nativeFrame(int x, int y, int alpha) {
     static TTF_Font* const sans = (TTF_Init(), TTF_OpenFont(volume("/fonts/FreeSans.ttf").c_str(), 18));
     static TTF_Font* const mono = TTF_OpenFont(volume("/fonts/FreeMono.ttf").c_str(), 12);
@@ -101,27 +102,29 @@ Frame nativeFrame(int x, int y, int alpha) {
     const std::string value = std::to_string(alpha);
     write("Alpha: " + value + ", " + std::to_string(x) + "x" + std::to_string(y), sans, 255, 3, 3);
     const std::string name = "Surface 'AlphaSurface': depth = 32, bpp = 4, blend = ON value = " + value;
-    for (int top = 38; const std::string& line : {Stars, name, Shift, Mask, Loss, Stars}) {
+    for (int top = 38; const std::string& line : {kStars, name, kShift, kMask, kLoss, kStars}) {
         write(line, mono, 0, 4, top + 1);
         write(line, mono, 255, 3, top);
         top += 13;
     }
     for (const auto& [first, last] : {std::pair{25, 43}, {580, 600}}) // two lines with timings
-        std::fill(frame.pixels.begin() + 800 * first, frame.pixels.begin() + 800 * last, Unknown);
+        std::fill(frame.pixels.begin() + 800 * first, frame.pixels.begin() + 800 * last, kUnknown);
     return frame;
 }
 
-/// Waits until the user sees this frame, up to bits that its pixels lack.
+// Waits until the user sees this frame, up to bits that its pixels lack.
 bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame) {
     const uint32_t bits = frame.depth == 16 ? 0xF8FCF8 : 0xFFFFFF;
-    const auto same = [&](uint32_t is, uint32_t shall) { return shall == Unknown || !((is ^ shall) & bits); };
+    const auto same = [&](uint32_t is, uint32_t shall) {
+        return shall == kUnknown || !((is ^ shall) & bits);
+    };
     return korvalen.waitUntil([&] {
         const Image shown = user.find(800, 600) ? user.look() : Image{};
         return std::ranges::equal(shown.pixels, frame.pixels, same);
     });
 }
 
-/// The line on a blit of so many bytes, with the time that `line` itself states.
+// The line on a blit of so many bytes, with the time that `line` itself states.
 std::string timing(const std::string& line, double bytes) {
     const double fps = 1.0 / std::atoi(line.c_str()) * 1000.0, megabytes = bytes / 1024 / 1024;
     char text[128];
@@ -130,19 +133,19 @@ std::string timing(const std::string& line, double bytes) {
     return text;
 }
 
-/// The SDL mode's standard error on 16 bits, but for its start: the layout of the picture as it is loaded.
+// The SDL mode's standard error on 16 bits, but for its start: the layout of the picture as it is loaded.
 std::string sdlReport(const std::string& backgroundTiming, const std::string& alphaTiming) {
-    const std::string stars = Stars + "\n", dashes = std::string(60, '-') + "\n";
-    return Loss + "\n" + stars + stars +
-           "Surface 'alpha' after convert: depth = 32, bpp = 4, blend = ON value = 255\n" + Shift + "\n" +
-           Mask + "\n" + Loss + "\n" + stars + "Running korvalen - SDL version\n" + dashes +
+    const std::string stars = kStars + "\n", dashes = std::string(60, '-') + "\n";
+    return kLoss + "\n" + stars + stars +
+           "Surface 'alpha' after convert: depth = 32, bpp = 4, blend = ON value = 255\n" + kShift + "\n" +
+           kMask + "\n" + kLoss + "\n" + stars + "Running korvalen - SDL version\n" + dashes +
            "Korvalen SDL_image version\n" + "Blitting Image to a SDL_Surface ... " + backgroundTiming +
            "Screen Format: 16\n" + dashes +
-           "Screen Shift: a[       0] r[      11] g[       5] b[       0]\n" +
-           "Screen Mask:  a[00000000] r[0000f800] g[000007e0] b[0000001f]\n" +
-           "Screen Loss:  a[       0] r[       3] g[       2] b[       3]\n" + dashes + "Alpha Format: 16\n" +
-           dashes + "Alpha " + Shift + "\nBlue " + Mask + "\nBlue " + Loss + "\n" + dashes +
-           "Blue Flags: RLE: NO, ALPHA: YES \nBlitting Image to a SDL_Surface ... " + alphaTiming;
+           "Screen kShift: a[       0] r[      11] g[       5] b[       0]\n" +
+           "Screen kMask:  a[00000000] r[0000f800] g[000007e0] b[0000001f]\n" +
+           "Screen kLoss:  a[       0] r[       3] g[       2] b[       3]\n" + dashes +
+           "Alpha Format: 16\n" + dashes + "Alpha " + kShift + "\nBlue " + kMask + "\nBlue " + kLoss + "\n" +
+           dashes + "Blue Flags: RLE: NO, ALPHA: YES \nBlitting Image to a SDL_Surface ... " + alphaTiming;
 }
 
 TEST(Korvalen, SdlModeShowsBothPicturesReportsAndEndsWithEsc) {
@@ -151,7 +154,7 @@ TEST(Korvalen, SdlModeShowsBothPicturesReportsAndEndsWithEsc) {
         x11::User user(display());
         ASSERT_TRUE(sees(user, korvalen, frameOf(depth, 0, 0, 255))) << korvalen.err();
         user.type(XK_Escape);
-        EXPECT_EQ(korvalen.exitCode(Patience), 0);
+        EXPECT_EQ(korvalen.exitCode(kPatience), 0);
         const std::string out = korvalen.out(), background = timing(out, 800 * 600 * 4);
         const std::string alpha = timing(out.substr(out.find('\n') + 1), 300 * 300 * 4);
         EXPECT_EQ(out, background + alpha);
@@ -171,7 +174,7 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
         std::string driver = "dummy", folder = volume();
     } cases[] = {
         {{"--depth", "24", "-s", "-d", "8"},
-         "\nScreen Mask:  a[00000000] r[00ff0000] g[0000ff00] b[000000ff]\n"},
+         "\nScreen kMask:  a[00000000] r[00ff0000] g[0000ff00] b[000000ff]\n"},
         {{"-d", "32", "-s", "unknown", "-d", "16", "--SDL", "--depth=32"}, "Screen Format: 16\n"},
         {{"-s", "-d", "-d", "32", "--depth"}, "Screen Format: 16\n"},
         // The native mode.
@@ -192,7 +195,7 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
         EXPECT_TRUE(korvalen.says(test.says)) << korvalen.out() << korvalen.err();
         if (test.driver == "dummy")
             korvalen.signal(SIGINT);
-        EXPECT_EQ(korvalen.exitCode(Patience), test.code);
+        EXPECT_EQ(korvalen.exitCode(kPatience), test.code);
     }
     fs::remove_all(part);
 }
@@ -230,7 +233,7 @@ void visit(const Words& arguments, const char* workbenchDepth, void (*end)(x11::
         ASSERT_TRUE(sees(user, korvalen, nativeFrame(x, y, alpha))) << x << ' ' << y << ' ' << alpha;
     }
     end(user, korvalen);
-    EXPECT_EQ(korvalen.exitCode(Patience), 0);
+    EXPECT_EQ(korvalen.exitCode(kPatience), 0);
     const std::string dashes = std::string(51, '-') + "\n";
     const std::string banner = dashes + "Running korvalen - Amiga native version\n" + dashes;
     EXPECT_EQ(korvalen.out(), banner);

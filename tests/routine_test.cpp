@@ -7,11 +7,11 @@
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <host/testing.h>
 #include <sys/mman.h>
 
 #include "blt/blt_fallback.h"
 #include "blt/blt_routines.h"
+#include "tests/faults.h"
 #include "tests/images.h"
 
 namespace {
@@ -164,14 +164,14 @@ TEST(Routine, RandomContextsEqualTheModel) {
         random.fill(arena.at(begin), 3 * part);
         arena.share(begin, end);
         bare.draw(arena.memory);
-        HOST_FailAllocations(0, bare.blit.noMemory ? 1000 : 0);
+        failAllocations(0, bare.blit.noMemory ? 1000 : 0);
         const unsigned long result = bare.draw(arena);
-        HOST_FailAllocations(0, 0);
+        failAllocations(0, 0);
         const std::string wrong = (result ? "result is not 0\n" : "") + arena.difference(begin, end);
         return wrong.empty() ? wrong : wrong + bare.text();
     };
     EXPECT_EQ(forCases(150000, body), "");
-    EXPECT_EQ(HOST_LiveAllocations(), 0);
+    EXPECT_EQ(liveAllocations(), 0);
 }
 
 // A page boundary runs through the destination, and the pages on one side of it are read-only: the call must
