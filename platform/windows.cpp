@@ -2,6 +2,8 @@
 // intuition: windows.
 #include <algorithm>
 
+#include <SDL_error.h>
+
 #include <proto/exec.h>
 #include <proto/intuition.h>
 #include <proto/layers.h>
@@ -112,10 +114,13 @@ Window* OpenWindowTagList(const NewWindow* nw, const TagItem* tags) noexcept {
         removeWindow(made);
         return nullptr;
     });
-    if (!window)
+    if (!window) {
+        if (!*SDL_GetError())
+            SDL_SetError("No memory for a window");
         closeUnusedWorkbench();
-    else if (window->Flags & WFLG_ACTIVATE)
+    } else if (window->Flags & WFLG_ACTIVATE) {
         activate(*window);
+    }
     return window;
 }
 

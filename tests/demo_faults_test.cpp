@@ -95,7 +95,10 @@ TEST(NativeMode, FaultsLeaveNothingOpen) {
             EXPECT_TRUE(run(failLocks, skip, 1));
             run(failAllocations, skip, 1);
         }
-        EXPECT_EQ(complaints, (std::set<std::string>{"OpenScreen failed!\n", "OpenWindow failed!\n", ""}));
+        const std::string size = fullscreen ? "800x600" : "1024x768";
+        EXPECT_EQ(complaints, (std::set<std::string>{
+                                  "OpenScreen failed!\nNo memory for a screen of " + size + " pixels\n",
+                                  "OpenWindow failed!\nNo memory for a window\n", ""}));
     }
     TTF_Quit();
     SDL_FreeSurface(picture);

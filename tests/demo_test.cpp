@@ -4,6 +4,7 @@
 // CTest sets KORVALEN_PROGRAM and KORVALEN_VOLUME.
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 #include <SDL_ttf.h>
@@ -32,8 +33,8 @@ public:
     explicit Korvalen(Words words, const std::string& driver = "x11", const std::string& folder = volume(),
                       const char* workbenchDepth = "32")
         : Program((words.insert(words.begin(), std::getenv("KORVALEN_PROGRAM")), words), Output::kCaptured,
-                  {{"DISPLAY", display()},
-                   {"SDL_VIDEODRIVER", driver},
+                  {{"DISPLAY", driver.empty() ? std::nullopt : std::optional(display())},
+                   {"SDL_VIDEODRIVER", driver.empty() ? std::nullopt : std::optional(driver)},
                    {"KORVALEN_VOLUME", folder},
                    // Without what it would say about them on standard error.
                    {"LSAN_OPTIONS", "print_suppressions=0:suppressions=\"" ORMSEL_LEAKS_FILE "\""},
@@ -43,8 +44,26 @@ public:
     bool waitUntil(const std::function<bool()>& condition) {
         return x11::waitFor([&] { return condition() || ended(); }, kPatience) && condition();
     }
+    // Whether it wakes up but a few times while nothing happens: looking every 20 milliseconds would do it
+    // more often.
+    bool sleeps() {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        const long before = timesAsleep();
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        return timesAsleep() - before < 10;
+    }
     bool says(const std::string& text) {
         return waitUntil([&] { return (out() + err()).find(text) != std::string::npos; });
+    }
+
+private:
+    long timesAsleep() const {
+        std::ifstream status("/proc/" + std::to_string(id()) + "/status");
+        const std::string name = "voluntary_ctxt_switches:";
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with(name))
+                return std::stol(line.substr(name.size()));
+        throw std::runtime_error("no such program");
     }
 };
 
@@ -112,11 +131,15 @@ Frame nativeFrame(int x, int y, int alpha) {
     return frame;
 }
 
-// Waits until the user sees this frame, up to bits that its pixels lack.
-bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame) {
-    const uint32_t bits = frame.depth == 16 ? 0xF8FCF8 : 0xFFFFFF;
+// Each channel widened by its own upper bits, as a 24-bit display shows a 16-bit screen: white stays white.
+uint32_t widened(uint32_t pixel) {
+    return (pixel & 0xF8FCF8) | (pixel >> 5 & 0x070007) | (pixel >> 6 & 0x000300);
+}
+
+// Waits until the user sees this frame, on a screen whose pixels the provider widens or not.
+bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame, bool widens = false) {
     const auto same = [&](uint32_t is, uint32_t shall) {
-        return shall == kUnknown || !((is ^ shall) & bits);
+        return shall == kUnknown || is == (widens ? widened(shall) : shall);
     };
     return korvalen.waitUntil([&] {
         const Image shown = user.find(800, 600) ? user.look() : Image{};
@@ -141,11 +164,11 @@ std::string sdlReport(const std::string& backgroundTiming, const std::string& al
            kMask + "\n" + kLoss + "\n" + stars + "Running korvalen - SDL version\n" + dashes +
            "Korvalen SDL_image version\n" + "Blitting Image to a SDL_Surface ... " + backgroundTiming +
            "Screen Format: 16\n" + dashes +
-           "Screen kShift: a[       0] r[      11] g[       5] b[       0]\n" +
-           "Screen kMask:  a[00000000] r[0000f800] g[000007e0] b[0000001f]\n" +
-           "Screen kLoss:  a[       0] r[       3] g[       2] b[       3]\n" + dashes +
-           "Alpha Format: 16\n" + dashes + "Alpha " + kShift + "\nBlue " + kMask + "\nBlue " + kLoss + "\n" +
-           dashes + "Blue Flags: RLE: NO, ALPHA: YES \nBlitting Image to a SDL_Surface ... " + alphaTiming;
+           "Screen Shift: a[       0] r[      11] g[       5] b[       0]\n" +
+           "Screen Mask:  a[00000000] r[0000f800] g[000007e0] b[0000001f]\n" +
+           "Screen Loss:  a[       0] r[       3] g[       2] b[       3]\n" + dashes + "Alpha Format: 16\n" +
+           dashes + "Alpha " + kShift + "\nBlue " + kMask + "\nBlue " + kLoss + "\n" + dashes +
+           "Blue Flags: RLE: NO, ALPHA: YES \nBlitting Image to a SDL_Surface ... " + alphaTiming;
 }
 
 TEST(Korvalen, SdlModeShowsBothPicturesReportsAndEndsWithEsc) {
@@ -171,10 +194,11 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
         Words arguments;
         std::string says;
         int code = 0;
+        // No driver: as SDL chooses, where there is no display.
         std::string driver = "dummy", folder = volume();
     } cases[] = {
         {{"--depth", "24", "-s", "-d", "8"},
-         "\nScreen kMask:  a[00000000] r[00ff0000] g[0000ff00] b[000000ff]\n"},
+         "\nScreen Mask:  a[00000000] r[00ff0000] g[0000ff00] b[000000ff]\n"},
         {{"-d", "32", "-s", "unknown", "-d", "16", "--SDL", "--depth=32"}, "Screen Format: 16\n"},
         {{"-s", "-d", "-d", "32", "--depth"}, "Screen Format: 16\n"},
         // The native mode.
@@ -183,11 +207,15 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
          0,
          "dummy",
          part / "pictures"},
+        // An empty name of a folder counts as none: the pictures are those of the build.
+        {{}, "Destintion is in sys\n", 0, "dummy", ""},
+        {{}, "No picture in '/nowhere/pictures/blue.png': ", 20, "none", "/nowhere"},
         {{}, "Could not load 'blue.png'\n", 20, "none", "/nowhere"},
         {{"--sdl"}, "Could not load 'alpha.png'\n", 20, "none", part},
         {{"-s"}, "\nCouldn't initialize SDL: No available video device\n", 1, "none"},
-        {{"-f", "--window"}, "OpenWindow failed!\n", 0, "none"},
-        {{"-f", "-w", "--fullscreen"}, "OpenScreen failed!\n", 0, "none"},
+        {{"-s"}, "\nCouldn't initialize SDL: No available video device\n", 1, ""},
+        {{"-f", "--window"}, "OpenWindow failed!\nNo available video device\n", 0, ""},
+        {{"-f", "-w", "--fullscreen"}, "OpenScreen failed!\nNo available video device\n", 0, "none"},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(testing::PrintToString(test.arguments));
@@ -200,7 +228,8 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
     fs::remove_all(part);
 }
 
-void visit(const Words& arguments, const char* workbenchDepth, void (*end)(x11::User&, Korvalen&)) {
+void visit(const Words& arguments, const char* workbenchDepth, int screenDepth,
+           void (*end)(x11::User&, Korvalen&)) {
     SCOPED_TRACE(testing::PrintToString(arguments));
     Korvalen korvalen(arguments, "x11", volume(), workbenchDepth);
     x11::User user(display());
@@ -230,8 +259,10 @@ void visit(const Words& arguments, const char* workbenchDepth, void (*end)(x11::
     };
     for (const auto& [act, x, y, alpha] : steps) {
         act();
-        ASSERT_TRUE(sees(user, korvalen, nativeFrame(x, y, alpha))) << x << ' ' << y << ' ' << alpha;
+        ASSERT_TRUE(sees(user, korvalen, nativeFrame(x, y, alpha), screenDepth == 16))
+            << x << ' ' << y << ' ' << alpha;
     }
+    EXPECT_TRUE(korvalen.sleeps()) << "it polls";
     end(user, korvalen);
     EXPECT_EQ(korvalen.exitCode(kPatience), 0);
     const std::string dashes = std::string(51, '-') + "\n";
@@ -247,10 +278,10 @@ TEST(Korvalen, InNativeModeThePictureFollowsTheUser) {
     const auto escape = [](x11::User& user, Korvalen&) { user.type(XK_Escape); };
     const auto close = [](x11::User& user, Korvalen&) { user.closeWindow(); };
     const auto interrupt = [](x11::User&, Korvalen& korvalen) { korvalen.signal(SIGINT); };
-    ASSERT_NO_FATAL_FAILURE(visit({"--depth", "16"}, "16", close));
-    ASSERT_NO_FATAL_FAILURE(visit({"-d", "32"}, "32", interrupt));
-    ASSERT_NO_FATAL_FAILURE(visit({"--fullscreen"}, "32", escape));
-    ASSERT_NO_FATAL_FAILURE(visit({"-f", "-d", "32"}, "16", escape));
+    ASSERT_NO_FATAL_FAILURE(visit({"--depth", "16"}, "16", 16, close));
+    ASSERT_NO_FATAL_FAILURE(visit({"-d", "32"}, "32", 32, interrupt));
+    ASSERT_NO_FATAL_FAILURE(visit({"--fullscreen"}, "32", 16, escape));
+    ASSERT_NO_FATAL_FAILURE(visit({"-f", "-d", "32"}, "16", 32, escape));
 }
 
 } // namespace

@@ -25,7 +25,8 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
-#include <png.h>
+
+#include "image.h"
 
 namespace x11 {
 
@@ -46,51 +47,6 @@ bool waitFor(Condition condition, Duration patience = kPatience) {
     }
     return true;
 }
-
-// Pixels as 0xRRGGBB (0xAARRGGBB where a file has alpha), row by row.
-struct Image {
-    int width = 0, height = 0;
-    std::vector<uint32_t> pixels;
-
-    uint32_t at(int x, int y) const {
-        return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-    }
-    uint32_t& at(int x, int y) {
-        return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-    }
-    bool operator==(const Image&) const = default;
-
-    static Image load(const std::string& path) {
-        png_image png{};
-        png.version = PNG_IMAGE_VERSION;
-        if (!png_image_begin_read_from_file(&png, path.c_str()))
-            throw std::runtime_error(path + ": " + png.message);
-        png.format = PNG_FORMAT_RGBA;
-        std::vector<png_byte> bytes(PNG_IMAGE_SIZE(png));
-        if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr))
-            throw std::runtime_error(path + ": " + png.message);
-        Image image{static_cast<int>(png.width), static_cast<int>(png.height), {}};
-        for (size_t i = 0; i < bytes.size(); i += 4)
-            image.pixels.push_back(uint32_t{bytes[i + 3]} << 24 | uint32_t{bytes[i]} << 16 |
-                                   uint32_t{bytes[i + 1]} << 8 | bytes[i + 2]);
-        return image;
-    }
-
-    // Without alpha.
-    void save(const std::string& path) const {
-        std::vector<png_byte> bytes;
-        for (uint32_t pixel : pixels)
-            for (int shift : {16, 8, 0})
-                bytes.push_back(static_cast<png_byte>(pixel >> shift));
-        png_image png{};
-        png.version = PNG_IMAGE_VERSION;
-        png.width = static_cast<png_uint_32>(width);
-        png.height = static_cast<png_uint_32>(height);
-        png.format = PNG_FORMAT_RGB;
-        if (!png_image_write_to_file(&png, path.c_str(), 0, bytes.data(), 0, nullptr))
-            throw std::runtime_error(path + ": " + png.message);
-    }
-};
 
 using Words = std::vector<std::string>;
 // Environment variables to set; without a value: to unset.
@@ -141,6 +97,7 @@ public:
                 std::fclose(file);
     }
 
+    pid_t id() const { return pid_; }
     void signal(int number) {
         if (!ended())
             kill(pid_, number);
@@ -286,6 +243,20 @@ public:
         for (int step = 1; step <= 8; ++step)
             moveTo(x0 + (x1 - x0) * step / 8, y0 + (y1 - y0) * step / 8);
         button(1, false);
+    }
+    // Moves the window, as a drag of its title bar would.
+    void moveWindow(int x, int y) {
+        XMoveWindow(display_, topLevel(), x, y);
+        XSync(display_, False);
+    }
+    // Covers the screen with another window for a moment; what lies below is lost.
+    void cover() {
+        const unsigned long white = WhitePixel(display_, DefaultScreen(display_));
+        const Window above = XCreateSimpleWindow(display_, root(), 0, 0, 4096, 4096, 0, 0, white);
+        XMapRaised(display_, above);
+        XSync(display_, False);
+        XDestroyWindow(display_, above);
+        XSync(display_, False);
     }
     // Presses the window's close button: what a window manager sends then.
     void closeWindow() {
