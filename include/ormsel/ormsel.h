@@ -70,7 +70,8 @@ struct RastPort;
  *                nothing is written back
  * @return 0
  */
-unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surface* dst, SDL_Rect* dstRect);
+unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surface* dst,
+                                   SDL_Rect* dstRect) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of one surface onto another through an 8-bit mask.
@@ -79,50 +80,85 @@ unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surf
  * coordinates: its byte (srcX, srcY) belongs to the first pixel. Rows that the mask does not have draw
  * nothing. A destination alpha channel receives the mask byte.
  *
- * @param mask  8-bit surface; NULL blits without a mask, by the source's own alpha
- * @param alpha constant alpha, 0 to 255
- * @param flags see #ORMSEL_BLIT_COPY (has no effect with a mask)
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination surface
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param mask          8-bit surface; NULL blits without a mask, by the source's own alpha
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         see #ORMSEL_BLIT_COPY (has no effect with a mask)
  * @return 0
  */
 unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, SDL_Surface* dst, long dstX,
                                        long dstY, unsigned long width, unsigned long height,
-                                       SDL_Surface* mask, unsigned char alpha, Uint32 flags);
+                                       SDL_Surface* mask, unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a surface onto a bitmap. The constant alpha comes from the source surface, as in
  * SDL_BlitAlphaSurface().
+ *
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY, struct BitMap* dst,
                                          long dstX, long dstY, unsigned long width, unsigned long height,
-                                         Uint32 flags);
+                                         Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a bitmap onto a surface.
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination surface
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long srcY, SDL_Surface* dst,
                                          long dstX, long dstY, unsigned long width, unsigned long height,
-                                         unsigned char alpha, Uint32 flags);
+                                         unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of one bitmap onto another.
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
                              long dstY, unsigned long width, unsigned long height, unsigned char alpha,
-                             Uint32 flags);
+                             Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of one bitmap onto another through an 8-bit mask bitmap; the mask works as in
  * SDL_BlitSurfaceAlphaMask().
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param mask          8-bit bitmap; NULL blits without a mask, by the source's own alpha
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
                                  long dstY, unsigned long width, unsigned long height, struct BitMap* mask,
-                                 unsigned char alpha, Uint32 flags);
+                                 unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a surface into a rastport, clipped by its layer.
@@ -132,41 +168,60 @@ unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struc
  * pieces of other layers are not drawn. Each piece may be one column and one row larger than the request
  * where the source is. The layer is locked (LockLayerRom) for the whole walk. A rastport without a layer is
  * one blit onto its bitmap. The constant alpha comes from the surface, as in SDL_BlitAlphaSurface().
+ *
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return the sum of the pieces' results, 0
  */
 unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long srcY, struct RastPort* rp,
                                            long dstX, long dstY, unsigned long width, unsigned long height,
-                                           unsigned long flags);
+                                           unsigned long flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a bitmap into a rastport; layers are treated as in SDL_BlitAlphaSurfaceRastPort().
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return the sum of the pieces' results, 0
  */
 unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, struct RastPort* rp, long dstX,
                                      long dstY, unsigned long width, unsigned long height,
-                                     unsigned char alpha, unsigned long flags);
+                                     unsigned char alpha, unsigned long flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a caller's array of 32-bit pixels into a rastport; layers are treated as in
  * SDL_BlitAlphaSurfaceRastPort().
  *
- * @param array       first pixel of the array; pixels are machine words
- * @param bytesPerRow bytes from one row to the next; used as 16 bits
- * @param alpha       constant alpha, 0 to 255
- * @param format      RGBFB_A8R8G8B8 (6), RGBFB_A8B8G8R8 (7), RGBFB_R8G8B8A8 (8) or RGBFB_B8G8R8A8 (9);
- *                    any other is refused with a line on the debug output
+ * @param array         first pixel of the array; pixels are machine words
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param bytesPerRow   bytes from one row to the next; used as 16 bits
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param format        RGBFB_A8R8G8B8 (6), RGBFB_A8B8G8R8 (7), RGBFB_R8G8B8A8 (8) or RGBFB_B8G8R8A8 (9);
+ *                      any other is refused with a line on the debug output
  * @return the sum of the pieces' results, 0
  */
 unsigned long WriteAlphaPixelArray(void* array, long srcX, long srcY, unsigned long bytesPerRow,
                                    struct RastPort* rp, long dstX, long dstY, unsigned long width,
-                                   unsigned long height, unsigned char alpha, unsigned char format);
+                                   unsigned long height, unsigned char alpha,
+                                   unsigned char format) ORMSEL_NOEXCEPT;
 
 /** Prepares the engine. Does nothing today; may be called any number of times, or never. */
-void BLT_SetupBltEngine(void);
+void BLT_SetupBltEngine(void) ORMSEL_NOEXCEPT;
 
 /** Counterpart of BLT_SetupBltEngine(). Does nothing today; blits still work afterwards. */
-void BLT_ShutDownBltEngine(void);
+void BLT_ShutDownBltEngine(void) ORMSEL_NOEXCEPT;
 
 #ifdef __cplusplus
 }
