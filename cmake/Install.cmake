@@ -53,7 +53,11 @@ if(TARGET korvalen)
 endif()
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
 
-# Archives of the installed tree, for systems without packages of their own: cpack -G TGZ
+# Archives of the installed tree, for systems without packages of their own: cpack -G TGZ, and tar -C / -xf.
+# The .pc files hold the prefix, so the tree goes where CMAKE_INSTALL_PREFIX says.
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_PREFIX "${CMAKE_INSTALL_PREFIX}")
+set(CPACK_INCLUDE_TOPLEVEL_DIRECTORY OFF)
 set(CPACK_PACKAGE_VENDOR "The Ormsel authors")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 set(CPACK_PACKAGE_FILE_NAME "ormsel-${PROJECT_VERSION}-${CMAKE_SYSTEM_NAME}-${CMAKE_SYSTEM_PROCESSOR}")
