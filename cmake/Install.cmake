@@ -32,15 +32,14 @@ install(FILES "${PROJECT_BINARY_DIR}/ormsel-config.cmake" "${PROJECT_BINARY_DIR}
 
 # The .pc files say the prefix, which is known when it comes to installing.
 foreach(name ormsel ormsel-native)
-    set(pc_text "set(name ${name})\n")
-    foreach(variable CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR PROJECT_VERSION PROJECT_SOURCE_DIR
-            PROJECT_BINARY_DIR)
-        string(APPEND pc_text "set(${variable} \"${${variable}}\")\n")
+    set(values "")
+    foreach(variable CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR PROJECT_VERSION PROJECT_SOURCE_DIR)
+        string(APPEND values "set(${variable} \"${${variable}}\")\n")
     endforeach()
-    install(CODE "${pc_text}
-        configure_file(\${PROJECT_SOURCE_DIR}/cmake/\${name}.pc.in \${PROJECT_BINARY_DIR}/\${name}.pc @ONLY)"
-        COMPONENT development)
-    install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+    install(CODE "${values}
+        set(pc_file \"\${CMAKE_INSTALL_PREFIX}/\${CMAKE_INSTALL_LIBDIR}/pkgconfig/${name}.pc\")
+        configure_file(\"\${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in\" \"\$ENV{DESTDIR}\${pc_file}\" @ONLY)
+        list(APPEND CMAKE_INSTALL_MANIFEST_FILES \"\${pc_file}\")"
         COMPONENT development)
 endforeach()
 
