@@ -9,38 +9,38 @@
 #include <gtest/gtest.h>
 #include <host/testing.h>
 
+#include <ormsel/ormsel.h>
 #include <ormsel/ormsel_target.h>
-#include "ormsel/ormsel.h"
+
 #include "tests/blits.h"
 
 extern "C" unsigned long blitFromC(SDL_Surface* src, SDL_Surface* dst); // c_header_test.c
 
 namespace {
 
-constexpr Kind argb32 = {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
-constexpr Kind rgb16 = {16, 0xF800, 0x7E0, 0x1F, 0};
-constexpr Kind bgr16 = {16, 0x1F, 0x7E0, 0xF800, 0};
+constexpr char kNotAMask[] = "Mask is not 8 bit format. Bailing out!\nInitContext (mask) failed!\n";
+constexpr Kind kReversed16 = {16, 0x1F, 0x7E0, 0xF800, 0};
 
 // Images of 8 x 8 of each kind that a test needs, all over the same bytes of FF.
 struct Images {
     std::array<uint8_t, 8 * 8 * 4> pixels{};
-    Picture surface = of(argb32), target = of(rgb16), mask = of(surfaceMask);
-    Picture bitmap = of(bitmapKinds[2]), targetBitmap = of(bitmapKinds[6]), bitmapMask = of(::bitmapMask);
+    Picture surface = of(surfaceKind(RGBFB_A8R8G8B8)), target = of(surfaceKind(RGBFB_R5G6B5));
+    Picture bitmap = of(bitmapKind(RGBFB_A8R8G8B8)), targetBitmap = of(bitmapKind(RGBFB_R5G6B5));
+    Picture mask = of(kSurfaceMask), bitmapMask = of(kBitmapMask), none;
 
     Images() { pixels.fill(0xFF); }
     Picture of(const Kind& kind) { return {kind, pixels.data(), 8, 8, 8 * kind.bytes(), true}; }
 
-    model::Blit request() const {
+    static model::Blit request() {
         model::Blit b{};
-        b.src.pitch = 32, b.src.format.code = 6; // what Entry::Array takes
+        b.src.pitch = 32, b.src.format.code = RGBFB_A8R8G8B8; // what kArray takes
         b.width = b.height = 8;
         b.alpha = 255;
         return b;
     }
 
     // The lines printed by a blit that must draw nothing and leave nothing locked.
-    template <class Work>
-    std::string refused(const Work& work) {
+    std::string refused(const std::function<unsigned long()>& work) {
         const auto before = pixels;
         const std::string text = printedBy([&] { EXPECT_EQ(work(), 0U); });
         EXPECT_EQ(pixels, before);
@@ -49,13 +49,10 @@ struct Images {
             EXPECT_EQ(picture->sdl()->locked, 0U);
         return text;
     }
-    std::string refused(Entry entry, const model::Blit& b, const Picture& src, const Picture& dst,
-                        const Picture& through = {}) {
+    std::string refused(const Entry& entry, const Picture& src, const Picture& dst,
+                        const Picture& through = {}, const model::Blit& b = request()) {
         void* array = src.sdl() ? src.sdl()->pixels : nullptr;
-        return refused([&] { return callEntry(entry, b, src, dst, through, array); });
-    }
-    std::string refused(Entry entry, const Picture& src, const Picture& dst, const Picture& through = {}) {
-        return refused(entry, request(), src, dst, through);
+        return refused([&] { return entry.call({b, src, dst, through, array}); });
     }
 };
 
@@ -67,13 +64,15 @@ TEST(Contract, RefusedSurfaces) {
         Uint32 flags;
         int depth;
     } const cases[] = {
-        {"RLE acceleration not supported (yet). Bailing out!\n", argb32, SDL_RLEACCEL, 32},
-        {"RLE acceleration not supported (yet). Bailing out!\n", rgb16, SDL_RLEACCELOK, 16},
-        {"Unsupported source pixel format, bailing out\n", bgr16, 0, 16},
-        {"Unsupported source pixel format, bailing out\n", bgr16, 0, 15},
-        {"", {8, 0, 0, 0, 0}, 0, 8},
-        {"", argb32, 0, 12},
-        {"", argb32, 0, 33},
+        {"RLE acceleration not supported (yet). Bailing out!\n", surfaceKind(RGBFB_A8R8G8B8), SDL_RLEACCEL,
+         32},
+        {"RLE acceleration not supported (yet). Bailing out!\n", surfaceKind(RGBFB_R5G6B5), SDL_RLEACCELOK,
+         16},
+        {"Unsupported source pixel format, bailing out\n", kReversed16, 0, 16},
+        {"Unsupported source pixel format, bailing out\n", kReversed16, 0, 15},
+        {"", kSurfaceMask, 0, 8},
+        {"", surfaceKind(RGBFB_A8R8G8B8), 0, 12},
+        {"", surfaceKind(RGBFB_A8R8G8B8), 0, 33},
     };
     for (const auto& c : cases) {
         const Picture bad = i.of(c.kind);
@@ -81,20 +80,26 @@ TEST(Contract, RefusedSurfaces) {
         bad.sdl()->format->BitsPerPixel = static_cast<Uint8>(c.depth);
         const std::string source = c.line + std::string("InitContext (src) failed!\n"),
                           target = c.line + std::string("InitContext (dst) failed!\n");
-        EXPECT_EQ(i.refused(Entry::SurfaceMask, bad, i.target), source);
-        EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, bad, i.targetBitmap), source);
-        EXPECT_EQ(i.refused(Entry::SurfaceMask, i.surface, bad), target);
-        EXPECT_EQ(i.refused(Entry::BitmapToSurface, i.bitmap, bad), target);
+        EXPECT_EQ(i.refused(kSurfaceMasked, bad, i.target), source);
+        EXPECT_EQ(i.refused(kSurfaceToBitmap, bad, i.targetBitmap), source);
+        EXPECT_EQ(i.refused(kSurfaceMasked, i.surface, bad), target);
+        EXPECT_EQ(i.refused(kBitmapToSurface, i.bitmap, bad), target);
         EXPECT_EQ(bad.sdl()->locked, 0U);
         bad.sdl()->flags &= ~c.flags;
+    }
+    for (const int depth : {0, 1, 2, 3, 4, 5, 6, 7, 9, 16, 32}) {
+        i.mask.sdl()->format->BitsPerPixel = static_cast<Uint8>(depth);
+        EXPECT_EQ(i.refused(kSurfaceMasked, i.surface, i.target, i.mask), kNotAMask) << depth;
     }
 }
 
 TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
     Images i;
-    const std::pair<uint32_t, std::string> codes[] = {{1, "CLUT"},       {4, "R5G6B5PC"},  {5, "R5G5B5PC"},
-                                                      {12, "B5G6R5PC"},  {13, "B5G5R5PC"}, {14, "YUV422CGX"},
-                                                      {20, "YUV422PAPC"}};
+#define CODE(name)                                                                                           \
+    { RGBFB_##name, #name }
+    const std::pair<uint32_t, std::string> codes[] = {CODE(CLUT),      CODE(R5G6B5PC), CODE(R5G5B5PC),
+                                                      CODE(B5G6R5PC),  CODE(B5G5R5PC), CODE(YUV422CGX),
+                                                      CODE(YUV422PAPC)};
     int seen = 0;
     for (const auto& [code, name] : codes) {
         const Picture bad = i.of({16, 0, 0, 0, 0, code});
@@ -103,8 +108,8 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
         ++seen;
         const std::string line =
             "Unsupported pixel format 'RGBFB_" + name + "' !!! Bailing out.\nInitContext (";
-        EXPECT_EQ(i.refused(Entry::Bitmap, bad, i.targetBitmap), line + "src) failed!\n");
-        EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, i.surface, bad), line + "dst) failed!\n");
+        EXPECT_EQ(i.refused(kBitmap, bad, i.targetBitmap), line + "src) failed!\n");
+        EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, bad), line + "dst) failed!\n");
     }
     EXPECT_GE(seen, 3);
 
@@ -113,21 +118,21 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
                                  "Could not lock mask bitmap.\nInitContext (mask) failed!\n"};
     for (long lock = 0; lock < 3; ++lock) {
         HOST_FailLocks(lock, 1);
-        EXPECT_EQ(i.refused(Entry::BitmapMask, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
+        EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
     }
     HOST_FailLocks(0, 0);
     HOST_LosePixels(i.targetBitmap.native(), TRUE);
-    EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, i.surface, i.targetBitmap), lines[1]);
+    EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, i.targetBitmap), lines[1]);
     HOST_LosePixels(i.targetBitmap.native(), FALSE);
 
-    const char* notAMask = "Mask is not 8 bit format. Bailing out!\nInitContext (mask) failed!\n";
-    EXPECT_EQ(i.refused(Entry::SurfaceMask, i.surface, i.target, i.surface), notAMask);
-    EXPECT_EQ(i.refused(Entry::BitmapMask, i.bitmap, i.targetBitmap, i.targetBitmap), notAMask);
+    EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.targetBitmap), kNotAMask);
 
-    model::Blit array = i.request();
-    for (const uint32_t format : {0U, 2U, 5U, 10U, 11U, 255U}) {
-        array.src.format.code = format;
-        EXPECT_EQ(i.refused(Entry::Array, array, i.surface, i.targetBitmap),
+    model::Blit array = Images::request();
+    static constexpr int kNotForArrays[] = {RGBFB_NONE,   RGBFB_R8G8B8, RGBFB_R5G5B5PC,
+                                            RGBFB_R5G6B5, RGBFB_R5G5B5, 255};
+    for (const int format : kNotForArrays) {
+        array.src.format.code = static_cast<uint32_t>(format);
+        EXPECT_EQ(i.refused(kArray, i.surface, i.targetBitmap, i.none, array),
                   "Unsupported Pixelformat! Must be one of RGBFB_A8R8G8B8, RGBFB_A8B8G8R8, RGBFB_R8G8B8A8 or "
                   "RGBFB_B8G8R8A8\n");
     }
@@ -135,14 +140,13 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
 
 TEST(Contract, SilentlyDrawsNothing) {
     Images i;
-    const Picture rgb24 = i.of({24, 0xFF0000, 0xFF00, 0xFF, 0}),
-                  noAlpha = i.of({32, 0xFF0000, 0xFF00, 0xFF, 0});
-    EXPECT_EQ(i.refused(Entry::SurfaceMask, rgb24, rgb24), "");
-    EXPECT_EQ(i.refused(Entry::SurfaceMask, noAlpha, rgb24), "");
-    model::Blit empty = i.request();
+    const Picture rgb24 = i.of(surfaceKind(RGBFB_R8G8B8)), noAlpha = i.of({32, 0xFF0000, 0xFF00, 0xFF, 0});
+    EXPECT_EQ(i.refused(kSurfaceMasked, rgb24, rgb24), "");
+    EXPECT_EQ(i.refused(kSurfaceMasked, noAlpha, rgb24), "");
+    model::Blit empty = Images::request();
     for (const auto& [width, height] : {std::pair{0L, 8L}, {8L, 0L}, {65536L, 8L}, {8L, 0x30000L}}) {
         empty.width = width, empty.height = height;
-        EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, empty, i.surface, i.targetBitmap), "");
+        EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, i.targetBitmap, i.none, empty), "");
     }
 }
 
@@ -150,39 +154,30 @@ TEST(Contract, SilentlyDrawsNothing) {
 TEST(Contract, MissingImagesAndPixels) {
     Images i;
     const auto hollow = [](const Kind& kind) { return Picture(kind, nullptr, 8, 8, 8 * kind.bytes()); };
-    const Picture none, surface = hollow(argb32), bitmap = hollow(bitmapKinds[2]);
-    const Picture mask = hollow(surfaceMask), ofBitmap = hollow(bitmapMask);
+    const Picture surface = hollow(surfaceKind(RGBFB_A8R8G8B8)), bitmap = hollow(bitmapKind(RGBFB_A8R8G8B8));
+    const Picture mask = hollow(kSurfaceMask), ofBitmap = hollow(kBitmapMask);
     const auto lines = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
-    for (int n = 0; n < entryCount; ++n) {
-        const auto entry = static_cast<Entry>(n);
-        const bool from = sourceIsSurface(entry), onto = destinationIsSurface(entry);
-        const Picture* sources[] = {from ? &i.surface : &i.bitmap, from ? &surface : &bitmap, &none};
-        const Picture* targets[] = {onto ? &i.target : &i.targetBitmap, onto ? &surface : &bitmap, &none};
+    for (const Entry* entry : kEntries) {
+        const bool from = entry->fromSurface, onto = entry->ontoSurface;
+        const Picture* sources[] = {from ? &i.surface : &i.bitmap, from ? &surface : &bitmap, &i.none};
+        const Picture* targets[] = {onto ? &i.target : &i.targetBitmap, onto ? &surface : &bitmap, &i.none};
         const Picture* masks[] = {from ? &i.mask : &i.bitmapMask, from ? &mask : &ofBitmap};
         for (const Picture* src : sources)
             for (const Picture* dst : targets)
                 for (const Picture* through : masks)
-                    if (src != sources[0] || dst != targets[0] || (takesMask(entry) && through != masks[0])) {
-                        const std::string text = i.refused(entry, *src, *dst, *through);
-                        EXPECT_TRUE(lines(text) == 1 && text.size() > 1 && text.back() == '\n') << n << text;
+                    if (src != sources[0] || dst != targets[0] || (entry->takesMask && through != masks[0])) {
+                        const std::string text = i.refused(*entry, *src, *dst, *through);
+                        EXPECT_TRUE(lines(text) == 1 && text.size() > 1 && text.back() == '\n')
+                            << entry->name << ": " << text;
                     }
     }
     EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
     const std::string noRastPort = i.refused([&] {
         return SDL_BlitAlphaSurfaceRastPort(i.surface.sdl(), 0, 0, nullptr, 0, 0, 8, 8, 0) +
                BltAlphaBitMapRastPort(i.bitmap.native(), 0, 0, nullptr, 0, 0, 8, 8, 9, 0) +
-               WriteAlphaPixelArray(i.pixels.data(), 0, 0, 32, nullptr, 0, 0, 8, 8, 9, 6);
+               WriteAlphaPixelArray(i.pixels.data(), 0, 0, 32, nullptr, 0, 0, 8, 8, 9, RGBFB_A8R8G8B8);
     });
     EXPECT_EQ(lines(noRastPort), 3) << noRastPort;
-}
-
-// Compares the whole record, but for the handles of locks.
-void expectContext(const BltContext& ctx, BltContext expected) {
-    EXPECT_TRUE(ctx.src.lock != 0 && ctx.dst.lock != 0);
-    expected.src.lock = ctx.src.lock;
-    expected.dst.lock = ctx.dst.lock;
-    expected.maskLock = ctx.maskLock;
-    EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
 }
 
 // The model's clipping, with which the random blits compare the library's.
@@ -215,27 +210,29 @@ TEST(Contract, Clipping) {
 
 TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
     std::array<uint8_t, 64> pixels{};
-    const auto check = [&](const auto& picture, auto* image, const Picture& mask, auto* maskImage,
+    const auto check = [&](const Picture& picture, auto* image, const Picture& mask, auto* maskImage,
                            long locks) {
         BltContext ctx;
         ASSERT_TRUE(BLT_InitContext(ctx, image, image, 0, 0, 1, 1, 3, 3, maskImage, 9, 1));
+        EXPECT_TRUE(ctx.src.lock != 0 && ctx.dst.lock != 0 && ctx.maskLock != 0);
         const model::Image described = picture.image(0);
-        expectContext(ctx,
-                      contextFor({described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false},
-                                 pixels.data()));
+        BltContext expected = contextFor(
+            {described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false}, pixels.data());
+        expected.src.lock = ctx.src.lock, expected.dst.lock = ctx.dst.lock, expected.maskLock = ctx.maskLock;
+        EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
         EXPECT_EQ(HOST_HeldBitMapLocks(), locks);
         for (int twice = 0; twice < 2; ++twice)
             BLT_FreeContext(ctx, image, image, maskImage);
         EXPECT_EQ(ctx.src.lock | ctx.dst.lock | ctx.maskLock, 0U);
         EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
     };
-    const Picture mask(surfaceMask, pixels.data(), 3, 3, 5), ofBitmap(bitmapMask, pixels.data(), 3, 3, 5);
-    for (const Kind& kind : surfaceKinds) {
+    const Picture mask(kSurfaceMask, pixels.data(), 3, 3, 5), ofBitmap(kBitmapMask, pixels.data(), 3, 3, 5);
+    for (const Kind& kind : kSurfaceKinds) {
         const Picture p(kind, pixels.data(), 3, 3, 13);
         check(p, p.sdl(), mask, mask.sdl(), 0);
         EXPECT_EQ(p.sdl()->locked + mask.sdl()->locked, 0U);
     }
-    for (const Kind& kind : bitmapKinds)
+    for (const Kind& kind : kBitmapKinds)
         for (const bool onBoard : {false, true}) {
             const Picture p(kind, pixels.data(), 3, 3, 14, onBoard);
             check(p, p.native(), ofBitmap, ofBitmap.native(), 3);
@@ -246,9 +243,9 @@ TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
 TEST(Contract, ThreadsShareASource) {
     std::vector<uint8_t> source(64 * 64 * 4);
     Random(3).fill(source.data(), 64 * 64 * 4);
-    const Picture surface(argb32, source.data(), 64, 64, 256),
-        bitmap(bitmapKinds[2], source.data(), 64, 64, 256);
-    const Picture mask(surfaceMask, source.data(), 64, 64, 64), none;
+    const Kind argb32 = surfaceKind(RGBFB_A8R8G8B8);
+    const Picture surface(argb32, source.data(), 64, 64, 256), mask(kSurfaceMask, source.data(), 64, 64, 64);
+    const Picture bitmap(bitmapKind(RGBFB_A8R8G8B8), source.data(), 64, 64, 256), none;
     model::Blit whole{};
     whole.width = whole.height = 64;
     whole.alpha = 255;
@@ -260,10 +257,10 @@ TEST(Contract, ThreadsShareASource) {
             own = before;
             for (long round = 0; round < rounds; ++round) {
                 const Picture wide(argb32, own.data(), 64, 64, 256);
-                const Picture narrow(bitmapKinds[6], own.data(), 64, 64, 128, round % 2 != 0);
-                callEntry(Entry::SurfaceMask, whole, surface, wide, round % 3 == 0 ? mask : none);
-                callEntry(Entry::SurfaceToBitmap, whole, surface, narrow, none);
-                callEntry(Entry::Bitmap, whole, bitmap, narrow, none);
+                const Picture narrow(bitmapKind(RGBFB_R5G6B5), own.data(), 64, 64, 128, round % 2 != 0);
+                kSurfaceMasked.call({whole, surface, wide, round % 3 == 0 ? mask : none});
+                kSurfaceToBitmap.call({whole, surface, narrow, none});
+                kBitmap.call({whole, bitmap, narrow, none});
             }
         });
     for (std::thread& worker : workers)
@@ -302,7 +299,7 @@ TEST(Contract, TargetsCanBeForced) {
 TEST(Contract, WorksFromC) {
     Images i;
     std::array<uint32_t, 16> black{};
-    const Picture target(argb32, reinterpret_cast<uint8_t*>(black.data()), 4, 4, 16);
+    const Picture target(surfaceKind(RGBFB_A8R8G8B8), reinterpret_cast<uint8_t*>(black.data()), 4, 4, 16);
     EXPECT_EQ(blitFromC(i.surface.sdl(), target.sdl()), 0U);
     EXPECT_EQ(black[0], 0x00FDFDFDU); // opaque white, blended by 254 of 256
 }
