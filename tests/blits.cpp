@@ -339,17 +339,20 @@ private:
     void chooseOddFormats() {
         for (model::Format* format : {&blit_.src.format, &blit_.dst.format}) {
             static constexpr uint32_t kUnknown[] = {0, 1, 4, 5, 11, 12, 15, 20, 21, 0x80000002};
-            static constexpr uint32_t kShifts[] = {0, 1, 4, 7, 8, 9, 13, 15, 16, 24, 31, 32, 40, 200, 255};
+            static constexpr uint32_t kShifts[] = {0,  1,  7,  8,  9,  13, 15,  16,
+                                                   22, 23, 24, 31, 32, 40, 200, 255};
             if (!generic_ && random_.oneIn(20))
                 *format = {1, 1, {}, {}, {}, {}};
             else if (!generic_ && format->code != RGBFB_R5G6B5 && random_.oneIn(4))
                 format->code = random_.of(kUnknown);
-            model::Channel* const channels[] = {&format->r, &format->g, &format->b, &format->a};
+            // An alpha of more than 8 bits has more cases than colours that overflow.
+            model::Channel* const channels[] = {&format->a, &format->a, &format->a,
+                                                &format->r, &format->g, &format->b};
             model::Channel& channel = *random_.of(channels);
-            if (random_.oneIn(8) && format->bytes > 1) {
+            if (random_.oneIn(6) && format->bytes > 1)
                 channel.shift = random_.of(kShifts);
+            if (random_.oneIn(6) && format->bytes > 1)
                 channel.loss = static_cast<uint32_t>(random_.upTo(8));
-            }
         }
     }
 
