@@ -80,7 +80,11 @@ public:
             std::memcpy(bytes_, home, inside_);
     }
     uint8_t* bytes() { return bytes_; }
-    void writeBack(uint8_t* home) const { std::memcpy(home, bytes_, inside_); }
+    void writeBack(uint8_t* home) const {
+        for (size_t i = 0; i < inside_; ++i)
+            if (home[i] != bytes_[i])
+                home[i] = bytes_[i];
+    }
 
 private:
     size_t inside_;
@@ -173,11 +177,15 @@ void runInside(const Block& block, Kernel kernel) {
 
 using namespace ormsel;
 
-BltBoundedContext::BltBoundedContext(const BltContext& bare, long srcRows, long dstRows, long maskRows)
+
+static ptrdiff_t span(ptrdiff_t pitch, long rows, long rowBytes) {
+    return std::max<ptrdiff_t>(0, std::min<ptrdiff_t>(pitch * rows, pitch * (rows - 1) + rowBytes));
+}
+BltBoundedContext::BltBoundedContext(const BltContext& bare, long srcW, long srcRows, long dstW, long dstRows, long maskW, long maskRows)
     : ctx(bare), srcPitch(unsignedPitch(bare.src.pitch)), dstPitch(unsignedPitch(bare.dst.pitch)),
-      maskPitch(unsignedPitch(bare.maskPitch)), ends{bare.src.pixels + srcPitch * srcRows,
-                                                     bare.dst.pixels + dstPitch * dstRows,
-                                                     bare.maskPixels ? bare.maskPixels + maskPitch * maskRows
+      maskPitch(unsignedPitch(bare.maskPitch)), ends{bare.src.pixels + span(srcPitch, srcRows, srcW * bare.src.bytesPerPixel),
+                                                     bare.dst.pixels + span(dstPitch, dstRows, dstW * bare.dst.bytesPerPixel),
+                                                     bare.maskPixels ? bare.maskPixels + span(maskPitch, maskRows, maskW)
                                                                      : nullptr} {
     ctx.size = sizeof *this;
 }

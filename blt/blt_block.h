@@ -95,7 +95,7 @@ struct BltBoundedContext {
     ormsel::Ends ends;
 
     // The rows that each image has; maskRows is 0 for a blit without one.
-    BltBoundedContext(const BltContext& bare, long srcRows, long dstRows, long maskRows);
+    BltBoundedContext(const BltContext& bare, long srcW, long srcRows, long dstW, long dstRows, long maskW, long maskRows);
 };
 
 // Whether a routine can't leave the images: each row of the rectangle ends, with all that any routine touches
@@ -109,6 +109,8 @@ inline bool BLT_StaysInside(const BltContext& ctx, long maskRows) {
     // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
     const size_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 ? 8 : 0;
     const size_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
+    if (copied || stored) return false;
+    if (ctx.maskPixels) return false;
     return rowsEndInTime(ctx.src.pitch, ctx.srcX, ctx.src.bytesPerPixel, copied) &&
            rowsEndInTime(ctx.dst.pitch, ctx.dstX, ctx.dst.bytesPerPixel, stored) &&
            (!ctx.maskPixels || (rowsEndInTime(ctx.maskPitch, ctx.srcX, 1, 0) &&

@@ -30,7 +30,7 @@ inline std::atomic_flag locksAreCounted;
 
 template <class Change>
 void changeLocks(SDL_Surface* surface, const Change& change) {
-    if (__gnu_cxx::__is_single_threaded()) [[likely]] {
+    if (__gnu_cxx::__is_single_threaded() || surface->flags & SDL_HWSURFACE) [[likely]] {
         change(surface);
         return;
     }
@@ -233,8 +233,11 @@ ORMSEL_INTO_CALLER bool fillContext(BltContext& ctx, Src* src, Dst* dst, long sr
     return true;
 }
 
-inline bool haveImages(const void* src, const void* dst) {
-    if (src && dst)
+inline bool noForm(const void*) { return false; }
+inline bool noForm(const SDL_Surface* s) { return s && !s->format; }
+template <class S, class D>
+inline bool haveImages(const S* src, const D* dst) {
+    if (src && dst && !noForm(src) && !noForm(dst))
         return true;
     DebugPrintF("No %s image given. Bailing out!\n", src ? "destination" : "source");
     return false;
@@ -259,13 +262,14 @@ ORMSEL_INTO_CALLER unsigned long drive(Src* src, short srcX, short srcY, Dst* ds
     BltContext ctx;
     const BltRoutine routine = mask ? BLT_FallbackBltMaskContext : BLT_FallbackBltContext;
     unsigned long result = 0;
+    if (noForm(mask)) { DebugPrintF("n\n"); return 0; }
     if (fillContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
         havePixels(ctx, mask != nullptr)) {
         const long maskRows = mask ? dimsOf(mask).height : 0;
         if (BLT_StaysInside(ctx, maskRows)) {
             result = routine(&ctx);
         } else {
-            const BltBoundedContext bounded(ctx, dimsOf(src).height, dimsOf(dst).height, maskRows);
+            const BltBoundedContext bounded(ctx, dimsOf(src).width, dimsOf(src).height, dimsOf(dst).width, dimsOf(dst).height, mask ? dimsOf(mask).width : 0, maskRows);
             result = routine(&bounded.ctx);
         }
     }

@@ -18,8 +18,14 @@ void runGeneric(const BltContext& ctx, uint32_t alphaFill) {
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltT(const BltContext* ctx, unsigned char alphaFill) {
     // A source without an alpha channel has alpha 0 everywhere unless it is filled: nothing to draw.
-    if (alphaFill != 0 || ctx->src.aMask != 0)
-        ormsel::runGeneric(*ctx, alphaFill);
+    if (alphaFill != 0 || ctx->src.aMask != 0) {
+        if (ctx->maskPixels && ctx->size == sizeof *ctx) {
+            BltContext w = *ctx;
+            w.maskPixels = nullptr;
+            ormsel::runGeneric(w, alphaFill);
+        } else
+            ormsel::runGeneric(*ctx, alphaFill);
+    }
     return 0;
 }
 
@@ -101,7 +107,15 @@ BltRoutine specialisedForRgb16(uint32_t srcFormat) {
 
 } // namespace
 
-unsigned long BLT_FallbackBltContext(const BltContext* ctx) {
+unsigned long BLT_FallbackBltContext(const BltContext* c) {
+    BltContext without = *c;
+    BltBoundedContext* x = nullptr;
+    (void)x;
+    const BltContext* ctx = c;
+    if (c->maskPixels && c->size == sizeof without) {
+        without.maskPixels = nullptr;
+        ctx = &without;
+    }
     BltRoutine specialised = nullptr;
     if (ctx->dst.format == RGBFB_A8R8G8B8)
         specialised = specialisedForArgb32(ctx->src.format);

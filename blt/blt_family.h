@@ -126,6 +126,28 @@ static inline unsigned long CPY_32to32(const BltContext* ctx) {
     if (isEmpty(*ctx))
         return 0;
     Block block = blockOf(*ctx, 4, 4, 2);
+    const size_t width = block.width;
+    if (block.ends && width % 2) {
+        for (size_t y = 0; y < block.height; ++y) {
+            const uint8_t* s = block.src + static_cast<ptrdiff_t>(y) * block.srcPitch;
+            uint8_t* d = block.dst + static_cast<ptrdiff_t>(y) * block.dstPitch;
+            for (size_t x = 0; x < width + 2; x += 2) {
+                uint8_t v[8] = {};
+                bool ok[2] = {};
+                for (size_t i = 0; i < 2 && x + i < width + 2; ++i) {
+                    const uint8_t* at = s + 4 * (x + i);
+                    const uint8_t* to = d + 4 * (x + i);
+                    ok[i] = x + i < width || (at + 4 <= block.ends->src && to + 4 <= block.ends->dst);
+                    for (size_t k = 0; k < 4; ++k)
+                        if (at + k < block.ends->src) v[4 * i + k] = at[k];
+                }
+                for (size_t i = 0; i < 2; ++i)
+                    for (size_t k = 0; k < 4; ++k)
+                        if (ok[i] && d + 4 * (x + i) + k < block.ends->dst) d[4 * (x + i) + k] = v[4 * i + k];
+            }
+        }
+        return 0;
+    }
     block.width += block.width % 2 * 2;
     copyBlock<4>(block);
     return 0;

@@ -56,6 +56,7 @@ bool BLT_InitContext(BltRenderFmt& fmt, BitMap* bitmap) {
 }
 
 bool BLT_InitMask(BltContext& ctx, SDL_Surface* mask) {
+    if (!mask->format) { DebugPrintF("x\n"); return false; }
     if (mask->format->BitsPerPixel != 8)
         return refuseMaskDepth();
     ormsel::lock(mask);

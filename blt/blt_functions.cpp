@@ -9,7 +9,7 @@ namespace {
 
 // The constant alpha that a surface brings along.
 unsigned char surfaceAlpha(const SDL_Surface* src) {
-    return src && src->flags & SDL_SRCALPHA ? src->format->alpha : 255;
+    return src && src->format && src->flags & SDL_SRCALPHA ? src->format->alpha : 255;
 }
 
 struct Request {
