@@ -93,10 +93,12 @@ protected:
             Layer* const layer = w.window->WLayer;
             const auto other =
                 std::async(std::launch::async, [=] { LockLayerRom(layer), UnlockLayerRom(layer); });
-            if (other.wait_for(std::chrono::seconds(10)) == std::future_status::ready)
-                continue;
-            ADD_FAILURE() << "a layer is still locked";
-            UnlockLayerRom(layer);
+            const auto free = [&](int seconds) {
+                return other.wait_for(std::chrono::seconds(seconds)) == std::future_status::ready;
+            };
+            EXPECT_TRUE(free(10)) << "a layer is still locked";
+            while (!free(0))
+                UnlockLayerRom(layer);
         }
     }
     void TearDown() override {

@@ -408,6 +408,31 @@ TEST_F(Platform, InputBecomesTheMessagesAskedFor) {
     EXPECT_EQ(host::rawKeyCode({24, SDLK_a, KMOD_NONE, 0}, false), 0x20) << "only X has keycodes";
 }
 
+TEST_F(Platform, WhatTheHostLostIsShownAgain) {
+    Window* const window =
+        OpenWindowTags(nullptr, WA_Width, 40, WA_Height, 30, WA_IDCMP, IDCMP_RAWKEY, TAG_DONE);
+    ASSERT_NE(window, nullptr);
+    SetRPAttrs(window->RPort, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
+    RectFill(window->RPort, 0, 0, 39, 29);
+    const auto shows = [&](Uint16 pixel) {
+        for (int looks = 0; looks < 2000; ++looks) {
+            GetMsg(window->UserPort);
+            const SDL_Surface* const host = SDL_GetVideoSurface();
+            if (static_cast<const Uint16*>(host->pixels)[39] == pixel)
+                return true;
+            SDL_Delay(1);
+        }
+        return false;
+    };
+    EXPECT_TRUE(shows(0xFFFF));
+    SDL_FillRect(SDL_GetVideoSurface(), nullptr, 0x1234);
+    SDL_Event exposure{};
+    exposure.type = SDL_VIDEOEXPOSE;
+    SDL_PushEvent(&exposure);
+    EXPECT_TRUE(shows(0xFFFF));
+    CloseWindow(window);
+}
+
 TEST_F(Platform, ScreensAndWindowsOpenClampedAndClose) {
     Screen* const desktop = LockPubScreen("workBENCH");
     Screen* const own = OpenScreenTags(nullptr, SA_Width, 800, SA_Height, 600, SA_Depth, 24, TAG_DONE);

@@ -47,9 +47,6 @@ TEST(Windows, TwoOnTheDesktopAreSeenAndGetTheirInput) {
 
     user.moveWindow(77, 99);
     EXPECT_TRUE(says("red 2000000 0 ") && says("green 2000000 0 ")) << program.out();
-    // What another window covered is shown again.
-    user.cover();
-    EXPECT_TRUE(shows(50, kRed) && shows(170, kGreen));
 
     user.type(XK_Escape);
     EXPECT_EQ(program.exitCode(), 0);
