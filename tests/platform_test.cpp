@@ -20,6 +20,7 @@
 
 #include <SDL.h>
 
+#include <host/debug.h>
 #include <proto/Picasso96API.h>
 #include <proto/exec.h>
 #include <proto/graphics.h>
@@ -102,6 +103,19 @@ TEST_F(Platform, AllocationsAndLocksAreCountedAndFailOnDemand) {
     EXPECT_TRUE(!AllocVec(8, MEMF_ANY) && !makeBitMap(4, 4, RGBFB_CLUT));
     EXPECT_EQ(liveAllocations(), before + 3) << "a bitmap has its record and its pixels";
     FreeVec(memory);
+}
+
+TEST_F(Platform, DebugOutputComesInOnePieceAndIsCut) {
+    std::vector<std::string> said;
+    HOST_SetDebugSink(
+        [](const char* text, void* all) { static_cast<std::vector<std::string>*>(all)->emplace_back(text); },
+        &said);
+    DebugPrintF("%d %s\n", 12, "words");
+    DebugPrintF("%1023s", "x");
+    DebugPrintF("%1024s", "x");
+    HOST_SetDebugSink(nullptr, nullptr);
+    EXPECT_EQ(said, (std::vector<std::string>{"12 words\n", std::string(1022, ' ') + 'x',
+                                              std::string(1019, ' ') + "...\n"}));
 }
 
 std::vector<std::pair<int, int>> points(const Rectangle& r) {
