@@ -5,43 +5,20 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <stdexcept>
-
-#include <sys/mman.h>
-#include <unistd.h>
+#include <random>
 
 namespace bench {
 
 namespace {
 
-constexpr size_t kMemory = size_t{512} << 20; // only what is touched is taken
+constexpr size_t kTiles = 1024;                             // more than a processor learns by heart
+constexpr Extent kSheet = {512, 512}, kScreen = {800, 600}; // of tiles
 
-class Random {
-public:
-    explicit Random(uint64_t seed) : state_(seed * 0x9E3779B97F4A7C15U + 1) {}
-    uint32_t next() {
-        state_ ^= state_ << 13;
-        state_ ^= state_ >> 7;
-        state_ ^= state_ << 17;
-        return static_cast<uint32_t>(state_ >> 32);
-    }
-
-private:
-    uint64_t state_;
-};
-
-struct Colour {
-    uint32_t r, g, b, a; // 0 to 255
-};
-
-uint32_t field(uint32_t value, uint32_t mask) {
-    if (!mask)
-        return 0;
-    return (value >> (8 - std::popcount(mask))) << std::countr_zero(mask);
-}
-
-uint32_t pack(const LayoutInfo& l, const Colour& c) {
-    return field(c.r, l.r) | field(c.g, l.g) | field(c.b, l.b) | field(c.a, l.a);
+uint32_t pack(const FormatInfo& f, uint32_t r, uint32_t g, uint32_t b, uint32_t a) {
+    const auto field = [](uint32_t value, uint32_t mask) {
+        return mask ? (value >> (8 - std::popcount(mask))) << std::countr_zero(mask) : 0;
+    };
+    return field(r, f.r) | field(g, f.g) | field(b, f.b) | field(a, f.a);
 }
 
 // A channel of a pixel as 0 to 255, exactly.
@@ -49,126 +26,122 @@ double channel(uint32_t pixel, uint32_t mask) {
     return (pixel & mask) * 255.0 / mask;
 }
 
-constexpr bool kLittle = std::endian::native == std::endian::little;
-
-void store(uint8_t* at, size_t bytes, uint32_t pixel) {
-    for (size_t i = 0; i < bytes; ++i)
-        at[kLittle ? i : bytes - 1 - i] = static_cast<uint8_t>(pixel >> (8 * i));
+// Where the bytes of a pixel stand in a word that holds its value.
+constexpr int firstByte(int bytes) {
+    return std::endian::native == std::endian::little ? 0 : 4 - bytes;
 }
 
-uint32_t load(const uint8_t* at, size_t bytes) {
-    uint32_t pixel = 0;
-    for (size_t i = 0; i < bytes; ++i)
-        pixel |= uint32_t{at[kLittle ? i : bytes - 1 - i]} << (8 * i);
-    return pixel;
+void store(uint8_t* image, size_t pixel, int bytes, uint32_t value) {
+    const auto size = static_cast<size_t>(bytes);
+    std::memcpy(image + pixel * size, reinterpret_cast<const uint8_t*>(&value) + firstByte(bytes), size);
 }
 
-// Discs of slightly different positions in cells of 32 pixels: opaque inside, with an anti-aliased edge.
-// Their radii give 40 % opaque and 20 % edge.
-uint32_t discAlpha(int x, int y, uint64_t seed) {
-    constexpr int kCell = 32;
-    constexpr double kInner = 11.4, kOuter = 14.0;
-    Random random(seed * 7919 + static_cast<uint64_t>(y / kCell) * 1009 + static_cast<uint64_t>(x / kCell));
-    random.next();
-    const double cx = 14 + random.next() % 401 / 100.0, cy = 14 + random.next() % 401 / 100.0;
-    const double d = std::hypot(x % kCell + 0.5 - cx, y % kCell + 0.5 - cy);
-    return static_cast<uint32_t>(std::clamp((kOuter - d) / (kOuter - kInner), 0.0, 1.0) * 255);
+uint32_t load(const uint8_t* image, size_t pixel, int bytes) {
+    const auto size = static_cast<size_t>(bytes);
+    uint32_t value = 0;
+    std::memcpy(reinterpret_cast<uint8_t*>(&value) + firstByte(bytes), image + pixel * size, size);
+    return value;
+}
+
+// Discs of slightly different positions in square cells: opaque inside, with an anti-aliased edge. Their
+// radii give 40 % opaque and 20 % edge.
+uint32_t discAlpha(int x, int y, int cell, size_t seed) {
+    constexpr double kInner = 11.4 / 32, kOuter = 14.0 / 32;
+    std::minstd_rand random(
+        static_cast<uint32_t>(static_cast<int>(seed) * 7919 + y / cell * 1009 + x / cell + 1));
+    random.discard(2);
+    const auto centre = [&random] { return (14 + static_cast<double>(random() % 401) / 100) / 32; };
+    const double dx = (x % cell + 0.5) / cell - centre(), dy = (y % cell + 0.5) / cell - centre();
+    return static_cast<uint32_t>(std::clamp((kOuter - std::hypot(dx, dy)) / (kOuter - kInner), 0.0, 1.0) *
+                                 255);
 }
 
 } // namespace
 
-SharedMemory::SharedMemory() : descriptor_(memfd_create("ormsel-bench", 0)) {
-    if (descriptor_ < 0 || ftruncate(descriptor_, kMemory) != 0)
-        throw std::runtime_error("no shared memory");
-    void* p = mmap(nullptr, kMemory, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
-    if (p == MAP_FAILED)
-        throw std::runtime_error("can't map shared memory");
-    begin_ = static_cast<uint8_t*>(p);
-}
-
-SharedMemory::~SharedMemory() {
-    munmap(begin_, kMemory);
-    close(descriptor_);
-}
-
-size_t SharedMemory::size() const {
-    return kMemory;
-}
-
-uint8_t* SharedMemory::allocate(size_t bytes) {
-    // Images at equal offsets in their pages make loads wait for unrelated stores; seventeen lines keep the
-    // images of a set apart.
-    uint8_t* p = begin_ + used_;
-    used_ += (bytes + 64 * 18) / 64 * 64;
-    if (used_ > kMemory)
-        throw std::runtime_error("images too large");
-    return p;
-}
-
-Case::Case(const Row& r, const Size& s, Content c, SharedMemory& memory) : row(r), size(s), content(c) {
-    const LayoutInfo &src = info(row.src), &dst = info(row.dst);
-    const bool alpha = src.a != 0, mask = row.rule == kMasked;
-    memory.clear();
+Case::Case(const Row& r, const Size& s, const char* c)
+    : row(r), size(s), content(c), sheet(r.shape == kTile ? kSheet : Extent{s.width, s.height}),
+      screen(r.shape == kTile ? kScreen : sheet) {
     for (size_t n = 0; n < size.sets; ++n) {
-        ImageSet set;
-        set.src = memory.allocate(size.pixels() * src.bytes());
-        set.premultiplied = alpha ? memory.allocate(size.pixels() * src.bytes()) : set.src;
-        set.dst = memory.allocate(size.pixels() * dst.bytes());
-        set.mask = mask ? memory.allocate(size.pixels()) : nullptr;
-        Random random(n + 1);
-        for (size_t i = 0; i < size.pixels(); ++i) {
-            const int x = static_cast<int>(i) % size.width, y = static_cast<int>(i) / size.width;
-            const uint32_t colours = random.next(), old = random.next();
-            // Small images show different parts of a disc.
-            const int shift = static_cast<int>(5 * n);
-            const uint32_t a = content == kSprite ? discAlpha(x + shift, y + shift, n) : colours >> 24;
-            const Colour pixel = {colours & 255, colours >> 8 & 255, colours >> 16 & 255, a};
-            const auto times = [a](uint32_t v) { return (v * a + 127) / 255; };
-            store(set.src + i * src.bytes(), src.bytes(), pack(src, pixel));
-            if (alpha)
-                store(set.premultiplied + i * src.bytes(), src.bytes(),
-                      pack(src, {times(pixel.r), times(pixel.g), times(pixel.b), a}));
-            if (mask)
-                set.mask[i] = static_cast<uint8_t>(a);
-            store(set.dst + i * dst.bytes(), dst.bytes(),
-                  pack(dst, {old & 255, old >> 8 & 255, old >> 16 & 255, 255}));
-        }
-        sets.push_back(set);
+        sets.push_back(makeSet(n));
+        if (row.shape != kTile)
+            blits.push_back({n, 0, 0, 0, 0});
     }
-    original_.assign(sets[0].dst, sets[0].dst + size.pixels() * dst.bytes());
+    std::mt19937 random;
+    const auto below = [&random](int end) { return static_cast<int>(random() % static_cast<uint32_t>(end)); };
+    while (blits.size() < kTiles && row.shape == kTile)
+        blits.push_back({0, below(sheet.width / s.width) * s.width, below(sheet.height / s.height) * s.height,
+                         below(screen.width - s.width + 1), below(screen.height - s.height + 1)});
+    original_.assign(sets[0].dst, sets[0].dst + screen.pixels() * static_cast<size_t>(info(row.dst).bytes));
+}
+
+// Images at equal offsets in their pages make loads wait for unrelated stores; seventeen cache lines keep the
+// images of a set apart.
+uint8_t* Case::allocate(size_t pixels, int bytes) {
+    constexpr size_t kPage = 4096;
+    memory_.push_back(
+        std::make_unique_for_overwrite<uint8_t[]>(pixels * static_cast<size_t>(bytes) + 2 * kPage));
+    uint8_t* p = memory_.back().get();
+    p += kPage - reinterpret_cast<uintptr_t>(p) % kPage;
+    return p + memory_.size() * 17 * 64 % kPage;
+}
+
+ImageSet Case::makeSet(size_t number) {
+    const FormatInfo &src = info(row.src), &dst = info(row.dst);
+    ImageSet set = {};
+    set.src = set.premultiplied = allocate(sheet.pixels(), src.bytes);
+    if (src.a)
+        set.premultiplied = allocate(sheet.pixels(), src.bytes);
+    set.dst = allocate(screen.pixels(), dst.bytes);
+    if (row.rule == kMasked)
+        set.mask = allocate(sheet.pixels(), 1);
+    std::mt19937 random(static_cast<uint32_t>(number));
+    const int cell = row.shape == kTile ? size.width : 32;
+    const int shift = static_cast<int>(5 * number); // so that small images show different parts of a disc
+    for (size_t i = 0; i < sheet.pixels(); ++i) {
+        const int x = static_cast<int>(i) % sheet.width, y = static_cast<int>(i) / sheet.width;
+        const auto colours = static_cast<uint32_t>(random());
+        const uint32_t r = colours & 255, g = colours >> 8 & 255, b = colours >> 16 & 255;
+        const uint32_t a = content == kSprite ? discAlpha(x + shift, y + shift, cell, number) : colours >> 24;
+        const auto times = [a](uint32_t v) { return (v * a + 127) / 255; };
+        if (src.a)
+            store(set.premultiplied, i, src.bytes, pack(src, times(r), times(g), times(b), a));
+        store(set.src, i, src.bytes, pack(src, r, g, b, a));
+        if (set.mask)
+            set.mask[i] = static_cast<uint8_t>(a);
+    }
+    for (size_t i = 0; i < screen.pixels(); ++i) {
+        const auto old = static_cast<uint32_t>(random());
+        store(set.dst, i, dst.bytes, pack(dst, old & 255, old >> 8 & 255, old >> 16 & 255, 255));
+    }
+    return set;
 }
 
 void Case::resetDestination() {
     std::memcpy(sets[0].dst, original_.data(), original_.size());
 }
 
-size_t Case::checkedPixels() const {
-    return std::min<size_t>(size.pixels(), 65536);
-}
-
 Error Case::error() const {
-    const LayoutInfo &src = info(row.src), &dst = info(row.dst);
-    const ImageSet& set = sets[0];
+    const FormatInfo &src = info(row.src), &dst = info(row.dst);
+    const Blit& blit = blits[0];
+    const size_t checked = std::min<size_t>(size.pixels(), 65536);
     Error error;
-    for (size_t i = 0; i < checkedPixels(); ++i) {
-        const uint32_t s = load(set.src + i * src.bytes(), src.bytes());
-        const uint32_t d = load(original_.data() + i * dst.bytes(), dst.bytes());
-        const uint32_t result = load(set.dst + i * dst.bytes(), dst.bytes());
-        const double a = (row.rule == kMasked       ? set.mask[i] / 255.0
-                          : row.rule == kPixelAlpha ? channel(s, src.a) / 255
-                                                    : 1) *
-                         row.alpha / 255;
-        const auto compare = [&](uint32_t from, uint32_t to) {
-            const double exact = channel(d, to) + (channel(s, from) - channel(d, to)) * a;
-            const double off = std::abs(channel(result, to) - exact);
+    for (size_t i = 0; i < checked; ++i) {
+        const int x = static_cast<int>(i) % size.width, y = static_cast<int>(i) / size.width;
+        const auto from = static_cast<size_t>((blit.srcY + y) * sheet.width + blit.srcX + x);
+        const auto onto = static_cast<size_t>((blit.dstY + y) * screen.width + blit.dstX + x);
+        const uint32_t s = load(sets[0].src, from, src.bytes), result = load(sets[0].dst, onto, dst.bytes);
+        const uint32_t d = load(original_.data(), onto, dst.bytes);
+        const double own = row.rule == kMasked       ? sets[0].mask[from] / 255.0
+                           : row.rule == kPixelAlpha ? channel(s, src.a) / 255
+                                                     : 1;
+        for (const auto& [srcMask, dstMask] : {std::pair(src.r, dst.r), {src.g, dst.g}, {src.b, dst.b}}) {
+            const double old = channel(d, dstMask);
+            const double exact = old + (channel(s, srcMask) - old) * own * row.alpha / 255;
+            const double off = std::abs(channel(result, dstMask) - exact);
             error.max = std::max(error.max, off);
-            error.mean += off;
-        };
-        compare(src.r, dst.r);
-        compare(src.g, dst.g);
-        compare(src.b, dst.b);
+            error.mean += off / 3 / static_cast<double>(checked);
+        }
     }
-    error.mean /= 3.0 * static_cast<double>(checkedPixels());
     return error;
 }
 

@@ -1,34 +1,17 @@
 // SPDX-License-Identifier: Zlib
 //
-// The images of a row, in memory that the SDL 2 process shares, and how far a result lies from the exact
-// blend.
+// The images of a case, and how far a result lies from the exact blend.
 #pragma once
 
-#include <cstdint>
-#include <vector>
+#include <memory>
 
 #include "bench/rows.h"
 
 namespace bench {
 
-// Memory that another process can map: the descriptor is inherited.
-class SharedMemory {
-public:
-    SharedMemory();
-    ~SharedMemory();
-    SharedMemory(const SharedMemory&) = delete;
-    SharedMemory& operator=(const SharedMemory&) = delete;
-
-    void clear() { used_ = 0; }
-    uint8_t* allocate(size_t bytes); // on a cache line
-    uint64_t offsetOf(const uint8_t* p) const { return static_cast<uint64_t>(p - begin_); }
-    int descriptor() const { return descriptor_; }
-    size_t size() const;
-
-private:
-    int descriptor_;
-    uint8_t* begin_;
-    size_t used_ = 0;
+struct Extent {
+    int width, height;
+    size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
 };
 
 // Images with rows right behind each other.
@@ -39,6 +22,12 @@ struct ImageSet {
     uint8_t* mask;
 };
 
+// A rectangle of the case's size, from one place to another.
+struct Blit {
+    size_t set;
+    int srcX, srcY, dstX, dstY;
+};
+
 struct Error {
     double max = 0, mean = 0; // in 255ths of a channel's range, over the colour channels
 };
@@ -46,19 +35,25 @@ struct Error {
 // One row at one size with one content.
 class Case {
 public:
-    Case(const Row& row, const Size& size, Content content, SharedMemory& memory);
+    Case(const Row& row, const Size& size, const char* content);
 
     const Row& row;
     const Size& size;
-    const Content content;
+    const char* const content;
+    const Extent sheet, screen; // of the sources and of the destinations; a picture fills both
     std::vector<ImageSet> sets;
+    std::vector<Blit> blits; // drawn in turn
 
-    int pitch(Layout layout) const { return size.width * static_cast<int>(info(layout).bytes()); }
+    int srcPitch() const { return sheet.width * info(row.src).bytes; }
+    int dstPitch() const { return screen.width * info(row.dst).bytes; }
     void resetDestination(); // of the first set
-    Error error() const;     // of the first set's destination, after one blit
+    Error error() const;     // of the first blit, when it is the only one since the reset
 
 private:
-    size_t checkedPixels() const;
+    uint8_t* allocate(size_t pixels, int bytes);
+    ImageSet makeSet(size_t number);
+
+    std::vector<std::unique_ptr<uint8_t[]>> memory_;
     std::vector<uint8_t> original_; // the first set's destination before any blit
 };
 

@@ -5,13 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace bench {
 
 // What moves for each pixel.
 struct Traffic {
-    size_t srcBytes, dstBytes;
+    int srcBytes, dstBytes; // 2 to 4
     bool readsDestination;
     bool mask; // one byte more
 };
@@ -19,10 +18,8 @@ struct Traffic {
 // Pixels come in multiples of 64.
 using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
 
-// Loops with every vector width that this processor has, with and without prefetching.
-std::vector<LimitLoop> limitLoops(const Traffic& traffic);
-
+// The loop with vectors of so many bytes, with or without prefetching. CMakeLists.txt says which there are.
 template <size_t Width>
-LimitLoop limitLoopOfWidth(const Traffic& traffic, bool prefetches);
+LimitLoop limitLoop(const Traffic& traffic, bool prefetches);
 
 } // namespace bench

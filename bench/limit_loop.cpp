@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it.
+// Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it. Nothing of the C++
+// library may be used here: the linker could take its code from this file for all others.
 #include "bench/limit.h"
 
 namespace bench {
@@ -9,17 +10,16 @@ namespace {
 
 using Vector [[gnu::vector_size(LIMIT_BYTES), gnu::aligned(1), gnu::may_alias]] = uint8_t;
 
-// Far enough for the next lines to arrive in time; the same as the kernels' distance.
-constexpr size_t kAhead = 2048;
-
 template <bool Prefetches, size_t Bytes>
 void prefetch(const uint8_t* from) {
+    constexpr size_t kAhead =
+        2048; // so that the next lines arrive in time; the same as the kernels' distance
     if constexpr (Prefetches)
         for (size_t at = 0; at < Bytes * LIMIT_BYTES; at += 64)
             __builtin_prefetch(from + kAhead + at);
 }
 
-template <bool Prefetches, size_t SrcBytes, size_t DstBytes, bool ReadsDestination, bool Mask>
+template <size_t SrcBytes, size_t DstBytes, bool ReadsDestination, bool Mask, bool Prefetches>
 void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) {
     for (size_t done = 0; done < pixels; done += LIMIT_BYTES) {
         const auto* s = reinterpret_cast<const Vector*>(src + done * SrcBytes);
@@ -42,42 +42,24 @@ void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) 
     }
 }
 
-template <bool Prefetches, size_t SrcBytes, size_t DstBytes>
-LimitLoop choose(const Traffic& t) {
-    if (t.mask)
-        return loop<Prefetches, SrcBytes, DstBytes, true, true>;
-    return t.readsDestination ? loop<Prefetches, SrcBytes, DstBytes, true, false>
-                              : loop<Prefetches, SrcBytes, DstBytes, false, false>;
-}
-
-template <bool Prefetches, size_t SrcBytes>
-LimitLoop choose(const Traffic& t) {
-    switch (t.dstBytes) {
-    case 2:
-        return choose<Prefetches, SrcBytes, 2>(t);
-    case 3:
-        return choose<Prefetches, SrcBytes, 3>(t);
-    default:
-        return choose<Prefetches, SrcBytes, 4>(t);
-    }
-}
+template <size_t SrcBytes, size_t DstBytes, bool Prefetches>
+constexpr LimitLoop kLoops[] = {loop<SrcBytes, DstBytes, false, false, Prefetches>,
+                                loop<SrcBytes, DstBytes, true, false, Prefetches>,
+                                loop<SrcBytes, DstBytes, true, true, Prefetches>};
 
 template <bool Prefetches>
 LimitLoop choose(const Traffic& t) {
-    switch (t.srcBytes) {
-    case 2:
-        return choose<Prefetches, 2>(t);
-    case 3:
-        return choose<Prefetches, 3>(t);
-    default:
-        return choose<Prefetches, 4>(t);
-    }
+    static constexpr const LimitLoop* kByBytes[3][3] = {
+        {kLoops<2, 2, Prefetches>, kLoops<2, 3, Prefetches>, kLoops<2, 4, Prefetches>},
+        {kLoops<3, 2, Prefetches>, kLoops<3, 3, Prefetches>, kLoops<3, 4, Prefetches>},
+        {kLoops<4, 2, Prefetches>, kLoops<4, 3, Prefetches>, kLoops<4, 4, Prefetches>}};
+    return kByBytes[t.srcBytes - 2][t.dstBytes - 2][t.mask ? 2 : t.readsDestination ? 1 : 0];
 }
 
 } // namespace
 
 template <>
-LimitLoop limitLoopOfWidth<LIMIT_BYTES>(const Traffic& t, bool prefetches) {
+LimitLoop limitLoop<LIMIT_BYTES>(const Traffic& t, bool prefetches) {
     return prefetches ? choose<true>(t) : choose<false>(t);
 }
 

@@ -1,105 +1,61 @@
 // SPDX-License-Identifier: Zlib
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <exception>
-#include <filesystem>
 #include <fstream>
-#include <memory>
-#include <sstream>
+#include <optional>
 
+#include <CLI/CLI.hpp>
 #include <benchmark/benchmark.h>
-#include <fnmatch.h>
+#include <fmt/format.h>
 #include <sched.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
-#include "bench/check.h"
+#include "bench/report.h"
 #include <ormsel/ormsel_target.h>
 
 namespace {
 
 using namespace bench;
 
-constexpr const char* kUsage = R"(Usage: ormsel-bench [OPTION]...
-Measures Ormsel's routines beside other libraries and the memory's own limit.
-
-  --rows PATTERN   only rows that match, for example 'argb32*'; several with commas
-  --sizes LIST     of 64x64, 800x600, 3840x2160 and call, with commas; all without this option
-  --quick          800x600 and calls only, with few passes
-  --passes N       passes of each case
-  --json FILE      write all figures
-  --charts DIR     draw charts (needs gnuplot)
-  --check          compare with what the library promises
-  --compare FILE   compare with the figures of an earlier --json; exit status 1 when a row lost more than its noise
-  --from FILE      take the figures of an earlier --json instead of measuring
-  --list           name the rows
-  --help           this text
-)";
-
 struct Options {
-    std::string rowPatterns = "*", sizeNames = "64x64,800x600,3840x2160,call", json, charts, compare, from;
-    bool quick = false, check = false, list = false, help = false;
+    std::string rows = "*", sizes = "*", json, charts, page, compare, from;
+    bool quick = false, check = false, list = false;
     int passes = 0;
-};
 
-bool parse(int argc, char** argv, Options& o) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        std::string* text = option == "--rows"      ? &o.rowPatterns
-                            : option == "--sizes"   ? &o.sizeNames
-                            : option == "--json"    ? &o.json
-                            : option == "--charts"  ? &o.charts
-                            : option == "--compare" ? &o.compare
-                            : option == "--from"    ? &o.from
-                                                    : nullptr;
-        bool* flag = option == "--quick"   ? &o.quick
-                     : option == "--check" ? &o.check
-                     : option == "--list"  ? &o.list
-                     : option == "--help"  ? &o.help
-                                           : nullptr;
-        if (flag)
-            *flag = true;
-        else if (i + 1 == argc)
-            return false;
-        else if (text)
-            *text = argv[++i];
-        else if (option == "--passes" && (o.passes = std::atoi(argv[++i])) > 0)
-            continue;
-        else
-            return false;
+    void declare(CLI::App& app) {
+        app.add_option("--rows", rows, "only rows that match, for example 'argb32*'; several with commas");
+        app.add_option("--sizes", sizes, "of 64x64, 800x600, 3840x2160, call and tiles, with commas");
+        app.add_flag("--quick", quick, "800x600, calls and tiles only, with few passes");
+        app.add_option("--passes", passes, "passes of each case")->check(CLI::PositiveNumber);
+        app.add_option("--json", json, "write all figures");
+        app.add_option("--charts", charts, "draw charts into a directory (needs gnuplot)");
+        app.add_option("--page", page, "write the figures as docs/performance.md shows them");
+        app.add_flag("--check", check, "compare with what the library promises");
+        app.add_option(
+            "--compare", compare,
+            "compare with the figures of an earlier --json; exit status 1 when a case lost more than "
+            "its noise");
+        app.add_option("--from", from, "take the figures of an earlier --json instead of measuring");
+        app.add_flag("--list", list, "name the rows");
     }
-    if (o.quick)
-        o.sizeNames = "800x600,call";
-    return true;
-}
-
-bool listed(const std::string& list, const std::string& name) {
-    std::istringstream in(list);
-    for (std::string pattern; std::getline(in, pattern, ',');)
-        if (fnmatch(pattern.c_str(), name.c_str(), 0) == 0)
-            return true;
-    return false;
-}
+};
 
 struct Plan {
     const Row* row;
     const Size* size;
-    Content content;
+    const char* content;
 };
 
 std::vector<Plan> planOf(const Options& o) {
     std::vector<Plan> plan;
-    for (const Row& row : rows) {
-        if (!listed(o.rowPatterns, row.name))
-            continue;
-        for (const Size& size : row.call ? callSizes : pictureSizes)
-            if (listed(o.sizeNames, row.call ? "call" : size.name))
-                for (const Content content : contentsOf(row))
+    for (const Row& row : allRows())
+        for (const Size& size : sizesOf(row.shape))
+            for (const char* content : {kSprite, kRandom})
+                if (listed(o.rows, row.name) &&
+                    listed(o.quick ? "800x600,call,tiles" : o.sizes, size.group) &&
+                    (row.hasAlpha() || content == kRandom))
                     plan.push_back({&row, &size, content});
-    }
     return plan;
 }
 
@@ -108,14 +64,12 @@ void pin() {
     cpu_set_t allowed;
     if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
         return;
-    for (int core = CPU_SETSIZE - 1; core >= 0; --core) {
-        if (CPU_ISSET(core, &allowed)) {
-            CPU_ZERO(&allowed);
-            CPU_SET(core, &allowed);
-            sched_setaffinity(0, sizeof allowed, &allowed);
-            return;
-        }
-    }
+    int core = CPU_SETSIZE - 1;
+    while (core > 0 && !CPU_ISSET(core, &allowed))
+        --core;
+    CPU_ZERO(&allowed);
+    CPU_SET(core, &allowed);
+    sched_setaffinity(0, sizeof allowed, &allowed);
 }
 
 std::string processorName() {
@@ -126,122 +80,83 @@ std::string processorName() {
     return "unknown";
 }
 
-Machine describeMachine(const Sdl2Process* sdl2) {
-    Machine m;
-    m.processor = processorName() + ", " + ormsel_TargetName();
+Report emptyReport() {
+    Report r;
+    r.processor = processorName();
     for (const auto& cache : benchmark::CPUInfo::Get().caches)
         if (cache.type != "Instruction")
-            m.caches += (m.caches.empty() ? "" : ", ") + std::string("L") + std::to_string(cache.level) +
-                        " " + std::to_string(cache.size / 1024) + " KiB";
-    utsname system;
-    uname(&system);
-    m.system = std::string(system.sysname) + " " + system.machine;
-#if defined(__clang__)
-    m.compiler = "clang " __clang_version__;
-#else
-    m.compiler = "g++ " __VERSION__;
-#endif
-    m.libraries = libraryVersions() + (sdl2 ? ", SDL " + sdl2->version() + " in its own process" : "");
-    return m;
+            r.caches +=
+                fmt::format("{}L{} {} KiB", r.caches.empty() ? "" : ", ", cache.level, cache.size / 1024);
+    r.system = BENCH_SYSTEM;
+    r.compiler = BENCH_COMPILER;
+    r.libraries = libraryVersions();
+    for (const char* const* target = ormsel_Targets(); *target; ++target)
+        r.targets.emplace_back(*target);
+    return r;
 }
 
-std::unique_ptr<Sdl2Process> startSdl2(const SharedMemory& memory) {
-    try {
-        const auto self = std::filesystem::read_symlink("/proc/self/exe");
-        return std::make_unique<Sdl2Process>(self.parent_path() / "ormsel-bench-sdl2", memory);
-    } catch (const std::exception& e) {
-        std::fprintf(stderr, "SDL 2 is left out: %s\n", e.what());
-        return nullptr;
-    }
+void showProgress(const Plan& p, size_t done, size_t total, std::time_t start) {
+    if (!isatty(STDERR_FILENO))
+        return;
+    const auto spent = static_cast<size_t>(std::time(nullptr) - start);
+    fmt::print(stderr, "\r\033[K[{}/{}] {} {} {}, about {} s left\r", done + 1, total, p.row->name,
+               p.size->name, p.content, done ? spent * (total - done) / done : 0);
 }
-
-class Progress {
-public:
-    explicit Progress(size_t total) : total_(total) {}
-    void show(const Plan& p) {
-        const long spent = static_cast<long>(std::time(nullptr) - start_);
-        const long left = done_ ? spent * static_cast<long>(total_ - done_) / static_cast<long>(done_) : 0;
-        if (isatty(STDERR_FILENO))
-            std::fprintf(stderr, "\r\033[K[%zu/%zu] %s %s %s, about %ld s left", done_ + 1, total_,
-                         p.row->name, p.size->name, name(p.content), left);
-        ++done_;
-    }
-    void clear() const {
-        if (isatty(STDERR_FILENO))
-            std::fprintf(stderr, "\r\033[K");
-    }
-
-private:
-    size_t total_, done_ = 0;
-    std::time_t start_ = std::time(nullptr);
-};
 
 Report measureAll(const Options& o) {
     const std::vector<Plan> plan = planOf(o);
     if (plan.empty())
         throw std::runtime_error("no row of that name in that size (--list names the rows)");
     pin();
-    SharedMemory memory;
-    const std::unique_ptr<Sdl2Process> sdl2 = startSdl2(memory);
-    Report report;
-    report.machine = describeMachine(sdl2.get());
-    printMachine(report.machine);
-    Progress progress(plan.size());
+    Report report = emptyReport();
+    printMachine(report);
+    const std::time_t start = std::time(nullptr);
     for (const Plan& p : plan) {
-        progress.show(p);
-        Case c(*p.row, *p.size, p.content, memory);
-        const bool large = p.size->pixels() > 1000000;
-        const int passes = o.passes ? o.passes : o.quick ? 7 : large ? 9 : 21;
-        const std::vector<Result> results = measure(c, sdl2.get(), {o.quick ? 2e-3 : 4e-3, passes});
-        progress.clear();
-        printCase(results, p.row->why);
-        report.results.insert(report.results.end(), results.begin(), results.end());
+        showProgress(p, report.cases.size(), plan.size(), start);
+        Case c(*p.row, *p.size, p.content);
+        const int passes = o.passes ? o.passes : o.quick ? 7 : p.size->pixels() > 1000000 ? 9 : 21;
+        report.cases.push_back(measure(c, {o.quick ? 2e-3 : 4e-3, passes}));
+        printCase(report.cases.back());
     }
     return report;
 }
 
 int run(const Options& o) {
-    std::optional<Report> report, old;
-    if (!o.compare.empty() && !(old = readJson(o.compare)))
-        throw std::runtime_error("can't read " + o.compare);
-    report = o.from.empty() ? measureAll(o) : readJson(o.from);
-    if (!report)
-        throw std::runtime_error("can't read " + o.from);
-    printNoise(*report);
-    if (!o.json.empty() && !writeJson(*report, o.json))
-        throw std::runtime_error("can't write " + o.json);
-    if (!o.charts.empty()) {
-        std::filesystem::create_directories(o.charts);
-        if (!drawCharts(*report, o.charts))
-            throw std::runtime_error("gnuplot failed");
-    }
-    int failed = o.check ? printCheck(*report) : 0;
+    std::optional<Report> old; // read first: a name that is wrong shall not cost a measurement
+    if (!o.compare.empty())
+        old = readJson(o.compare);
+    const Report report = o.from.empty() ? measureAll(o) : readJson(o.from);
+    fmt::print("\nNoise: {}.\n", noiseOf(report));
+    if (!o.json.empty())
+        writeJson(report, o.json);
+    if (!o.charts.empty())
+        drawCharts(report, o.charts);
+    if (!o.page.empty())
+        writePage(report, o.page);
+    size_t failed = o.check ? printCheck(report) : 0;
     if (old)
-        failed += printComparison(*old, *report);
+        failed += printComparison(*old, report);
     return failed ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
+    CLI::App app("Measures Ormsel's routines beside other libraries and the memory's own limit.",
+                 "ormsel-bench");
     Options options;
-    if (!parse(argc, argv, options)) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(kUsage, stdout);
-        return EXIT_SUCCESS;
-    }
-    if (options.list) {
-        for (const Row& row : rows)
-            std::printf("%s\n", row.name);
-        return EXIT_SUCCESS;
-    }
+    options.declare(app);
     try {
-        return run(options);
+        app.parse(argc, argv);
+        if (!options.list)
+            return run(options);
+        for (const Row& row : allRows())
+            fmt::print("{}\n", row.name);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) ? 2 : EXIT_SUCCESS;
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "ormsel-bench: %s\n", e.what());
+        fmt::print(stderr, "ormsel-bench: {}\n", e.what());
         return 2;
     }
+    return EXIT_SUCCESS;
 }

@@ -4,15 +4,12 @@
 #pragma once
 
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "bench/images.h"
 
 namespace bench {
 
-enum class Kind {
+enum Kind {
     kOurs,
     kStraight,      // does the same work: straight alpha in, or no alpha at all
     kPremultiplied, // gets its source premultiplied for nothing
@@ -23,48 +20,34 @@ enum class Kind {
 struct Participant {
     std::string name;
     Kind kind;
-    const char* note; // nullptr, or what its figures leave out
-    // Draws the next images, one after the other; the seconds it took if it measures itself.
-    std::function<double(size_t blits)> blit;
-    bool measuresItself = false;
+    std::function<void(size_t count)> blit; // the next blits of the case
+    std::function<void()> prepare = [] {};  // before blits that may follow another participant's
 };
 
-// SDL 2 in a process of its own. Its images lie in the shared memory.
-class Sdl2Process {
-public:
-    Sdl2Process(const std::string& program, const SharedMemory& memory);
-    ~Sdl2Process();
-    Sdl2Process(const Sdl2Process&) = delete;
-    Sdl2Process& operator=(const Sdl2Process&) = delete;
+// The first one is what the others are compared with: the limit, or SDL 1.2 for calls and tiles. They refer
+// to the case.
+std::vector<Participant> participantsOf(const Case& c);
 
-    const std::string& version() const { return version_; }
-    void load(const Case& c);
-    double blit(size_t blits); // seconds
-    const SharedMemory& memory;
-
-private:
-    int pid_, to_, from_;
-    std::string version_;
-};
-
-// sdl2 may be nullptr. The first one is what the others are compared with: the limit, or SDL 1.2 for a call.
-std::vector<Participant> participantsOf(const Case& c, Sdl2Process* sdl2);
-
+// A peer that is limited to a target's instructions has its name: "libyuv avx2". What can't be limited uses
+// none that the vector targets don't have: SDL 1.2 and SDL 2 MMX and SSE2, pixman no more than SSSE3.
 void addLibyuv(std::vector<Participant>& list, const Case& c);
+void addSdl2(std::vector<Participant>& list, const Case& c);
 
-// Versions of the linked libraries, for the report.
+// Whether SDL blends in the row. It has no masks, and SDL 1.2 no constant alpha on top of the pixels' own.
+bool sdlBlends(const Row& row);
+
 std::string libraryVersions();
+std::string sdl2Version(); // empty when there is none
 
-// A participant's function from one that draws one image of a list.
-template <class Image, class Blit>
-std::function<double(size_t)> inTurn(std::vector<Image> images, Blit blit) {
-    return [images = std::move(images), blit, next = size_t{0}](size_t blits) mutable {
-        for (; blits; --blits) {
-            blit(images[next]);
-            if (++next == images.size())
+// A participant's function: draws the case's blits one after the other.
+template <class Draw>
+std::function<void(size_t)> inTurn(const Case& c, Draw draw) {
+    return [&c, draw = std::move(draw), next = size_t{0}](size_t count) mutable {
+        for (; count; --count) {
+            draw(c.blits[next]);
+            if (++next == c.blits.size())
                 next = 0;
         }
-        return 0.0;
     };
 }
 

@@ -1,41 +1,87 @@
 // SPDX-License-Identifier: Zlib
 //
-// The results for people and for programs.
+// The figures of a run: how they are measured, and what is made of them.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
-#include "bench/measure.h"
+#include "bench/peers.h"
 
 namespace bench {
 
-struct Machine {
-    std::string processor, caches, system, compiler, libraries;
+// Median and quartiles.
+struct Figure {
+    double q1 = 0, median = 0, q3 = 0;
+
+    static Figure of(std::vector<double> samples);
+    double spread() const {
+        return median > 0 ? (q3 - q1) / 2 / median : 0;
+    } // half the middle half, relative
+};
+
+struct Result {
+    std::string participant;
+    Kind kind = kOurs;
+    Figure nanoseconds; // of one blit
+    Figure share;       // the reference's time by this one's, pass by pass
+    Error error;
+};
+
+struct CaseReport {
+    std::string row, size, content;
+    double pixels = 0;           // of one blit
+    std::vector<Result> results; // the first is the reference, the last the same again
+
+    const Result* find(const std::string& participant) const;
+    const Result& reference() const { return results.front(); }
+    bool picture() const { return reference().kind == kLimit; }
+    // Megapixels in a second; for calls and tiles nanoseconds.
+    double figure(const Result& r) const {
+        return picture() ? pixels * 1e3 / r.nanoseconds.median : r.nanoseconds.median;
+    }
+    double noise() const; // how far the reference differs from itself, relative
 };
 
 struct Report {
-    Machine machine;
-    std::vector<Result> results;
+    std::string processor, caches, system, compiler, libraries;
+    std::vector<std::string> targets; // best first
+    std::vector<CaseReport> cases;
 
-    const Result* find(const std::string& row, const std::string& size, const std::string& content,
-                       const std::string& participant) const;
-    std::string bestTarget() const; // the one that the library chooses: our first in each case
+    const CaseReport* find(const std::string& row, const std::string& size, const std::string& content) const;
 };
 
-const char* name(Kind kind);
+struct Effort {
+    double sliceSeconds; // of one participant in one pass
+    int passes;
+};
+CaseReport measure(Case& c, const Effort& effort);
 
-void printMachine(const Machine& machine);
-void printCase(const std::vector<Result>& results, const char* why);
-// How far two measurements of one thing differ, over all cases.
-void printNoise(const Report& report);
+void printMachine(const Report& report);
+void printCase(const CaseReport& c);
+std::string noiseOf(const Report& report); // of all cases, in words
 
-// JSON with one result on each line; readJson() reads only what writeJson() wrote.
-bool writeJson(const Report& report, const std::string& file);
-std::optional<Report> readJson(const std::string& file);
+void writeJson(const Report& report, const std::string& file);
+Report readJson(const std::string& file);
 
+// What the library promises about its speed, and whether the report keeps it.
+inline constexpr const char *kMet = "met", *kNotMet = "NOT MET", *kNotByLimit = "NOT MET, nor by the limit",
+                            *kMissing = "MISSING: one of the two can't draw this here",
+                            *kNotMeasured = "not measured in this run";
+struct Verdict {
+    std::string row, size, content, what;
+    double needed = 0, seen = 0;
+    double limit = 0;             // what the limit itself would reach, or 0
+    std::string state = kMissing; // one of the above
+};
+std::vector<Verdict> verdictsOf(const Report& report);
+size_t count(const std::vector<Verdict>& verdicts, const std::string& beginning); // of the state
+size_t printCheck(const Report& report); // the number of those not met
+
+// Prints the cases that are slower than in an older report by more than their noise; their number. Compared
+// is the share of the reference, so that another clock or load doesn't count.
+size_t printComparison(const Report& old, const Report& now);
+
+// The page that performance.md.in describes, with the report's figures.
+void writePage(const Report& report, const std::string& file);
 // SVG and PNG for each size and content, drawn by gnuplot.
-bool drawCharts(const Report& report, const std::string& directory);
+void drawCharts(const Report& report, const std::string& directory);
 
 } // namespace bench

@@ -2,79 +2,97 @@
 #include "bench/rows.h"
 
 #include <algorithm>
+#include <bit>
+#include <sstream>
+
+#include <fmt/format.h>
+#include <fnmatch.h>
 
 namespace bench {
 
 namespace {
 
-constexpr LayoutInfo kLayouts[] = {
-    {"A8R8G8B8", 32, 0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000},
-    {"A8B8G8R8", 32, 0x000000FF, 0x0000FF00, 0x00FF0000, 0xFF000000},
-    {"R8G8B8A8", 32, 0xFF000000, 0x00FF0000, 0x0000FF00, 0x000000FF},
-    {"B8G8R8A8", 32, 0x0000FF00, 0x00FF0000, 0xFF000000, 0x000000FF},
-    {"R8G8B8", 24, 0xFF0000, 0x00FF00, 0x0000FF, 0},
-    {"B8G8R8", 24, 0x0000FF, 0x00FF00, 0xFF0000, 0},
-    {"R5G6B5", 16, 0xF800, 0x07E0, 0x001F, 0},
-    {"R5G5B5", 15, 0x7C00, 0x03E0, 0x001F, 0},
+constexpr FormatInfo kFormats[] = {
+#define FORMAT(name, stem, code, bytes, r, g, b, a, shift)                                                   \
+    {#stem,                                                                                                  \
+     bytes,                                                                                                  \
+     (bytes) == 2 ? std::popcount((r) | (g) | (b)) : 8 * (bytes),                                            \
+     r,                                                                                                      \
+     g,                                                                                                      \
+     b,                                                                                                      \
+     (bytes) == 4 ? (a) : 0},
+    ORMSEL_FORMATS(FORMAT)
+#undef FORMAT
 };
+
+const Row kOthers[] = {
+    {"argb32+copy", kA8R8G8B8, kA8R8G8B8, kCopy},
+    {"fallback_mask_argb32_argb32", kA8R8G8B8, kA8R8G8B8, kMasked},
+    {"fallback_mask_argb32_rgb16", kA8R8G8B8, kR5G6B5, kMasked},
+    {"fallback_argb32_rgb15", kA8R8G8B8, kR5G5B5, kPixelAlpha},
+    {"fallback_argb32_rgb24", kA8R8G8B8, kR8G8B8, kPixelAlpha, 255, kPicture,
+     "Ormsel takes each old channel from the byte that follows its own in memory and puts a zero byte behind "
+     "each pixel, as documented: its error is that rule, not rounding"},
+    {"fallback_rgb16_argb32", kR5G6B5, kA8R8G8B8, kOpaque},
+    {"fallback_rgb24_argb32", kR8G8B8, kA8R8G8B8, kOpaque},
+    {"call", kA8R8G8B8, kA8R8G8B8, kPixelAlpha, 255, kCall},
+    {"call_rgb16", kA8R8G8B8, kR5G6B5, kPixelAlpha, 255, kCall},
+    {"tiles", kA8R8G8B8, kA8R8G8B8, kPixelAlpha, 255, kTile},
+    {"tiles_rgb16", kA8R8G8B8, kR5G6B5, kPixelAlpha, 255, kTile},
+};
+
+std::vector<Row> makeRows() {
+    std::vector<Row> rows;
+    const auto addRoute = [&rows](Format src, Format dst) {
+        const std::string stems = src == dst ? info(src).stem : fmt::format("{}_{}", info(src).stem, info(dst).stem);
+        for (const int alpha : {255, 100, 128})
+            rows.push_back({alpha == 255 ? stems : fmt::format("{}@{}", stems, alpha), src, dst,
+                            info(src).a ? kPixelAlpha : kOpaque, static_cast<uint8_t>(alpha)});
+    };
+#define ROUTE(src, dst, rule) addRoute(k##src, k##dst);
+    ORMSEL_ROUTES(ROUTE)
+#undef ROUTE
+    rows.insert(rows.end(), std::begin(kOthers), std::end(kOthers));
+    return rows;
+}
 
 } // namespace
 
-const LayoutInfo& info(Layout layout) {
-    return kLayouts[layout];
+const FormatInfo& info(Format format) {
+    return kFormats[format];
 }
 
-const std::vector<Row> rows = {
-    {"argb32", kArgb32, kArgb32, kPixelAlpha, 255, false, nullptr},
-    {"argb32@100", kArgb32, kArgb32, kPixelAlpha, 100, false, nullptr},
-    {"argb32@128", kArgb32, kArgb32, kPixelAlpha, 128, false, nullptr},
-    {"rgba32_argb32", kRgba32, kArgb32, kPixelAlpha, 255, false, nullptr},
-    {"bgra32_argb32", kBgra32, kArgb32, kPixelAlpha, 255, false, nullptr},
-    {"abgr32_argb32", kAbgr32, kArgb32, kPixelAlpha, 255, false, nullptr},
-    {"argb32+copy", kArgb32, kArgb32, kCopy, 255, false, nullptr},
-    {"argb32_rgb16", kArgb32, kRgb16, kPixelAlpha, 255, false, nullptr},
-    {"argb32_rgb16@100", kArgb32, kRgb16, kPixelAlpha, 100, false, nullptr},
-    {"argb32_rgb16@128", kArgb32, kRgb16, kPixelAlpha, 128, false, nullptr},
-    {"rgba32_rgb16", kRgba32, kRgb16, kPixelAlpha, 255, false, nullptr},
-    {"rgba32_rgb16@100", kRgba32, kRgb16, kPixelAlpha, 100, false, nullptr},
-    {"bgra32_rgb16", kBgra32, kRgb16, kPixelAlpha, 255, false, nullptr},
-    {"abgr32_rgb16", kAbgr32, kRgb16, kPixelAlpha, 255, false, nullptr},
-    {"rgb16", kRgb16, kRgb16, kOpaque, 255, false, nullptr},
-    {"rgb16@100", kRgb16, kRgb16, kOpaque, 100, false, nullptr},
-    {"rgb24_rgb16", kRgb24, kRgb16, kOpaque, 255, false, nullptr},
-    {"rgb24_rgb16@100", kRgb24, kRgb16, kOpaque, 100, false, nullptr},
-    {"bgr24_rgb16", kBgr24, kRgb16, kOpaque, 255, false, nullptr},
-    {"bgr24_rgb16@100", kBgr24, kRgb16, kOpaque, 100, false, nullptr},
-    {"fallback_mask_argb32_argb32", kArgb32, kArgb32, kMasked, 255, false, nullptr},
-    {"fallback_mask_argb32_rgb16", kArgb32, kRgb16, kMasked, 255, false, nullptr},
-    {"fallback_argb32_rgb15", kArgb32, kRgb15, kPixelAlpha, 255, false, nullptr},
-    {"fallback_argb32_rgb24", kArgb32, kRgb24, kPixelAlpha, 255, false,
-     "Ormsel takes each old channel from the byte that follows its own in memory and puts a zero byte behind "
-     "each pixel, as documented: its error is that rule, not rounding"},
-    {"fallback_rgb16_argb32", kRgb16, kArgb32, kOpaque, 255, false, nullptr},
-    {"fallback_rgb24_argb32", kRgb24, kArgb32, kOpaque, 255, false, nullptr},
-    {"call", kArgb32, kArgb32, kPixelAlpha, 255, true, nullptr},
-    {"call_rgb16", kArgb32, kRgb16, kPixelAlpha, 255, true, nullptr},
-};
-
-const std::vector<Size> pictureSizes = {
-    {"64x64", 64, 64, 16}, {"800x600", 800, 600, 3}, {"3840x2160", 3840, 2160, 2}};
-const std::vector<Size> callSizes = {{"1x1", 1, 1, 16}, {"16x16", 16, 16, 16}};
-
-const Row* rowNamed(const std::string& name) {
-    const auto found =
-        std::find_if(rows.begin(), rows.end(), [&](const Row& row) { return row.name == name; });
-    return found == rows.end() ? nullptr : &*found;
+const std::vector<Row>& allRows() {
+    static const std::vector<Row> rows = makeRows();
+    return rows;
 }
 
-const char* name(Content content) {
-    return content == kSprite ? "sprite" : "random";
+const std::vector<Size>& sizesOf(Shape shape) {
+    static const std::vector<Size> sizes[] = {
+        {{"64x64", "64x64", 64, 64, 16},
+         {"800x600", "800x600", 800, 600, 3, true},
+         {"3840x2160", "3840x2160", 3840, 2160, 2}},
+        {{"1x1", "call", 1, 1, 16}, {"16x16", "call", 16, 16, 16}},
+        {{"tile8", "tiles", 8, 8, 1},
+         {"tile16", "tiles", 16, 16, 1},
+         {"tile32", "tiles", 32, 32, 1},
+         {"tile64", "tiles", 64, 64, 1}},
+    };
+    return sizes[shape];
 }
 
-std::vector<Content> contentsOf(const Row& row) {
-    if (row.rule == kPixelAlpha || row.rule == kMasked)
-        return {kSprite, kRandom};
-    return {kRandom};
+bool listed(std::string patterns, const std::string& name) {
+    std::replace(patterns.begin(), patterns.end(), ',', ' ');
+    std::istringstream in(patterns);
+    bool found = false;
+    for (std::string pattern; in >> pattern;) {
+        const bool excludes = pattern[0] == '!';
+        const bool matches = fnmatch(pattern.c_str() + excludes, name.c_str(), 0) == 0;
+        if (matches && excludes)
+            return false;
+        found = found || matches;
+    }
+    return found;
 }
 
 } // namespace bench
