@@ -8,18 +8,14 @@
 
 namespace bench {
 
-// What moves for each pixel.
-struct Traffic {
-    int srcBytes, dstBytes; // 2 to 4
-    bool readsDestination;
-    bool mask; // one byte more
-};
-
 // Pixels come in multiples of 64.
 using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
 
-// The loop with vectors of so many bytes, with or without prefetching. CMakeLists.txt says which there are.
+enum Reads { kSource, kSourceAndDestination, kMaskToo };
+
+// The loop with vectors of so many bytes. Pixels have 2 to 4 bytes. CMakeLists.txt says which widths there
+// are.
 template <size_t Width>
-LimitLoop limitLoop(const Traffic& traffic, bool prefetches);
+LimitLoop limitLoop(int srcBytes, int dstBytes, Reads reads, bool prefetches);
 
 } // namespace bench

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Zlib
 //
-// Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it. Nothing of the C++
-// library may be used here: the linker could take its code from this file for all others.
+// Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it. No code of the C++
+// library may be used here: the linker could take it from this file for all others.
+#include <utility>
+
 #include "bench/limit.h"
 
 namespace bench {
@@ -10,31 +12,26 @@ namespace {
 
 using Vector [[gnu::vector_size(LIMIT_BYTES), gnu::aligned(1), gnu::may_alias]] = uint8_t;
 
-template <bool Prefetches, size_t Bytes>
-void prefetch(const uint8_t* from) {
-    constexpr size_t kAhead =
-        2048; // so that the next lines arrive in time; the same as the kernels' distance
-    if constexpr (Prefetches)
-        for (size_t at = 0; at < Bytes * LIMIT_BYTES; at += 64)
-            __builtin_prefetch(from + kAhead + at);
-}
+constexpr size_t kAhead = 2048; // so that the next lines arrive in time; the same as the kernels' distance
 
-template <size_t SrcBytes, size_t DstBytes, bool ReadsDestination, bool Mask, bool Prefetches>
+template <size_t SrcBytes, size_t DstBytes, Reads What, bool Prefetches>
 void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) {
     for (size_t done = 0; done < pixels; done += LIMIT_BYTES) {
         const auto* s = reinterpret_cast<const Vector*>(src + done * SrcBytes);
         auto* d = reinterpret_cast<Vector*>(dst + done * DstBytes);
-        prefetch<Prefetches, SrcBytes>(src + done * SrcBytes);
-        prefetch<Prefetches, DstBytes>(dst + done * DstBytes);
+        for (size_t at = 0; Prefetches && at < SrcBytes * LIMIT_BYTES; at += 64)
+            __builtin_prefetch(src + done * SrcBytes + kAhead + at);
+        for (size_t at = 0; Prefetches && at < DstBytes * LIMIT_BYTES; at += 64)
+            __builtin_prefetch(dst + done * DstBytes + kAhead + at);
         Vector out[DstBytes];
         for (size_t i = 0; i < DstBytes; ++i)
             out[i] = s[i % SrcBytes];
         for (size_t i = DstBytes; i < SrcBytes; ++i)
             out[i % DstBytes] ^= s[i];
-        if constexpr (Mask)
+        if constexpr (What == kMaskToo)
             out[0] ^= *reinterpret_cast<const Vector*>(mask + done);
         for (size_t i = 0; i < DstBytes; ++i) {
-            if constexpr (ReadsDestination)
+            if constexpr (What != kSource)
                 out[i] ^= d[i];
             d[i] = out[i];
         }
@@ -42,25 +39,20 @@ void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) 
     }
 }
 
-template <size_t SrcBytes, size_t DstBytes, bool Prefetches>
-constexpr LimitLoop kLoops[] = {loop<SrcBytes, DstBytes, false, false, Prefetches>,
-                                loop<SrcBytes, DstBytes, true, false, Prefetches>,
-                                loop<SrcBytes, DstBytes, true, true, Prefetches>};
-
-template <bool Prefetches>
-LimitLoop choose(const Traffic& t) {
-    static constexpr const LimitLoop* kByBytes[3][3] = {
-        {kLoops<2, 2, Prefetches>, kLoops<2, 3, Prefetches>, kLoops<2, 4, Prefetches>},
-        {kLoops<3, 2, Prefetches>, kLoops<3, 3, Prefetches>, kLoops<3, 4, Prefetches>},
-        {kLoops<4, 2, Prefetches>, kLoops<4, 3, Prefetches>, kLoops<4, 4, Prefetches>}};
-    return kByBytes[t.srcBytes - 2][t.dstBytes - 2][t.mask ? 2 : t.readsDestination ? 1 : 0];
+// By the digits of their number: the source's bytes, the destination's, what is read, whether it prefetches.
+template <size_t... I>
+LimitLoop numbered(size_t number, std::index_sequence<I...>) {
+    static constexpr LimitLoop kLoops[] = {
+        loop<2 + I % 3, 2 + I / 3 % 3, static_cast<Reads>(I / 9 % 3), I / 27 == 1>...};
+    return kLoops[number];
 }
 
 } // namespace
 
 template <>
-LimitLoop limitLoop<LIMIT_BYTES>(const Traffic& t, bool prefetches) {
-    return prefetches ? choose<true>(t) : choose<false>(t);
+LimitLoop limitLoop<LIMIT_BYTES>(int srcBytes, int dstBytes, Reads reads, bool prefetches) {
+    const int number = srcBytes - 2 + 3 * (dstBytes - 2) + 9 * reads + (prefetches ? 27 : 0);
+    return numbered(static_cast<size_t>(number), std::make_index_sequence<54>());
 }
 
 } // namespace bench

@@ -1,75 +1,27 @@
 // SPDX-License-Identifier: Zlib
 //
-// Google Benchmark times a slice of each participant. It could repeat and shuffle by itself, but then a slow
-// second of the machine falls on one participant and not on its neighbours; here every pass runs each
-// participant once, in one order, and ratios are taken inside a pass. Processor time is measured, so that
-// other programs on the core do not count.
-#include "bench/report.h"
-
+// Every pass runs each participant once, in one order, and ratios are taken inside a pass: a slow second of
+// the machine then falls on neighbours alike.
 #include <algorithm>
-#include <memory>
+#include <ctime>
 
-#include <benchmark/benchmark.h>
+#include "bench/report.h"
 
 namespace bench {
 
-namespace {
-
-// A participant as a benchmark of a fixed number of blits, and the reporter of its own time.
-class Slice : public benchmark::BenchmarkReporter {
-public:
-    // Each slice begins with a whole turn of images that doesn't count: the participant before may have used
-    // others (premultiplied ones), and caches and clock shall be as if this participant had always run.
-    Slice(const Participant& participant, size_t number, const Case& c)
-        : participant_(participant), name_("participant" + std::to_string(number)) {
-        benchmark_ =
-            benchmark::RegisterBenchmark(name_.c_str(), [this, warmUp = c.blits.size()](benchmark::State& s) {
-                participant_.prepare();
-                participant_.blit(warmUp);
-                while (s.KeepRunningBatch(s.max_iterations))
-                    participant_.blit(static_cast<size_t>(s.max_iterations));
-            });
-    }
-
-    // Seconds of one blit.
-    double run() {
-        benchmark_->Iterations(static_cast<benchmark::IterationCount>(blits_));
-        benchmark::RunSpecifiedBenchmarks(this, "^" + name_ + "/");
-        return seconds_;
-    }
-
-    // Finds how many blits fill a slice.
-    void calibrate(double sliceSeconds) {
-        for (bool enough = false; !enough;) {
-            const double taken = std::max(run(), 1e-9), now = static_cast<double>(blits_);
-            const double wanted = std::max(1.0, sliceSeconds / taken);
-            enough = taken * now >= sliceSeconds / 8;
-            blits_ = static_cast<size_t>(enough ? wanted : std::min(wanted, now * 64));
-        }
-    }
-
-    bool ReportContext(const Context&) override { return true; }
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            seconds_ = run.cpu_accumulated_time / static_cast<double>(run.iterations);
-    }
-
-private:
-    const Participant& participant_;
-    std::string name_;
-    benchmark::internal::Benchmark* benchmark_;
-    size_t blits_ = 1;
-    double seconds_ = 0;
-};
-
-Error errorOf(Case& c, const Participant& p) {
-    c.resetDestination();
+// Seconds of processor time for one blit; other programs on the core do not count. Before come untimed blits,
+// a turn of all images: the participant before may have used others (premultiplied ones), and caches and
+// clock shall be as if this participant had always run.
+static double timeOf(const Participant& p, size_t untimed, size_t blits) {
     p.prepare();
-    p.blit(1); // a participant's first blit is the case's first
-    return c.error();
+    p.blit(untimed);
+    timespec begin = {}, end = {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &begin);
+    p.blit(blits);
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &end);
+    const auto nanoseconds = static_cast<double>(end.tv_nsec - begin.tv_nsec);
+    return (static_cast<double>(end.tv_sec - begin.tv_sec) + 1e-9 * nanoseconds) / static_cast<double>(blits);
 }
-
-} // namespace
 
 Figure Figure::of(std::vector<double> samples) {
     std::sort(samples.begin(), samples.end());
@@ -81,23 +33,27 @@ Figure Figure::of(std::vector<double> samples) {
     return {at(0.25), at(0.5), at(0.75)};
 }
 
-CaseReport measure(Case& c, const Effort& effort) {
+CaseReport measure(Case& c, double sliceSeconds, int passes) {
     const std::vector<Participant> participants = participantsOf(c);
+    const size_t count = participants.size(), turn = c.blits.size();
     CaseReport report = {c.row.name, c.size.name, c.content, static_cast<double>(c.size.pixels()), {}};
-    std::vector<std::unique_ptr<Slice>> slices;
-    for (const Participant& p : participants) {
-        report.results.push_back({p.name, p.kind, {}, {}, errorOf(c, p)});
-        slices.push_back(std::make_unique<Slice>(p, slices.size(), c));
-        slices.back()->calibrate(effort.sliceSeconds);
+    std::vector<size_t> blits(count, 1); // that fill a slice
+    for (size_t i = 0; i < count; ++i) {
+        const Participant& p = participants[i];
+        p.prepare();
+        report.results.push_back({p.name, p.target, p.kind, {}, {}, c.errorOf(p.blit)});
+        double taken = 0;
+        while ((taken = timeOf(p, turn, blits[i])) * static_cast<double>(blits[i]) < sliceSeconds / 8)
+            blits[i] *= 4;
+        blits[i] = static_cast<size_t>(std::max(1.0, sliceSeconds / taken));
     }
-    std::vector<std::vector<double>> times(slices.size()), shares(slices.size());
-    for (int pass = 0; pass < effort.passes; ++pass)
-        for (size_t i = 0; i < slices.size(); ++i) {
-            times[i].push_back(slices[i]->run() * 1e9);
+    std::vector<std::vector<double>> times(count), shares(count);
+    for (int pass = 0; pass < passes; ++pass)
+        for (size_t i = 0; i < count; ++i) {
+            times[i].push_back(timeOf(participants[i], turn, blits[i]) * 1e9);
             shares[i].push_back(times.front().back() / times[i].back());
         }
-    benchmark::ClearRegisteredBenchmarks();
-    for (size_t i = 0; i < slices.size(); ++i) {
+    for (size_t i = 0; i < count; ++i) {
         report.results[i].nanoseconds = Figure::of(times[i]);
         report.results[i].share = Figure::of(shares[i]);
     }

@@ -14,12 +14,10 @@
 
 namespace bench {
 
-namespace {
-
 using Words = std::vector<std::string>;
 using Cases = std::vector<const CaseReport*>;
 
-Cases casesOf(const Report& report, const std::string& rows, const std::string& sizes) {
+static Cases casesOf(const Report& report, const std::string& rows, const std::string& sizes) {
     Cases cases;
     for (const CaseReport& c : report.cases)
         if (listed(rows, c.row) && listed(sizes, c.size))
@@ -27,146 +25,101 @@ Cases casesOf(const Report& report, const std::string& rows, const std::string& 
     return cases;
 }
 
-// In order of appearance.
-template <class Wanted>
-Words participantsOf(const Cases& cases, Wanted wanted) {
-    Words names;
+// A head, and a line for each case with what cell() makes of each participant: ours, and peers that are not
+// limited.
+template <class Cell>
+static std::vector<Words> tableOf(const Cases& cases, bool ours, Cell cell) {
+    std::vector<Words> table = {{"row", "size", "content"}};
     for (const CaseReport* c : cases)
         for (const Result& r : c->results)
-            if (wanted(r) && std::find(names.begin(), names.end(), r.participant) == names.end())
-                names.push_back(r.participant);
-    return names;
-}
-
-// A head, and a line for each case with what cell() makes of each participant.
-template <class Cell>
-std::vector<Words> tableOf(const Cases& cases, const Words& participants, Cell cell) {
-    std::vector<Words> table = {{"row", "size", "content"}};
-    table[0].insert(table[0].end(), participants.begin(), participants.end());
+            if ((r.kind == kOurs ? ours : r.kind != kControl && r.target.empty()) &&
+                std::ranges::find(table[0], r.participant) == table[0].end())
+                table[0].push_back(r.participant);
     for (const CaseReport* c : cases) {
         table.push_back({c->row, c->size, c->content});
-        for (const std::string& each : participants)
-            table.back().push_back(cell(*c, each));
+        for (size_t i = 3; i < table[0].size(); ++i)
+            table.back().push_back(cell(*c, table[0][i]));
     }
     return table;
 }
 
-std::string markdown(const std::vector<Words>& table) {
-    const auto line = [](const Words& words) { return fmt::format("| {} |", fmt::join(words, " | ")); };
-    Words lines = {line(table[0]), fmt::format("|{}", fmt::join(Words(table[0].size(), "---|"), ""))};
-    std::transform(table.begin() + 1, table.end(), std::back_inserter(lines), line);
-    return table.size() > 1 ? fmt::format("{}", fmt::join(lines, "\n")) : "None.";
+static std::string markdown(std::vector<Words> table) {
+    std::string text;
+    table.insert(table.begin() + 1, Words(table[0].size(), "---"));
+    for (const Words& line : table)
+        text += fmt::format("{}| {} |", text.empty() ? "" : "\n", fmt::join(line, " | "));
+    return table.size() > 2 ? text : "None here.";
 }
 
 // How many times as fast as a peer a target is; the peer has the target's instructions only, where it can be
-// told.
-double ratio(const CaseReport& c, const std::string& target, const std::string& peer) {
+// limited.
+static double ratio(const CaseReport& c, const std::string& target, const std::string& peer) {
     const Result *ours = c.find("ormsel " + target), *limited = c.find(peer + " " + target);
     const Result* other = limited ? limited : c.find(peer);
     return ours && other ? ours->share.median / other->share.median : 0;
 }
 
-std::string number(double value) { // three digits, or nothing
+static std::string number(double value) {
     return value > 0 ? fmt::format("{:.{}f}", value, value < 9.995 ? 2 : value < 99.95 ? 1 : 0) : "";
 }
 
-class Page {
-public:
-    explicit Page(const Report& report) : report_(report), verdicts_(verdictsOf(report)) {}
+// The least and the greatest ratio of some cases, in words.
+static std::string range(const Cases& cases, const std::string& target, const std::string& peer) {
+    std::vector<double> seen;
+    for (const CaseReport* c : cases)
+        seen.push_back(ratio(*c, target, peer));
+    std::erase(seen, 0);
+    if (seen.empty())
+        return "(not measured)";
+    const auto [least, most] = std::ranges::minmax_element(seen);
+    return fmt::format("{} to {}", number(*least), number(*most));
+}
 
-    // What stands for a field of the text: a word, and arguments behind bars.
-    std::string expand(const Words& field) const {
-        const std::string& what = field.at(0);
-        return what == "machine"   ? machine()
-               : what == "noise"   ? noiseOf(report_)
-               : what == "best"    ? report_.targets.front()
-               : what == "figures" ? figures(casesOf(report_, field.at(1), field.at(2)))
-               : what == "targets" ? targets(casesOf(report_, field.at(1), field.at(2)))
-               : what == "range" ? range(field.at(1), field.at(2), casesOf(report_, field.at(3), field.at(4)))
-               : what == "promises" ? std::to_string(count(verdicts_, field.at(1)))
-               : what == "failures" ? failures()
-                                    : throw std::runtime_error("the page has a field {{" + what + "}}");
-    }
-
-private:
-    std::string machine() const {
-        return fmt::format("{}; targets {}; {}; {}; {}; {}", report_.processor,
-                           fmt::join(report_.targets, ", "), report_.caches, report_.system, report_.compiler,
-                           report_.libraries);
-    }
-
-    bool isLimited(const Result& r) const {
-        return r.kind != kOurs &&
-               std::any_of(report_.targets.begin(), report_.targets.end(),
-                           [&](const auto& target) { return r.participant.ends_with(" " + target); });
-    }
-
-    std::string figures(const Cases& cases) const {
-        const Words names =
-            participantsOf(cases, [this](const Result& r) { return r.kind != kControl && !isLimited(r); });
-        return markdown(tableOf(cases, names, [](const CaseReport& c, const std::string& name) {
-            const Result* r = c.find(name);
-            return r ? fmt::format("{:.0f}", c.figure(*r)) : "";
-        }));
-    }
-
-    std::string targets(const Cases& cases) const {
-        const Words names = participantsOf(cases, [this](const Result& r) {
-            return r.kind != kOurs && r.kind != kControl && !isLimited(r);
-        });
-        Words sections;
-        for (const std::string& target : report_.targets)
-            sections.push_back(
-                "### " + target + "\n\n" +
-                markdown(tableOf(cases, names, [&](const CaseReport& c, const std::string& name) {
-                    return number(ratio(c, target, name));
-                })));
-        return fmt::format("{}", fmt::join(sections, "\n\n"));
-    }
-
-    // The least and the greatest ratio of some cases, in words.
-    std::string range(const std::string& target, const std::string& peer, const Cases& cases) const {
-        std::vector<double> seen;
-        for (const CaseReport* c : cases)
-            if (const double each = ratio(*c, target == "best" ? report_.targets.front() : target, peer);
-                each > 0)
-                seen.push_back(each);
-        if (seen.empty())
-            return "(not measured)";
-        const auto [least, most] = std::minmax_element(seen.begin(), seen.end());
-        return number(*least) == number(*most) ? number(*least) : number(*least) + " to " + number(*most);
-    }
-
-    std::string failures() const {
-        std::vector<Words> table = {{"row", "size", "content", "ratio", "wanted", "seen", "the limit's"}};
-        for (const Verdict& v : verdicts_)
-            if (v.state == kNotMet || v.state == kNotByLimit)
-                table.push_back(
-                    {v.row, v.size, v.content, v.what, number(v.needed), number(v.seen), number(v.limit)});
-        return markdown(table);
-    }
-
-    const Report& report_;
-    std::vector<Verdict> verdicts_;
-};
-
-} // namespace
+// What stands for a field of the text: a word, and arguments behind bars.
+static std::string expand(const Report& report, const Words& field) {
+    const std::string& what = field.at(0);
+    const auto verdicts = verdictsOf(report);
+    const auto target = [&] { return field.at(1) == "best" ? report.targets.front() : field.at(1); };
+    if (what == "machine")
+        return fmt::format("{}; {}; {}; {}; {}", report.processor, report.caches, report.system,
+                           report.compiler, report.libraries);
+    if (what == "noise")
+        return noiseOf(report);
+    if (what == "best")
+        return report.targets.front();
+    if (what == "range") // target, peer, rows, sizes
+        return range(casesOf(report, field.at(3), field.at(4)), target(), field.at(2));
+    if (what == "ratios") // target, rows, sizes
+        return markdown(tableOf(
+            casesOf(report, field.at(2), field.at(3)), false,
+            [&](const CaseReport& c, const std::string& peer) { return number(ratio(c, target(), peer)); }));
+    if (what == "figures") // rows, sizes
+        return markdown(tableOf(casesOf(report, field.at(1), field.at(2)), true,
+                                [](const CaseReport& c, const std::string& name) {
+                                    const Result* r = c.find(name);
+                                    return r ? fmt::format("{:.0f}", c.figure(*r)) : "";
+                                }));
+    if (what == "promises") // how many have this state
+        return std::to_string(count(verdicts, field.at(1)));
+    if (what != "failures")
+        throw std::runtime_error("the page has a field {{" + what + "}}");
+    std::vector<Words> table = {{"row", "size", "content", "ratio", "wanted", "seen", "the limit's"}};
+    for (const Verdict& v : verdicts)
+        if (v.state.starts_with(kNotMet))
+            table.push_back(
+                {v.row, v.size, v.content, v.what, number(v.needed), number(v.seen), number(v.limit)});
+    return markdown(table);
+}
 
 void writePage(const Report& report, const std::string& file) {
     static const std::regex kField(R"(\{\{([^}]*)\}\})"), kBar(R"(\s*\|\s*)");
     std::ifstream in(BENCH_DIR "/performance.md.in");
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
-    const Page page(report);
-    std::string out;
-    auto rest = text.cbegin();
-    for (std::sregex_iterator field(text.begin(), text.end(), kField), end; field != end; ++field) {
-        const auto& inside = (*field)[1];
-        out.append(rest, (*field)[0].first);
-        out += page.expand({std::sregex_token_iterator(inside.first, inside.second, kBar, -1), {}});
-        rest = (*field)[0].second;
+    std::string text{std::istreambuf_iterator<char>(in), {}}, out;
+    for (std::smatch field; std::regex_search(text, field, kField); text = field.suffix()) {
+        out += field.prefix();
+        out += expand(report, {std::sregex_token_iterator(field[1].first, field[1].second, kBar, -1), {}});
     }
-    out.append(rest, text.cend());
-    if (text.empty() || !(std::ofstream(file) << out).flush())
+    if (!(std::ofstream(file) << out << text).flush() || out.empty())
         throw std::runtime_error("can't write " + file);
 }
 
@@ -175,36 +128,24 @@ void drawCharts(const Report& report, const std::string& directory) {
     FILE* const gnuplot = popen("gnuplot", "w");
     if (!gnuplot)
         throw std::runtime_error("can't start gnuplot");
-    const auto draw = [&](const std::string& size, const std::string& content, const char* kind,
-                          const char* title, const auto& wanted) {
-        Cases cases = casesOf(report, "*", size);
-        // A row without alpha has one content only and stands in the charts of both.
-        std::erase_if(cases, [&](const CaseReport* c) {
-            return c->content != content && report.find(c->row, size, content);
-        });
-        std::vector<Words> table =
-            tableOf(cases, participantsOf(cases, wanted), [](const CaseReport& c, const std::string& name) {
-                const Result* r = c.find(name);
-                return r ? fmt::format("{:.5f}", r->share.median) : "NaN";
-            });
-        for (std::string& name : table[0])
-            name = fmt::format("\"{}\"", name);
-        fmt::print(gnuplot, "$table << END\n");
-        for (const Words& line : table)
-            fmt::print(gnuplot, "{}\n", fmt::join(line, " "));
-        fmt::print(gnuplot, "END\ncall '{}/chart.gp' '{}/{}-{}-{}' '{}, {}, {} alpha'\n", BENCH_DIR,
-                   directory, kind, size, content, title, size, content);
-    };
-    for (const Size& size : sizesOf(kPicture))
+    for (const Size& size : allSizes())
         for (const char* content : {kSprite, kRandom}) {
-            if (casesOf(report, "*", size.name).empty())
-                continue;
-            draw(size.name, content, "peers", "Ormsel and other libraries", [&](const Result& r) {
-                return r.kind == kStraight || r.kind == kPremultiplied ||
-                       r.participant == "ormsel " + report.targets.front();
+            Cases cases = casesOf(report, "*", size.name);
+            // A row without alpha has one content only and stands in the charts of both.
+            std::erase_if(cases, [&](const CaseReport* c) {
+                return c->content != content && report.find(c->row, size.name, content);
             });
-            draw(size.name, content, "targets", "Ormsel''s targets and SDL 1.2",
-                 [](const Result& r) { return r.kind == kOurs || r.participant == "SDL 1.2"; });
+            if (cases.empty() || size.shape != kPicture)
+                continue;
+            std::vector<Words> table = tableOf(cases, true, [](const CaseReport& c, const std::string& name) {
+                const Result* r = c.find(name);
+                return r ? std::to_string(r->share.median) : "NaN";
+            });
+            fmt::print(gnuplot, "$table << END\n\"{}\"\n", fmt::join(table[0], "\" \""));
+            for (size_t i = 1; i < table.size(); ++i)
+                fmt::print(gnuplot, "{}\n", fmt::join(table[i], " "));
+            fmt::print(gnuplot, "END\ncall '{}/chart.gp' '{}' '{}' '{}'\n", BENCH_DIR, directory, size.name,
+                       content);
         }
     if (pclose(gnuplot) != 0)
         throw std::runtime_error("gnuplot failed");

@@ -36,79 +36,66 @@ const Converters* convertersOf(Format format) {
 }
 
 // One row's chain of operations over the lines of an image.
-class Chain {
-public:
-    Chain(const Case& c, bool straight)
-        : c_(c), row_(c.row), width_(c.size.width), straight_(straight),
-          load_(convertersOf(c.row.src)->toArgb), loadOld_(convertersOf(c.row.dst)->toArgb),
-          store_(convertersOf(c.row.dst)->fromArgb), source_(static_cast<size_t>(width_) * 4),
-          old_(source_.size()) {}
+struct Chain {
+    const Case& c;
+    const bool straight;
+    const Convert load = convertersOf(c.row.src)->toArgb, loadOld = convertersOf(c.row.dst)->toArgb,
+                  store = convertersOf(c.row.dst)->fromArgb;
+    const int width = c.size.width;
+    std::vector<uint8_t> source = std::vector<uint8_t>(static_cast<size_t>(width) * 4), old = source;
 
-    void operator()(const Blit& b) {
-        const ImageSet& set = c_.sets[b.set];
-        const int srcPitch = c_.srcPitch(), dstPitch = c_.dstPitch(), height = c_.size.height;
-        const uint8_t* src = row_.rule == kPixelAlpha && !straight_ ? set.premultiplied : set.src;
-        src += b.srcY * srcPitch + b.srcX * info(row_.src).bytes;
-        uint8_t* dst = set.dst + b.dstY * dstPitch + b.dstX * info(row_.dst).bytes;
+    void operator()(const ImageSet& set, const Blit& b) {
+        const int srcPitch = c.srcPitch(), dstPitch = c.dstPitch(), height = c.size.height;
+        const uint8_t* src = c.row.rule == kPixelAlpha && !straight ? set.premultiplied : set.src;
+        src += b.srcY * srcPitch + b.srcX * info(c.row.src).bytes;
+        uint8_t* dst = set.dst + b.dstY * dstPitch + b.dstX * info(c.row.dst).bytes;
         // What libyuv does to a whole image in one call.
-        if (!row_.readsDestination() && row_.src == row_.dst)
-            libyuv::CopyPlane(src, srcPitch, dst, dstPitch, width_ * info(row_.src).bytes, height);
-        else if (!row_.readsDestination() && !store_)
-            load_(src, srcPitch, dst, dstPitch, width_, height);
-        else if (row_.rule == kPixelAlpha && !straight_ && row_.alpha == 255 && !load_ && !store_)
-            libyuv::ARGBBlend(src, srcPitch, dst, dstPitch, dst, dstPitch, width_, height);
+        if (!c.row.readsDestination() && c.row.src == c.row.dst)
+            libyuv::CopyPlane(src, srcPitch, dst, dstPitch, width * info(c.row.src).bytes, height);
+        else if (!c.row.readsDestination() && !store)
+            load(src, srcPitch, dst, dstPitch, width, height);
+        else if (c.row.rule == kPixelAlpha && !straight && c.row.alpha == 255 && !load && !store)
+            libyuv::ARGBBlend(src, srcPitch, dst, dstPitch, dst, dstPitch, width, height);
         else
             for (int y = 0; y < height; ++y)
-                line(src + y * srcPitch, dst + y * dstPitch, set.mask ? set.mask + y * width_ : nullptr);
+                line(src + y * srcPitch, dst + y * dstPitch, set.mask ? set.mask + y * width : nullptr);
     }
 
-private:
     void line(const uint8_t* src, uint8_t* dst, const uint8_t* mask) {
         const uint8_t* s = sourceLine(src, mask);
-        if (!row_.readsDestination()) {
-            store_(s, 0, dst, 0, width_, 1);
+        if (!c.row.readsDestination()) {
+            store(s, 0, dst, 0, width, 1);
             return;
         }
-        uint8_t* d = loadOld_ ? old_.data() : dst;
-        if (loadOld_)
-            loadOld_(dst, 0, d, 0, width_, 1);
-        if (row_.rule == kOpaque)
-            libyuv::ARGBInterpolate(d, 0, s, 0, d, 0, width_, 1, row_.alpha);
+        uint8_t* d = loadOld ? old.data() : dst;
+        if (loadOld)
+            loadOld(dst, 0, d, 0, width, 1);
+        if (c.row.rule == kOpaque)
+            libyuv::ARGBInterpolate(d, 0, s, 0, d, 0, width, 1, c.row.alpha);
         else
-            libyuv::ARGBBlend(s, 0, d, 0, d, 0, width_, 1);
-        if (store_)
-            store_(d, 0, dst, 0, width_, 1);
+            libyuv::ARGBBlend(s, 0, d, 0, d, 0, width, 1);
+        if (store)
+            store(d, 0, dst, 0, width, 1);
     }
 
     // A line of the source in A8R8G8B8, premultiplied, with mask and constant alpha taken in.
     const uint8_t* sourceLine(const uint8_t* s, const uint8_t* mask) {
-        uint8_t* const buffer = source_.data();
-        if (load_) {
-            load_(s, 0, buffer, 0, width_, 1);
-            s = buffer;
-        }
+        uint8_t* const buffer = source.data();
+        const bool attenuates = mask || (straight && c.row.rule == kPixelAlpha);
+        const bool shades = c.row.rule == kPixelAlpha && c.row.alpha != 255;
+        if (load)
+            load(s, 0, buffer, 0, width, 1);
+        const uint8_t* from = load ? buffer : s;
         if (mask) {
-            libyuv::ARGBCopy(s, 0, buffer, 0, width_, 1);
-            libyuv::ARGBCopyYToAlpha(mask, 0, buffer, 0, width_, 1);
-            s = buffer;
+            libyuv::ARGBCopy(from, 0, buffer, 0, width, 1);
+            libyuv::ARGBCopyYToAlpha(mask, 0, buffer, 0, width, 1);
         }
-        if (mask || (straight_ && row_.rule == kPixelAlpha)) {
-            libyuv::ARGBAttenuate(s, 0, buffer, 0, width_, 1);
-            s = buffer;
-        }
-        if (row_.rule == kPixelAlpha && row_.alpha != 255) {
-            libyuv::ARGBShade(s, 0, buffer, 0, width_, 1, row_.alpha * 0x01010101U);
-            s = buffer;
-        }
-        return s;
+        if (attenuates)
+            libyuv::ARGBAttenuate(mask ? buffer : from, 0, buffer, 0, width, 1);
+        if (shades)
+            libyuv::ARGBShade(attenuates ? buffer : from, 0, buffer, 0, width, 1, c.row.alpha * 0x01010101U);
+        return load || attenuates || shades ? buffer : s;
     }
-
-    const Case& c_;
-    const Row& row_;
-    int width_;
-    bool straight_;
-    Convert load_, loadOld_, store_;
-    std::vector<uint8_t> source_, old_;
 };
 
 // What libyuv may use beside each target that is not the processor's best.
@@ -122,13 +109,15 @@ constexpr std::pair<const char*, int> kInstructions[] = {{"avx2", kAvx2}, {"sse4
 
 void addLibyuv(std::vector<Participant>& list, const Case& c) {
     static const int all = libyuv::InitCpuFlags();
-    const auto add = [&](const std::string& suffix, int flags) {
+    const auto add = [&](const std::string& target, int flags) {
         const auto prepare = [flags] { libyuv::SetCpuFlags(flags | libyuv::kCpuInitialized); };
+        const std::string suffix = target.empty() ? "" : " " + target;
         const bool alpha = c.row.rule == kPixelAlpha;
         if (alpha)
-            list.push_back({"libyuv" + suffix, kPremultiplied, inTurn(c, Chain(c, false)), prepare});
-        list.push_back(
-            {(alpha ? "libyuv straight" : "libyuv") + suffix, kStraight, inTurn(c, Chain(c, true)), prepare});
+            list.push_back(
+                {"libyuv" + suffix, target, kPremultiplied, inTurn(c, c.sets, Chain{c, false}), prepare});
+        list.push_back({(alpha ? "libyuv straight" : "libyuv") + suffix, target, kStraight,
+                        inTurn(c, c.sets, Chain{c, true}), prepare});
     };
     if (!convertersOf(c.row.src) || !convertersOf(c.row.dst))
         return;
@@ -136,7 +125,7 @@ void addLibyuv(std::vector<Participant>& list, const Case& c) {
     for (const char* const* target = ormsel_Targets() + 1; c.size.limitsPeers && *target; ++target)
         for (const auto& [name, flags] : kInstructions)
             if (std::string(name) == *target)
-                add(std::string(" ") + name, all & flags);
+                add(name, all & flags);
 }
 
 } // namespace bench

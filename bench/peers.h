@@ -3,9 +3,7 @@
 // Everything that can draw a row: Ormsel on each processor target, other libraries, and the memory's limit.
 #pragma once
 
-#include <functional>
-
-#include "bench/images.h"
+#include "bench/cases.h"
 
 namespace bench {
 
@@ -18,7 +16,7 @@ enum Kind {
 };
 
 struct Participant {
-    std::string name;
+    std::string name, target; // the target is ours, or the one whose instructions a peer is limited to
     Kind kind;
     std::function<void(size_t count)> blit; // the next blits of the case
     std::function<void()> prepare = [] {};  // before blits that may follow another participant's
@@ -37,14 +35,34 @@ void addSdl2(std::vector<Participant>& list, const Case& c);
 bool sdlBlends(const Row& row);
 
 std::string libraryVersions();
-std::string sdl2Version(); // empty when there is none
+std::string sdl2Version(); // or that there is none
 
-// A participant's function: draws the case's blits one after the other.
-template <class Draw>
-std::function<void(size_t)> inTurn(const Case& c, Draw draw) {
-    return [&c, draw = std::move(draw), next = size_t{0}](size_t count) mutable {
+// The images of a case as a library sees them, set by set.
+template <class Image>
+struct Images {
+    Image src, dst, mask;
+};
+
+// make() gets the pixels, their extent and their format.
+template <class Make>
+auto imagesOf(const Case& c, bool premultiplied, Make make) {
+    static constexpr FormatInfo kMask = {"mask", 1, 8, 0, 0, 0, 0};
+    std::vector<Images<decltype(make(nullptr, c.sheet, kMask))>> all;
+    for (const ImageSet& set : c.sets) {
+        all.push_back({make(premultiplied ? set.premultiplied : set.src, c.sheet, info(c.row.src)),
+                       make(set.dst, c.screen, info(c.row.dst)), nullptr});
+        if (set.mask)
+            all.back().mask = make(set.mask, c.sheet, kMask);
+    }
+    return all;
+}
+
+// A participant's function: draw() gets images and blits, one after the other.
+template <class Set, class Draw>
+std::function<void(size_t)> inTurn(const Case& c, std::vector<Set> sets, Draw draw) {
+    return [&c, sets = std::move(sets), draw = std::move(draw), next = size_t{0}](size_t count) mutable {
         for (; count; --count) {
-            draw(c.blits[next]);
+            draw(sets[c.blits[next].set], c.blits[next]);
             if (++next == c.blits.size())
                 next = 0;
         }

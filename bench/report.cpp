@@ -2,7 +2,6 @@
 #include "bench/report.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
@@ -19,25 +18,21 @@ NLOHMANN_JSON_SERIALIZE_ENUM(Kind, {{kOurs, "ours"},
                                     {kControl, "control"}})
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Error, max, mean)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Figure, q1, median, q3)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Result, participant, kind, nanoseconds, share, error)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Result, participant, target, kind, nanoseconds, share, error)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(CaseReport, row, size, content, pixels, results)
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Report, processor, caches, system, compiler, libraries, targets, cases)
 
-const Result* CaseReport::find(const std::string& participant) const {
-    const auto found = std::find_if(results.begin(), results.end(),
-                                    [&](const Result& r) { return r.participant == participant; });
+const Result* CaseReport::find(std::string_view participant) const {
+    const auto found = std::ranges::find(results, participant, &Result::participant);
     return found == results.end() ? nullptr : &*found;
-}
-
-double CaseReport::noise() const {
-    return std::abs(results.back().share.median - 1);
 }
 
 const CaseReport* Report::find(const std::string& row, const std::string& size,
                                const std::string& content) const {
-    const auto found = std::find_if(cases.begin(), cases.end(), [&](const CaseReport& c) {
+    const auto same = [&](const CaseReport& c) {
         return c.row == row && c.size == size && c.content == content;
-    });
+    };
+    const auto found = std::ranges::find_if(cases, same);
     return found == cases.end() ? nullptr : &*found;
 }
 
@@ -62,9 +57,6 @@ void printCase(const CaseReport& c) {
                        r.kind == kPremultiplied ? "source premultiplied for nothing" : "");
         fmt::print("\n");
     }
-    for (const Row& row : allRows())
-        if (row.name == c.row && row.why)
-            fmt::print("  Note: {}.\n", row.why);
     std::fflush(stdout);
 }
 
@@ -75,7 +67,7 @@ std::string noiseOf(const Report& report) {
     return fmt::format(
         "the reference measured twice in one case differs by {:.1f} % (median of {} cases), at "
         "most {:.1f} %",
-        Figure::of(off).median, off.size(), *std::max_element(off.begin(), off.end()));
+        Figure::of(off).median, off.size(), *std::ranges::max_element(off));
 }
 
 void writeJson(const Report& report, const std::string& file) {
@@ -89,12 +81,10 @@ Report readJson(const std::string& file) {
     std::ifstream in(file);
     if (!in)
         throw std::runtime_error("can't read " + file);
-    Report report = nlohmann::json::parse(in).get<Report>();
-    for (const CaseReport& c : report.cases)
-        if (c.results.empty())
-            throw std::runtime_error(file + " has a case without results");
-    if (report.cases.empty() || report.targets.empty())
-        throw std::runtime_error(file + " has no cases");
+    const Report report = nlohmann::json::parse(in).get<Report>();
+    const auto empty = [](const CaseReport& c) { return c.results.empty(); };
+    if (report.cases.empty() || report.targets.empty() || std::ranges::any_of(report.cases, empty))
+        throw std::runtime_error(file + " has no figures");
     return report;
 }
 

@@ -1,20 +1,96 @@
 // SPDX-License-Identifier: Zlib
-#include "bench/images.h"
+#include "bench/cases.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <sstream>
+
+#include <fmt/format.h>
+#include <fnmatch.h>
 
 namespace bench {
 
-namespace {
+static constexpr FormatInfo formatOf(const char* stem, int bytes, uint32_t r, uint32_t g, uint32_t b,
+                                     uint32_t a) {
+    return {stem, bytes, bytes == 2 ? std::popcount(r | g | b) : 8 * bytes, r, g, b, bytes == 4 ? a : 0};
+}
 
-constexpr size_t kTiles = 1024;                             // more than a processor learns by heart
-constexpr Extent kSheet = {512, 512}, kScreen = {800, 600}; // of tiles
+const FormatInfo& info(Format format) {
+    static constexpr FormatInfo kFormats[] = {
+#define FORMAT(name, stem, code, bytes, r, g, b, a, shift) formatOf(#stem, bytes, r, g, b, a),
+        ORMSEL_FORMATS(FORMAT)
+#undef FORMAT
+    };
+    return kFormats[format];
+}
 
-uint32_t pack(const FormatInfo& f, uint32_t r, uint32_t g, uint32_t b, uint32_t a) {
+static std::vector<Row> makeRows() {
+    std::vector<Row> rows;
+    const auto addRoute = [&rows](Format src, Format dst) {
+        const std::string from = info(src).stem,
+                          stems = src == dst ? from : fmt::format("{}_{}", from, info(dst).stem);
+        for (const int alpha : {255, 100, 128})
+            rows.push_back({alpha == 255 ? stems : fmt::format("{}@{}", stems, alpha), src, dst,
+                            info(src).a ? kPixelAlpha : kOpaque, static_cast<uint8_t>(alpha)});
+    };
+#define ROUTE(src, dst, rule) addRoute(k##src, k##dst);
+    ORMSEL_ROUTES(ROUTE)
+#undef ROUTE
+    rows.push_back({"argb32+copy", kA8R8G8B8, kA8R8G8B8, kCopy});
+    rows.push_back({"fallback_mask_argb32_argb32", kA8R8G8B8, kA8R8G8B8, kMasked});
+    rows.push_back({"fallback_mask_argb32_rgb16", kA8R8G8B8, kR5G6B5, kMasked});
+    rows.push_back({"fallback_argb32_rgb15", kA8R8G8B8, kR5G5B5, kPixelAlpha});
+    rows.push_back({"fallback_argb32_rgb24", kA8R8G8B8, kR8G8B8, kPixelAlpha});
+    rows.push_back({"fallback_rgb16_argb32", kR5G6B5, kA8R8G8B8, kOpaque});
+    rows.push_back({"fallback_rgb24_argb32", kR8G8B8, kA8R8G8B8, kOpaque});
+    rows.push_back({"call", kA8R8G8B8, kA8R8G8B8, kPixelAlpha, 255, kCall});
+    rows.push_back({"call_rgb16", kA8R8G8B8, kR5G6B5, kPixelAlpha, 255, kCall});
+    rows.push_back({"tiles", kA8R8G8B8, kA8R8G8B8, kPixelAlpha, 255, kTile});
+    rows.push_back({"tiles_rgb16", kA8R8G8B8, kR5G6B5, kPixelAlpha, 255, kTile});
+    return rows;
+}
+
+const std::vector<Row>& allRows() {
+    static const std::vector<Row> rows = makeRows();
+    return rows;
+}
+
+const std::vector<Size>& allSizes() {
+    static const std::vector<Size> sizes = {
+        {{64, 64}, kPicture, "64x64", "64x64", 16},
+        {{800, 600}, kPicture, "800x600", "800x600", 3, true},
+        {{3840, 2160}, kPicture, "3840x2160", "3840x2160", 2},
+        {{1, 1}, kCall, "1x1", "call", 16},
+        {{16, 16}, kCall, "16x16", "call", 16},
+        {{8, 8}, kTile, "tile8", "tiles", 1},
+        {{16, 16}, kTile, "tile16", "tiles", 1},
+        {{32, 32}, kTile, "tile32", "tiles", 1},
+        {{64, 64}, kTile, "tile64", "tiles", 1},
+    };
+    return sizes;
+}
+
+bool listed(std::string patterns, const std::string& name) {
+    std::replace(patterns.begin(), patterns.end(), ',', ' ');
+    std::istringstream in(patterns);
+    bool found = false;
+    for (std::string pattern; in >> pattern;) {
+        const bool excludes = pattern[0] == '!';
+        const bool matches = fnmatch(pattern.c_str() + excludes, name.c_str(), 0) == 0;
+        if (matches && excludes)
+            return false;
+        found = found || matches;
+    }
+    return found;
+}
+
+static constexpr size_t kTiles = 1024;                             // more than a processor learns by heart
+static constexpr Extent kSheet = {512, 512}, kScreen = {800, 600}; // of tiles
+
+static uint32_t pack(const FormatInfo& f, uint32_t r, uint32_t g, uint32_t b, uint32_t a) {
     const auto field = [](uint32_t value, uint32_t mask) {
         return mask ? (value >> (8 - std::popcount(mask))) << std::countr_zero(mask) : 0;
     };
@@ -22,21 +98,21 @@ uint32_t pack(const FormatInfo& f, uint32_t r, uint32_t g, uint32_t b, uint32_t 
 }
 
 // A channel of a pixel as 0 to 255, exactly.
-double channel(uint32_t pixel, uint32_t mask) {
+static double channel(uint32_t pixel, uint32_t mask) {
     return (pixel & mask) * 255.0 / mask;
 }
 
 // Where the bytes of a pixel stand in a word that holds its value.
-constexpr int firstByte(int bytes) {
+static constexpr int firstByte(int bytes) {
     return std::endian::native == std::endian::little ? 0 : 4 - bytes;
 }
 
-void store(uint8_t* image, size_t pixel, int bytes, uint32_t value) {
+static void store(uint8_t* image, size_t pixel, int bytes, uint32_t value) {
     const auto size = static_cast<size_t>(bytes);
     std::memcpy(image + pixel * size, reinterpret_cast<const uint8_t*>(&value) + firstByte(bytes), size);
 }
 
-uint32_t load(const uint8_t* image, size_t pixel, int bytes) {
+static uint32_t load(const uint8_t* image, size_t pixel, int bytes) {
     const auto size = static_cast<size_t>(bytes);
     uint32_t value = 0;
     std::memcpy(reinterpret_cast<uint8_t*>(&value) + firstByte(bytes), image + pixel * size, size);
@@ -45,7 +121,7 @@ uint32_t load(const uint8_t* image, size_t pixel, int bytes) {
 
 // Discs of slightly different positions in square cells: opaque inside, with an anti-aliased edge. Their
 // radii give 40 % opaque and 20 % edge.
-uint32_t discAlpha(int x, int y, int cell, size_t seed) {
+static uint32_t discAlpha(int x, int y, int cell, size_t seed) {
     constexpr double kInner = 11.4 / 32, kOuter = 14.0 / 32;
     std::minstd_rand random(
         static_cast<uint32_t>(static_cast<int>(seed) * 7919 + y / cell * 1009 + x / cell + 1));
@@ -56,9 +132,7 @@ uint32_t discAlpha(int x, int y, int cell, size_t seed) {
                                  255);
 }
 
-} // namespace
-
-Case::Case(const Row& r, const Size& s, const char* c)
+Case::Case(const Row& r, const Size& s, const std::string& c)
     : row(r), size(s), content(c), sheet(r.shape == kTile ? kSheet : Extent{s.width, s.height}),
       screen(r.shape == kTile ? kScreen : sheet) {
     for (size_t n = 0; n < size.sets; ++n) {
@@ -95,13 +169,14 @@ ImageSet Case::makeSet(size_t number) {
     if (row.rule == kMasked)
         set.mask = allocate(sheet.pixels(), 1);
     std::mt19937 random(static_cast<uint32_t>(number));
+    const bool sprite = content == kSprite;
     const int cell = row.shape == kTile ? size.width : 32;
     const int shift = static_cast<int>(5 * number); // so that small images show different parts of a disc
     for (size_t i = 0; i < sheet.pixels(); ++i) {
         const int x = static_cast<int>(i) % sheet.width, y = static_cast<int>(i) / sheet.width;
         const auto colours = static_cast<uint32_t>(random());
         const uint32_t r = colours & 255, g = colours >> 8 & 255, b = colours >> 16 & 255;
-        const uint32_t a = content == kSprite ? discAlpha(x + shift, y + shift, cell, number) : colours >> 24;
+        const uint32_t a = sprite ? discAlpha(x + shift, y + shift, cell, number) : colours >> 24;
         const auto times = [a](uint32_t v) { return (v * a + 127) / 255; };
         if (src.a)
             store(set.premultiplied, i, src.bytes, pack(src, times(r), times(g), times(b), a));
@@ -116,11 +191,9 @@ ImageSet Case::makeSet(size_t number) {
     return set;
 }
 
-void Case::resetDestination() {
+Error Case::errorOf(const std::function<void(size_t)>& blitNext) {
     std::memcpy(sets[0].dst, original_.data(), original_.size());
-}
-
-Error Case::error() const {
+    blitNext(1);
     const FormatInfo &src = info(row.src), &dst = info(row.dst);
     const Blit& blit = blits[0];
     const size_t checked = std::min<size_t>(size.pixels(), 65536);
