@@ -27,7 +27,7 @@ const FormatInfo& info(Format format) {
     return kFormats[format];
 }
 
-static std::vector<Row> makeRows() {
+std::vector<Row> allRows() {
     std::vector<Row> rows;
     const auto addRoute = [&rows](Format src, Format dst) {
         const std::string from = info(src).stem,
@@ -50,11 +50,6 @@ static std::vector<Row> makeRows() {
     rows.push_back({"call_rgb16", kA8R8G8B8, kR5G6B5, kPixelAlpha, 255, kCall});
     rows.push_back({"tiles", kA8R8G8B8, kA8R8G8B8, kPixelAlpha, 255, kTile});
     rows.push_back({"tiles_rgb16", kA8R8G8B8, kR5G6B5, kPixelAlpha, 255, kTile});
-    return rows;
-}
-
-const std::vector<Row>& allRows() {
-    static const std::vector<Row> rows = makeRows();
     return rows;
 }
 

@@ -53,7 +53,7 @@ struct Row {
     bool hasAlpha() const { return rule == kPixelAlpha || rule == kMasked; }
     bool readsDestination() const { return hasAlpha() || alpha != 255; }
 };
-const std::vector<Row>& allRows();
+std::vector<Row> allRows();
 
 struct Extent {
     int width, height;

@@ -121,7 +121,6 @@ size_t count(const std::vector<Verdict>& verdicts, const std::string& state) {
 
 size_t printCheck(const Report& report) {
     const std::vector<Verdict> verdicts = verdictsOf(report);
-    const auto number = [](double value) { return value > 0 ? fmt::format("{:.2f}", value) : ""; };
     const auto line = [](const auto&... words) {
         fmt::print("{:<28} {:<10} {:<7} {:<32} {:>7} {:>7} {:>7}  {}\n", words...);
     };

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Zlib
 //
-// Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it. No code of the C++
-// library may be used here: the linker could take it from this file for all others.
+// The memory's own limit: loops that read what a row reads and write what it writes, and compute nothing but
+// an exclusive or. Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it. No
+// code of the C++ library may be used here: the linker could take it from this file for all others.
 #include <utility>
 
-#include "bench/limit.h"
+#include "bench/peers.h"
 
 namespace bench {
 

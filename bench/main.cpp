@@ -11,14 +11,13 @@
 #include <unistd.h>
 
 #include "bench/report.h"
-#include <ormsel/ormsel_target.h>
 
 using namespace bench;
 
 namespace {
 
 struct Options {
-    std::string rows = "*", sizes = "*", json, charts, page, compare, from;
+    std::string rows = "*", sizes, json, charts, page, compare, from;
     bool quick = false, check = false, list = false;
     int passes = 0;
 };
@@ -38,7 +37,7 @@ static void pin() {
 }
 
 static Report reportOfMachine() {
-    Report r = {"unknown processor", "", BENCH_SYSTEM, BENCH_COMPILER, libraryVersions(), {}, {}};
+    Report r = {"unknown processor", "", BENCH_SYSTEM, BENCH_COMPILER, libraryVersions(), ourTargets(), {}};
     std::ifstream in("/proc/cpuinfo");
     for (std::string line; std::getline(in, line);)
         if (line.starts_with("model name"))
@@ -46,17 +45,17 @@ static Report reportOfMachine() {
     const auto kilobytes = [](int name) { return sysconf(name) / 1024; };
     r.caches = fmt::format("L1 {} KiB, L2 {} KiB, L3 {} KiB", kilobytes(_SC_LEVEL1_DCACHE_SIZE),
                            kilobytes(_SC_LEVEL2_CACHE_SIZE), kilobytes(_SC_LEVEL3_CACHE_SIZE));
-    for (const char* const* target = ormsel_Targets(); *target; ++target)
-        r.targets.emplace_back(*target);
     return r;
 }
 
 static Report measureAll(const Options& o) {
+    const std::string sizes = !o.sizes.empty() ? o.sizes : o.quick ? "800x600,call,tiles" : "*";
     std::vector<std::tuple<const Row*, const Size*, const char*>> plan;
-    for (const Row& row : allRows())
+    const std::vector<Row> rows = allRows();
+    for (const Row& row : rows)
         for (const Size& size : allSizes())
             for (const char* content : {kSprite, kRandom})
-                if (size.shape == row.shape && listed(o.rows, row.name) && listed(o.sizes, size.group) &&
+                if (size.shape == row.shape && listed(o.rows, row.name) && listed(sizes, size.group) &&
                     (row.hasAlpha() || content == kRandom))
                     plan.emplace_back(&row, &size, content);
     if (plan.empty())
@@ -64,16 +63,19 @@ static Report measureAll(const Options& o) {
     pin();
     Report report = reportOfMachine();
     printMachine(report);
+    const auto progress = [terminal = isatty(STDERR_FILENO)](const std::string& text) {
+        fmt::print(stderr, "{}{}", terminal ? "\r\033[K" : "", terminal ? text : "");
+    };
     const std::time_t start = std::time(nullptr);
     for (const auto& [row, size, content] : plan) {
-        const size_t done = report.cases.size();
+        const size_t done = report.cases.size(), left = plan.size() - done;
         const auto spent = static_cast<size_t>(std::time(nullptr) - start);
-        if (isatty(STDERR_FILENO))
-            fmt::print(stderr, "\r\033[K[{}/{}] {} {} {}, about {} s left\r", done + 1, plan.size(),
-                       row->name, size->name, content, done ? spent * (plan.size() - done) / done : 0);
+        progress(fmt::format("[{}/{}] {} {} {}, about {} s left", done + 1, plan.size(), row->name,
+                             size->name, content, done ? spent * left / done : 0));
         Case c(*row, *size, content);
         const int passes = o.passes ? o.passes : o.quick ? 7 : size->pixels() > 1000000 ? 9 : 21;
         report.cases.push_back(measure(c, o.quick ? 2e-3 : 4e-3, passes));
+        progress("");
         printCase(report.cases.back());
     }
     return report;
@@ -98,29 +100,22 @@ static int run(const Options& o) {
 }
 
 int main(int argc, char** argv) {
-    CLI::App app("Measures Ormsel's routines beside other libraries and the memory's own limit.",
-                 "ormsel-bench");
+    CLI::App app("Measures Ormsel's routines beside other libraries and the memory's own limit.");
     Options o;
     app.add_option("--rows", o.rows, "only rows that match, for example 'argb32*'; several with commas");
-    auto* const sizes =
-        app.add_option("--sizes", o.sizes, "of 64x64, 800x600, 3840x2160, call and tiles, with commas");
-    app.add_flag("--quick", o.quick, "800x600, calls and tiles, unless --sizes says else, with few passes");
+    app.add_option("--sizes", o.sizes, "of 64x64, 800x600, 3840x2160, call and tiles, with commas");
+    app.add_flag("--quick", o.quick, "few passes, and without --sizes only 800x600, call and tiles");
     app.add_option("--passes", o.passes, "passes of each case")->check(CLI::PositiveNumber);
     app.add_option("--json", o.json, "write all figures to this file");
     app.add_option("--charts", o.charts, "draw charts into this directory (needs gnuplot)");
-    app.add_option("--page", o.page,
-                   "write this file with the text of docs/performance.md and these figures");
-    app.add_flag("--check", o.check,
-                 "compare with what the library promises; exit status 1 when it is not met");
-    app.add_option(
-        "--compare", o.compare,
-        "compare with the figures of an earlier --json; exit status 1 when a case lost more than its noise");
+    app.add_option("--page", o.page, "write docs/performance.md with these figures");
+    app.add_flag("--check", o.check, "compare with what the library promises; exit status 1 when not met");
+    app.add_option("--compare", o.compare,
+                   "an earlier --json; exit status 1 when a case lost more than its noise");
     app.add_option("--from", o.from, "take the figures of an earlier --json instead of measuring");
     app.add_flag("--list", o.list, "name the rows");
     try {
         app.parse(argc, argv);
-        if (o.quick && sizes->empty())
-            o.sizes = "800x600,call,tiles";
         for (const Row& row : allRows())
             if (o.list)
                 fmt::print("{}\n", row.name);

@@ -59,7 +59,7 @@ static double ratio(const CaseReport& c, const std::string& target, const std::s
     return ours && other ? ours->share.median / other->share.median : 0;
 }
 
-static std::string number(double value) {
+std::string number(double value) {
     return value > 0 ? fmt::format("{:.{}f}", value, value < 9.995 ? 2 : value < 99.95 ? 1 : 0) : "";
 }
 

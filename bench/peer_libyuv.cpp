@@ -2,10 +2,11 @@
 //
 // libyuv blends A8R8G8B8 only. For other formats its operations are chained, line by line through two short
 // buffers, so that the intermediate pixels stay in the first-level cache.
+#include <algorithm>
+
 #include <libyuv.h>
 
 #include "bench/peers.h"
-#include <ormsel/ormsel_target.h>
 
 namespace bench {
 
@@ -29,10 +30,8 @@ constexpr Converters kConverters[] = {
 };
 
 const Converters* convertersOf(Format format) {
-    for (const Converters& each : kConverters)
-        if (each.format == format)
-            return &each;
-    return nullptr;
+    const auto* const found = std::ranges::find(kConverters, format, &Converters::format);
+    return found == std::end(kConverters) ? nullptr : found;
 }
 
 // One row's chain of operations over the lines of an image.
@@ -98,34 +97,30 @@ struct Chain {
     }
 };
 
-// What libyuv may use beside each target that is not the processor's best.
-constexpr int kSse4 = libyuv::kCpuHasX86 | libyuv::kCpuHasSSE2 | libyuv::kCpuHasSSSE3 | libyuv::kCpuHasSSE41 |
-                      libyuv::kCpuHasSSE42;
-constexpr int kAvx2 = kSse4 | libyuv::kCpuHasAVX | libyuv::kCpuHasAVX2 | libyuv::kCpuHasERMS |
-                      libyuv::kCpuHasFMA3 | libyuv::kCpuHasF16C;
-constexpr std::pair<const char*, int> kInstructions[] = {{"avx2", kAvx2}, {"sse4", kSse4}, {"scalar", 0}};
+// What libyuv may use beside each target that is not the processor's best. Its flags stand by age.
+constexpr std::pair<const char*, int> kInstructions[] = {
+    {"avx2", libyuv::kCpuHasAVX512BW - 1}, {"sse4", libyuv::kCpuHasAVX - 1}, {"scalar", 0}};
 
 } // namespace
 
-void addLibyuv(std::vector<Participant>& list, const Case& c) {
+void addLibyuv(Participants& list, const Case& c) {
     static const int all = libyuv::InitCpuFlags();
+    const bool alpha = c.row.rule == kPixelAlpha;
     const auto add = [&](const std::string& target, int flags) {
         const auto prepare = [flags] { libyuv::SetCpuFlags(flags | libyuv::kCpuInitialized); };
         const std::string suffix = target.empty() ? "" : " " + target;
-        const bool alpha = c.row.rule == kPixelAlpha;
+        const std::string straight = alpha ? "libyuv straight" : "libyuv";
         if (alpha)
             list.push_back(
                 {"libyuv" + suffix, target, kPremultiplied, inTurn(c, c.sets, Chain{c, false}), prepare});
-        list.push_back({(alpha ? "libyuv straight" : "libyuv") + suffix, target, kStraight,
-                        inTurn(c, c.sets, Chain{c, true}), prepare});
+        list.push_back({straight + suffix, target, kStraight, inTurn(c, c.sets, Chain{c, true}), prepare});
     };
     if (!convertersOf(c.row.src) || !convertersOf(c.row.dst))
         return;
     add("", all);
-    for (const char* const* target = ormsel_Targets() + 1; c.size.limitsPeers && *target; ++target)
-        for (const auto& [name, flags] : kInstructions)
-            if (std::string(name) == *target)
-                add(name, all & flags);
+    for (const auto& [target, flags] : kInstructions)
+        if (c.size.limitsPeers && target != ourTargets().front() && std::ranges::count(ourTargets(), target))
+            add(target, all & flags);
 }
 
 } // namespace bench

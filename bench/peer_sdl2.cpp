@@ -33,23 +33,21 @@ std::string sdl2Version() {
     return fmt::format("SDL {}.{}.{}", v.major, v.minor, v.patch);
 }
 
-void addSdl2(std::vector<Participant>& list, const Case& c) {
+void addSdl2(Participants& list, const Case& c) {
     auto* const blit = SDL2(SDL_UpperBlit);
     if (!blit || c.row.rule == kMasked)
         return;
-    const auto surfaces = imagesOf(c, false, [](uint8_t* pixels, const Extent& e, const FormatInfo& f) {
+    auto* const create = SDL2(SDL_CreateRGBSurfaceFrom);
+    auto* const setMode = SDL2(SDL_SetSurfaceBlendMode);
+    auto* const setAlpha = SDL2(SDL_SetSurfaceAlphaMod);
+    const auto surfaces = imagesOf(c, false, [&](uint8_t* pixels, const Extent& e, const FormatInfo& f) {
         const int pitch = e.width * f.bytes;
-        return Surface(
-            SDL2(SDL_CreateRGBSurfaceFrom)(pixels, e.width, e.height, f.depth, pitch, f.r, f.g, f.b, f.a),
-            [](void* s) {
-                SDL2(SDL_FreeSurface)
-                (static_cast<SDL_Surface*>(s));
-            });
+        const auto release = [free = SDL2(SDL_FreeSurface)](void* s) { free(static_cast<SDL_Surface*>(s)); };
+        return Surface(create(pixels, e.width, e.height, f.depth, pitch, f.r, f.g, f.b, f.a), release);
     });
     for (const auto& each : surfaces) {
-        SDL2(SDL_SetSurfaceBlendMode)
-        (get(each.src), sdlBlends(c.row) ? SDL_BLENDMODE_BLEND : SDL_BLENDMODE_NONE);
-        SDL2(SDL_SetSurfaceAlphaMod)(get(each.src), c.row.alpha);
+        setMode(get(each.src), sdlBlends(c.row) ? SDL_BLENDMODE_BLEND : SDL_BLENDMODE_NONE);
+        setAlpha(get(each.src), c.row.alpha);
     }
     list.push_back(
         {"SDL 2", "", kStraight, inTurn(c, surfaces, [blit, &c](const Images<Surface>& i, const Blit& b) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 #include "bench/peers.h"
 
+#include <algorithm>
 #include <bit>
 #include <chrono>
 #include <cstring>
@@ -8,7 +9,6 @@
 #include <fmt/format.h>
 #include <pixman.h>
 
-#include "bench/limit.h"
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_target.h>
 
@@ -40,7 +40,7 @@ static std::function<void(size_t)> drawBy(Function function, const Case& c, Uint
     });
 }
 
-static void addOurs(std::vector<Participant>& list, const Case& c) {
+static void addOurs(Participants& list, const Case& c) {
     const auto width = static_cast<unsigned long>(c.size.width),
                height = static_cast<unsigned long>(c.size.height);
     const Uint32 flags = c.row.rule == kCopy ? ORMSEL_BLIT_COPY : 0;
@@ -48,19 +48,20 @@ static void addOurs(std::vector<Participant>& list, const Case& c) {
         SDL_BlitSurfaceAlphaMask(i.src.get(), 0, 0, i.dst.get(), 0, 0, width, height, i.mask.get(), alpha,
                                  flags);
     };
-    for (const char* const* target = ormsel_Targets(); *target; ++target)
+    const auto blit =
+        c.row.shape == kPicture ? inTurn(c, surfacesOf(c), picture) : drawBy(SDL_BlitAlphaSurface, c);
+    for (const std::string& target : ourTargets())
         list.push_back(
-            {std::string("ormsel ") + *target, *target, kOurs,
-             c.row.shape == kPicture ? inTurn(c, surfacesOf(c), picture) : drawBy(SDL_BlitAlphaSurface, c),
-             [name = *target] { ormsel_ForceTarget(name); }});
+            {"ormsel " + target, target, kOurs, blit, [target] { ormsel_ForceTarget(target.c_str()); }});
 }
 
-static void addSdl12(std::vector<Participant>& list, const Case& c) {
+static void addSdl12(Participants& list, const Case& c) {
     if (c.row.rule != kMasked && (c.row.rule != kPixelAlpha || c.row.alpha == 255))
         list.push_back(
             {"SDL 1.2", "", kStraight, drawBy(SDL_UpperBlit, c, sdlBlends(c.row) ? SDL_SRCALPHA : 0)});
 }
 
+// Opaque images say so, which is the fastest that pixman can be told.
 static PixmanImage pixmanImage(uint8_t* pixels, const Extent& e, const FormatInfo& f, bool opaque) {
     const int type = f.b & 1     ? PIXMAN_TYPE_ARGB
                      : f.r & 1   ? PIXMAN_TYPE_ABGR
@@ -73,18 +74,19 @@ static PixmanImage pixmanImage(uint8_t* pixels, const Extent& e, const FormatInf
             pixman_image_unref};
 }
 
-static void addPixman(std::vector<Participant>& list, const Case& c) {
+static void addPixman(Participants& list, const Case& c) {
     const bool alpha = c.row.rule == kPixelAlpha;
     if (c.srcPitch() % 4 || c.dstPitch() % 4)
         return;
-    auto images = imagesOf(c, alpha, [&](uint8_t* pixels, const Extent& e, const FormatInfo& f) {
-        // Opaque images say so, which is the fastest that pixman can be told. A destination is opaque, too.
-        return pixmanImage(pixels, e, f, !alpha || &f == &info(c.row.dst));
+    auto images = imagesOf(c, alpha, [alpha](uint8_t* pixels, const Extent& e, const FormatInfo& f) {
+        return pixmanImage(pixels, e, f, !alpha);
     });
     const pixman_color_t constant = {0, 0, 0, static_cast<uint16_t>(c.row.alpha * 257)};
-    for (auto& each : images)
+    for (size_t i = 0; i < images.size(); ++i) {
+        images[i].dst = pixmanImage(c.sets[i].dst, c.screen, info(c.row.dst), true);
         if (c.row.alpha != 255)
-            each.mask = {pixman_image_create_solid_fill(&constant), pixman_image_unref};
+            images[i].mask = {pixman_image_create_solid_fill(&constant), pixman_image_unref};
+    }
     const auto draw = [op = c.row.readsDestination() ? PIXMAN_OP_OVER : PIXMAN_OP_SRC,
                        size = c.size](const Images<PixmanImage>& i, const Blit& b) {
         pixman_image_composite32(op, i.src.get(), i.mask.get(), i.dst.get(), b.srcX, b.srcY, b.srcX, b.srcY,
@@ -93,22 +95,15 @@ static void addPixman(std::vector<Participant>& list, const Case& c) {
     list.push_back({"pixman", "", alpha ? kPremultiplied : kStraight, inTurn(c, images, draw)});
 }
 
-static void addMemmove(std::vector<Participant>& list, const Case& c) {
-    const auto draw = [bytes = static_cast<size_t>(c.dstPitch() * c.size.height)](
-                          const ImageSet& set, const Blit&) { std::memmove(set.dst, set.src, bytes); };
+static void addMemmove(Participants& list, const Case& c) {
+    const auto bytes = static_cast<size_t>(c.dstPitch() * c.size.height);
+    const auto draw = [bytes](const ImageSet& set, const Blit&) { std::memmove(set.dst, set.src, bytes); };
     if (c.row.src == c.row.dst && !c.row.readsDestination())
         list.push_back({"memmove", "", kStraight, inTurn(c, c.sets, draw)});
 }
 
-static bool hasTarget(std::string_view target) {
-    const char* const* each = ormsel_Targets();
-    while (*each && target != *each)
-        ++each;
-    return *each;
-}
-
 // Neither the widest vectors nor prefetching is always the fastest, so a short trial decides.
-static void addLimit(std::vector<Participant>& list, const Case& c) {
+static void addLimit(Participants& list, const Case& c) {
     const Reads reads = c.row.rule == kMasked      ? kMaskToo
                         : c.row.readsDestination() ? kSourceAndDestination
                                                    : kSource;
@@ -121,7 +116,7 @@ static void addLimit(std::vector<Participant>& list, const Case& c) {
     // What CMakeLists.txt has compiled, each with the first of our targets that has such vectors.
 #define LIMIT(width, target)                                                                                 \
     for (const bool prefetches : {true, false})                                                              \
-        if (hasTarget(#target))                                                                              \
+        if (std::ranges::count(ourTargets(), #target))                                                       \
             add(limitLoop<width>(info(c.row.src).bytes, info(c.row.dst).bytes, reads, prefetches));
     LIMIT_WIDTHS;
 #undef LIMIT
@@ -143,8 +138,8 @@ bool sdlBlends(const Row& row) {
     return row.rule == kPixelAlpha || (row.rule == kOpaque && row.alpha != 255);
 }
 
-std::vector<Participant> participantsOf(const Case& c) {
-    std::vector<Participant> list;
+Participants participantsOf(const Case& c) {
+    Participants list;
     if (c.row.shape == kPicture)
         addLimit(list, c);
     for (const auto add : {addSdl12, addOurs, addSdl2, addPixman, addLibyuv, addMemmove})
@@ -153,6 +148,14 @@ std::vector<Participant> participantsOf(const Case& c) {
     list.back().name += " again";
     list.back().kind = kControl;
     return list;
+}
+
+std::vector<std::string> ourTargets() {
+    const char* const* begin = ormsel_Targets();
+    const char* const* end = begin;
+    while (*end)
+        ++end;
+    return {begin, end};
 }
 
 std::string libraryVersions() {

@@ -22,18 +22,21 @@ struct Participant {
     std::function<void()> prepare = [] {};  // before blits that may follow another participant's
 };
 
+using Participants = std::vector<Participant>;
+
 // The first one is what the others are compared with: the limit, or SDL 1.2 for calls and tiles. They refer
 // to the case.
-std::vector<Participant> participantsOf(const Case& c);
+Participants participantsOf(const Case& c);
 
 // A peer that is limited to a target's instructions has its name: "libyuv avx2". What can't be limited uses
 // none that the vector targets don't have: SDL 1.2 and SDL 2 MMX and SSE2, pixman no more than SSSE3.
-void addLibyuv(std::vector<Participant>& list, const Case& c);
-void addSdl2(std::vector<Participant>& list, const Case& c);
+void addLibyuv(Participants& list, const Case& c);
+void addSdl2(Participants& list, const Case& c);
 
 // Whether SDL blends in the row. It has no masks, and SDL 1.2 no constant alpha on top of the pixels' own.
 bool sdlBlends(const Row& row);
 
+std::vector<std::string> ourTargets(); // best first
 std::string libraryVersions();
 std::string sdl2Version(); // or that there is none
 
@@ -68,5 +71,14 @@ std::function<void(size_t)> inTurn(const Case& c, std::vector<Set> sets, Draw dr
         }
     };
 }
+
+// A loop that moves the memory of a row and computes nothing. Pixels come in multiples of 64.
+using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
+enum Reads { kSource, kSourceAndDestination, kMaskToo };
+
+// The loop with vectors of so many bytes. Pixels have 2 to 4 bytes. CMakeLists.txt says which widths there
+// are.
+template <size_t Width>
+LimitLoop limitLoop(int srcBytes, int dstBytes, Reads reads, bool prefetches);
 
 } // namespace bench

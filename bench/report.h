@@ -72,6 +72,7 @@ size_t printCheck(const Report& report);                                      //
 // is the share of the reference, so that another clock or load doesn't count.
 size_t printComparison(const Report& old, const Report& now);
 
+std::string number(double value); // three digits, or nothing for 0
 // What performance.md.in describes, with the report's figures.
 void writePage(const Report& report, const std::string& file);
 // SVG and PNG for each size and content, drawn by gnuplot.
