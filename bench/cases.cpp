@@ -195,8 +195,9 @@ Error Case::errorOf(const std::function<void(size_t)>& blitNext) {
     Error error;
     for (size_t i = 0; i < checked; ++i) {
         const int x = static_cast<int>(i) % size.width, y = static_cast<int>(i) / size.width;
-        const auto from = static_cast<size_t>((blit.srcY + y) * sheet.width + blit.srcX + x);
-        const auto onto = static_cast<size_t>((blit.dstY + y) * screen.width + blit.dstX + x);
+        const int srcAt = (blit.srcY + y) * sheet.width + blit.srcX + x;
+        const int dstAt = (blit.dstY + y) * screen.width + blit.dstX + x;
+        const auto from = static_cast<size_t>(srcAt), onto = static_cast<size_t>(dstAt);
         const uint32_t s = load(sets[0].src, from, src.bytes), result = load(sets[0].dst, onto, dst.bytes);
         const uint32_t d = load(original_.data(), onto, dst.bytes);
         const double own = row.rule == kMasked       ? sets[0].mask[from] / 255.0

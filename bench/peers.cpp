@@ -96,7 +96,7 @@ static void addPixman(Participants& list, const Case& c) {
 }
 
 static void addMemmove(Participants& list, const Case& c) {
-    const auto bytes = static_cast<size_t>(c.dstPitch() * c.size.height);
+    const size_t bytes = c.size.pixels() * static_cast<size_t>(info(c.row.dst).bytes);
     const auto draw = [bytes](const ImageSet& set, const Blit&) { std::memmove(set.dst, set.src, bytes); };
     if (c.row.src == c.row.dst && !c.row.readsDestination())
         list.push_back({"memmove", "", kStraight, inTurn(c, c.sets, draw)});

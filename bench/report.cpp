@@ -135,7 +135,7 @@ Report readJson(const std::string& file) {
     std::ifstream in(file);
     if (!in)
         throw std::runtime_error("can't read " + file);
-    const Report report = nlohmann::json::parse(in).get<Report>();
+    Report report = nlohmann::json::parse(in).get<Report>();
     const auto empty = [](const CaseReport& c) { return c.results.empty(); };
     if (report.cases.empty() || report.targets.empty() || std::ranges::any_of(report.cases, empty))
         throw std::runtime_error(file + " has no figures");
