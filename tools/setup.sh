@@ -15,7 +15,8 @@ build_packages=(g++ cmake ninja-build pkg-config libsdl1.2-dev libsdl-image1.2-d
 display_packages=(xvfb)
 test_packages=(googletest)
 cross_packages=(qemu-user dpkg-dev autotools-dev make patch xz-utils)
-bench_packages=(libbenchmark-dev libsdl2-dev libpixman-1-dev libyuv-dev gnuplot-nox)
+bench_packages=(libcli11-dev libfmt-dev nlohmann-json3-dev libsdl2-dev libpixman-1-dev
+    libyuv-dev gnuplot-nox)
 
 # need_packages NAME...: installs those that the machine does not have yet; asks sudo only when not root.
 need_packages() {
