@@ -3,20 +3,75 @@
 // What holds around the pixels: refusals and their messages, locks, clipping, contexts, threads, targets.
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstring>
+#include <future>
+#include <iostream>
+#include <map>
+#include <mutex>
 #include <thread>
+#include <utility>
 
+#include <dlfcn.h>
+
+#include <graphics/layers.h>
+#include <graphics/rastport.h>
 #include <gtest/gtest.h>
 #include <host/testing.h>
 
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_target.h>
+#include <proto/layers.h>
 
 #include "tests/blits.h"
 
 extern "C" unsigned long blitFromC(SDL_Surface* src, SDL_Surface* dst); // c_header_test.c
 
+// --- Locks of images in graphics-card memory -----------------------------------------------------------
+
+// Surfaces of one lock exclude each other, as they can on hardware. SDL's own calls would need a display.
+static std::array<std::mutex, 2> imageLocks;
+static thread_local std::map<SDL_Surface*, std::mutex*> exclusive;
+
+extern "C" int SDL_LockSurface(SDL_Surface* surface) {
+    if (const auto found = exclusive.find(surface); found != exclusive.end()) {
+        if (surface->locked++ == 0)
+            found->second->lock();
+        return 0;
+    }
+    static const auto real = reinterpret_cast<int (*)(SDL_Surface*)>(dlsym(RTLD_NEXT, "SDL_LockSurface"));
+    return real(surface);
+}
+
+extern "C" void SDL_UnlockSurface(SDL_Surface* surface) {
+    if (const auto found = exclusive.find(surface); found != exclusive.end()) {
+        if (--surface->locked == 0)
+            found->second->unlock();
+        return;
+    }
+    static const auto real = reinterpret_cast<void (*)(SDL_Surface*)>(dlsym(RTLD_NEXT, "SDL_UnlockSurface"));
+    real(surface);
+}
+
 namespace {
+
+// Puts a surface of the calling thread's under a lock.
+class Exclusive {
+public:
+    Exclusive(const Picture& picture, std::mutex& lock) : surface_(picture.sdl()) {
+        surface_->flags |= SDL_HWSURFACE;
+        exclusive[surface_] = &lock;
+    }
+    ~Exclusive() {
+        surface_->flags &= ~static_cast<Uint32>(SDL_HWSURFACE);
+        exclusive.erase(surface_);
+    }
+    Exclusive(const Exclusive&) = delete;
+    Exclusive& operator=(const Exclusive&) = delete;
+
+private:
+    SDL_Surface* surface_;
+};
 
 constexpr char kNotAMask[] = "Mask is not 8 bit format. Bailing out!\nInitContext (mask) failed!\n";
 constexpr Kind kReversed16 = {16, 0x1F, 0x7E0, 0xF800, 0};
@@ -150,28 +205,38 @@ TEST(Contract, SilentlyDrawsNothing) {
     }
 }
 
-// Through every entry point, with each image there, missing, or without pixels.
+// Through every entry point, with each image there, missing, without pixels or, a surface, without a format.
 TEST(Contract, MissingImagesAndPixels) {
     Images i;
     const auto hollow = [](const Kind& kind) { return Picture(kind, nullptr, 8, 8, 8 * kind.bytes()); };
     const Picture surface = hollow(surfaceKind(RGBFB_A8R8G8B8)), bitmap = hollow(bitmapKind(RGBFB_A8R8G8B8));
     const Picture mask = hollow(kSurfaceMask), ofBitmap = hollow(kBitmapMask);
+    const Picture formless = i.of(surfaceKind(RGBFB_A8R8G8B8)), formlessMask = i.of(kSurfaceMask);
+    SDL_PixelFormat* const formats[] = {std::exchange(formless.sdl()->format, nullptr),
+                                        std::exchange(formlessMask.sdl()->format, nullptr)};
     const auto lines = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
     for (const Entry* entry : kEntries) {
         const bool from = entry->fromSurface, onto = entry->ontoSurface;
-        const Picture* sources[] = {from ? &i.surface : &i.bitmap, from ? &surface : &bitmap, &i.none};
-        const Picture* targets[] = {onto ? &i.target : &i.targetBitmap, onto ? &surface : &bitmap, &i.none};
-        const Picture* masks[] = {from ? &i.mask : &i.bitmapMask, from ? &mask : &ofBitmap};
+        const Picture* sources[] = {from ? &i.surface : &i.bitmap, from ? &surface : &bitmap,
+                                    from ? &formless : &bitmap, &i.none};
+        const Picture* targets[] = {onto ? &i.target : &i.targetBitmap, onto ? &surface : &bitmap,
+                                    onto ? &formless : &bitmap, &i.none};
+        const Picture* masks[] = {from ? &i.mask : &i.bitmapMask, from ? &mask : &ofBitmap,
+                                  from ? &formlessMask : &ofBitmap};
         for (const Picture* src : sources)
             for (const Picture* dst : targets)
                 for (const Picture* through : masks)
-                    if (src != sources[0] || dst != targets[0] || (entry->takesMask && through != masks[0])) {
+                    if ((entry != &kArray || src != sources[2]) &&
+                        (src != sources[0] || dst != targets[0] ||
+                         (entry->takesMask && through != masks[0]))) {
                         const std::string text = i.refused(*entry, *src, *dst, *through);
                         EXPECT_TRUE(lines(text) == 1 && text.size() > 1 && text.back() == '\n')
                             << entry->name << ": " << text;
                     }
     }
-    EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
+    EXPECT_EQ(
+        surface.sdl()->locked + mask.sdl()->locked + formless.sdl()->locked + formlessMask.sdl()->locked, 0U);
+    formless.sdl()->format = formats[0], formlessMask.sdl()->format = formats[1];
     const std::string noRastPort = i.refused([&] {
         return SDL_BlitAlphaSurfaceRastPort(i.surface.sdl(), 0, 0, nullptr, 0, 0, 8, 8, 0) +
                BltAlphaBitMapRastPort(i.bitmap.native(), 0, 0, nullptr, 0, 0, 8, 8, 9, 0) +
@@ -270,6 +335,69 @@ TEST(Contract, ThreadsShareASource) {
     EXPECT_NE(pixels[0], before);
     EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
     EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+}
+
+// Two threads blit four surfaces in graphics-card memory, in which no two sources and no two destinations are
+// locked at once. A lock that waits must not keep the other thread from its own.
+TEST(Contract, LocksThatWaitStopNobody) {
+    std::array<std::array<uint32_t, 16>, 4> pixels{};
+    const auto rounds = caseCount(10000) / 2;
+    std::array<std::future<void>, 2> threads;
+    for (size_t t = 0; t < 2; ++t)
+        threads[t] = std::async(std::launch::async, [&, t] {
+            const Kind kind = surfaceKind(RGBFB_A8R8G8B8);
+            const Picture src(kind, reinterpret_cast<uint8_t*>(pixels[t].data()), 4, 4, 16),
+                dst(kind, reinterpret_cast<uint8_t*>(pixels[2 + t].data()), 4, 4, 16);
+            const Exclusive first(src, imageLocks[0]), second(dst, imageLocks[1]);
+            for (long round = 0; round < rounds; ++round)
+                SDL_BlitAlphaSurface(src.sdl(), nullptr, dst.sdl(), nullptr);
+            SDL_LockSurface(dst.sdl()); // and one surface more than once, in one thread
+            SDL_BlitAlphaSurface(dst.sdl(), nullptr, dst.sdl(), nullptr);
+            EXPECT_EQ(dst.sdl()->locked, 1U);
+            SDL_UnlockSurface(dst.sdl());
+            EXPECT_EQ(src.sdl()->locked + dst.sdl()->locked, 0U);
+        });
+    for (std::future<void>& thread : threads)
+        if (thread.wait_for(std::chrono::minutes(2)) != std::future_status::ready) {
+            std::cerr << "The threads stand still.\n";
+            std::abort(); // they can't be ended
+        }
+}
+
+// Arguments far beyond 16 bits mean what is left of them.
+TEST(Contract, RastPortsNarrowAnyRequest) {
+    Images i;
+    std::array<uint32_t, 64> drawn{};
+    std::array<uint32_t, 1024> array{};
+    const Picture screen(bitmapKind(RGBFB_A8R8G8B8), reinterpret_cast<uint8_t*>(drawn.data()), 8, 8, 32);
+    Layer_Info* const info = NewLayerInfo();
+    Layer* const layer = CreateUpfrontLayer(info, screen.native(), 1, 1, 6, 6, LAYERSMART, nullptr);
+    const auto draw = [&](Layer* onto, long sx, long sy, long dx, long dy, unsigned long w, unsigned long h) {
+        RastPort port{};
+        port.BitMap = screen.native(), port.Layer = onto;
+        drawn.fill(0);
+        SDL_BlitAlphaSurfaceRastPort(i.surface.sdl(), sx, sy, &port, dx, dy, w, h, 0);
+        BltAlphaBitMapRastPort(i.bitmap.native(), sx, sy, &port, dx, dy, w, h, 255, 0);
+        return drawn;
+    };
+    static constexpr long kLongs[] = {LONG_MIN, LONG_MIN + 2, -3, 3, 0x10003, LONG_MAX - 2, LONG_MAX};
+    Random random(1);
+    for (int round = 0; round < 3000; ++round) {
+        std::array<long, 6> r{};
+        for (long& value : r)
+            value = random.of(kLongs);
+        const auto narrow = [&r](size_t n) { return static_cast<short>(r[n]); };
+        const auto size = [&r](size_t n) { return static_cast<unsigned long>(r[n]); };
+        for (Layer* onto : {layer, static_cast<Layer*>(nullptr)})
+            EXPECT_EQ(
+                draw(onto, r[0], r[1], r[2], r[3], size(4), size(5)),
+                draw(onto, narrow(0), narrow(1), narrow(2), narrow(3), size(4) & 0xFFFF, size(5) & 0xFFFF));
+        RastPort port{};
+        port.BitMap = screen.native(), port.Layer = layer;
+        WriteAlphaPixelArray(array.data(), r[0], r[1], 32, &port, r[2], r[3], size(4), size(5), 255,
+                             RGBFB_A8R8G8B8);
+    }
+    DisposeLayerInfo(info);
 }
 
 TEST(Contract, TargetsCanBeForced) {

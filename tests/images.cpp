@@ -189,8 +189,13 @@ uint32_t Kind::recognised() const {
     return depth == 24 ? RGBFB_B8G8R8 : RGBFB_NONE;
 }
 
+long memoryOf(const Kind& kind, long width, long height, long pitch) {
+    return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
+}
+
 Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, long pitch, bool onBoard)
-    : image_{0, 0, pitch * height, pitch, width, height, {}, onBoard && kind.code != RGBFB_NONE} {
+    : image_{0,      0,  memoryOf(kind, width, height, pitch), pitch, width,
+             height, {}, onBoard && kind.code != RGBFB_NONE} {
     const int w = static_cast<int>(width), h = static_cast<int>(height), step = static_cast<int>(pitch);
     image_.format.bytes = static_cast<uint32_t>(kind.bytes()), image_.format.code = kind.code;
     if (kind.code != RGBFB_NONE) {
@@ -260,13 +265,19 @@ BltContext contextFor(const model::Blit& blit, uint8_t* base) {
 }
 
 static sigjmp_buf beforeFault;
+static volatile sig_atomic_t awaitsFault = 0;
 
 bool faults(const std::function<void()>& work) {
-    const auto before = std::signal(SIGSEGV, [](int) { siglongjmp(beforeFault, 1); });
+    [[maybe_unused]] static const auto before = std::signal(SIGSEGV, [](int) {
+        if (awaitsFault)
+            siglongjmp(beforeFault, 1);
+        std::signal(SIGSEGV, SIG_DFL); // a crash of its own, which happens again now
+    });
+    awaitsFault = 1;
     const bool fault = sigsetjmp(beforeFault, 1) != 0;
     if (!fault)
         work();
-    std::signal(SIGSEGV, before);
+    awaitsFault = 0;
     return fault;
 }
 

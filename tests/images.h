@@ -87,6 +87,10 @@ extern const std::vector<unsigned> kConstantAlphas; // all classes, and the valu
 const Kind& bitmapKind(uint32_t code);
 Kind surfaceKind(uint32_t code); // with the channels of that format
 
+// The bytes of an image: its memory ends behind the last pixel of its last row, or at pitch x height where
+// that is less. What follows may be another image's, of which this one is a view.
+long memoryOf(const Kind& kind, long width, long height, long pitch);
+
 // An image as the library sees it: a surface, a bitmap or nothing.
 class Picture {
 public:

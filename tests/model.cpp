@@ -153,12 +153,29 @@ void AlphaOntoR5G6B5(Memory& memory, const Blit& blit) {
     });
 }
 
+// Pairs of words, each read whole before it is stored. An odd row takes the two words to its right with it,
+// each where both images have it.
+void copyWords(Memory& memory, const Blit& b) {
+    const long end = b.width + b.width % 2 * 2;
+    const auto whole = [](const Image& image, long x, long y) {
+        const long at = addressOf(image, x, y);
+        return has(image, at) && has(image, at + 3);
+    };
+    for (long y = 0; y < b.height; ++y)
+        for (long x = 0; x < end; x += 2) {
+            std::array<uint32_t, 2> pair{};
+            for (size_t i = 0; i < 2; ++i)
+                pair[i] = load(memory.bytes.data(), b.src, b.srcX + x + static_cast<long>(i), b.srcY + y);
+            for (long i = x; i < std::min(x + 2, end); ++i)
+                if (i < b.width ||
+                    (whole(b.src, b.srcX + i, b.srcY + y) && whole(b.dst, b.dstX + i, b.dstY + y)))
+                    store(memory, b.dst, b.dstX + i, b.dstY + y, pair[static_cast<size_t>(i - x)]);
+        }
+}
+
 void AlphaOntoA8R8G8B8(Memory& memory, const Blit& blit) {
     if (blit.flags & kCopyFlag) {
-        // Pairs of words, the last one of an odd row included, and then one word more.
-        Blit words = blit;
-        words.width += words.width % 2 * 2;
-        inGroups(memory, words, 2, [](uint32_t s, uint32_t) { return std::optional(s); });
+        copyWords(memory, blit);
         return;
     }
     const Format from = formatOf(blit.src.format.code), onto = formatOf(RGBFB_A8R8G8B8);
