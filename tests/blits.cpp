@@ -8,12 +8,12 @@
 #include <sys/mman.h>
 
 #include <graphics/rastport.h>
-#include <host/testing.h>
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_formats.h>
 
 #include "blt/blt_fallback.h"
 #include "blt/blt_routines.h"
+#include "tests/faults.h"
 
 // --- Entry points -------------------------------------------------------------------------------------
 
@@ -109,11 +109,11 @@ struct Generic {
 #        function "<" #        source ", " #        destination ">", sizeof(source) == 2,                    \
             sizeof(destination) == 2, masked, function < source, destination>                                \
     }
-constexpr Generic kGenerics[] = {GENERIC(BLT_FallbackBltT, uint16_t, uint16_t, false),
-                                 GENERIC(BLT_FallbackBltT, uint32_t, uint16_t, false),
-                                 GENERIC(BLT_FallbackBltT, uint32_t, uint32_t, false),
-                                 GENERIC(BLT_FallbackBltMaskT, uint32_t, uint16_t, true),
-                                 GENERIC(BLT_FallbackBltMaskT, uint32_t, uint32_t, true)};
+constexpr Generic kGenerics[] = {GENERIC(BLT_FallbackBltT, unsigned short, unsigned short, false),
+                                 GENERIC(BLT_FallbackBltT, unsigned long, unsigned short, false),
+                                 GENERIC(BLT_FallbackBltT, unsigned long, unsigned long, false),
+                                 GENERIC(BLT_FallbackBltMaskT, unsigned long, unsigned short, true),
+                                 GENERIC(BLT_FallbackBltMaskT, unsigned long, unsigned long, true)};
 
 // --- Random cases -------------------------------------------------------------------------------------
 
@@ -205,17 +205,17 @@ private:
         if (mustFault || !written)
             arena_.protect(page, untouched ? PROT_NONE : PROT_READ);
         // One allocation must do for a whole blit.
-        HOST_FailAllocations(blit_.noMemory ? 0 : allocations_, 1000000);
+        failAllocations(blit_.noMemory ? 0 : allocations_, 1000000);
         unsigned long result = 0;
         bool fault = false;
         std::string wrong = printedBy([&] { fault = faults([&] { result = work(); }); });
-        HOST_FailAllocations(0, 0);
+        failAllocations(0, 0);
         arena_.protect(page, PROT_READ | PROT_WRITE);
         if (fault != mustFault)
             wrong += fault ? "touches what it must not\n" : "leaves out a store\n";
         if (result != 0)
             wrong += "its result is not 0\n";
-        if (HOST_HeldBitMapLocks() != 0)
+        if (heldBitMapLocks() != 0)
             wrong += "leaves a bitmap locked\n";
         for (const Window& window : windows_)
             if (wrong.empty() && !fault)

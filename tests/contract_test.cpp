@@ -17,13 +17,13 @@
 #include <graphics/layers.h>
 #include <graphics/rastport.h>
 #include <gtest/gtest.h>
-#include <host/testing.h>
 
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_target.h>
 #include <proto/layers.h>
 
 #include "tests/blits.h"
+#include "tests/faults.h"
 
 extern "C" unsigned long blitFromC(SDL_Surface* src, SDL_Surface* dst); // c_header_test.c
 
@@ -99,7 +99,7 @@ struct Images {
         const auto before = pixels;
         const std::string text = printedBy([&] { EXPECT_EQ(work(), 0U); });
         EXPECT_EQ(pixels, before);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks(), 0);
         for (const Picture* picture : {&surface, &target, &mask})
             EXPECT_EQ(picture->sdl()->locked, 0U);
         return text;
@@ -172,13 +172,13 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
                                  "Could not lock bitmap.\nInitContext (dst) failed!\n",
                                  "Could not lock mask bitmap.\nInitContext (mask) failed!\n"};
     for (long lock = 0; lock < 3; ++lock) {
-        HOST_FailLocks(lock, 1);
+        failLocks(lock, 1);
         EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
     }
-    HOST_FailLocks(0, 0);
-    HOST_LosePixels(i.targetBitmap.native(), TRUE);
+    failLocks(0, 0);
+    losePixels(i.targetBitmap.native(), true);
     EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, i.targetBitmap), lines[1]);
-    HOST_LosePixels(i.targetBitmap.native(), FALSE);
+    losePixels(i.targetBitmap.native(), false);
 
     EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.targetBitmap), kNotAMask);
 
@@ -285,11 +285,11 @@ TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
             {described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false}, pixels.data());
         expected.src.lock = ctx.src.lock, expected.dst.lock = ctx.dst.lock, expected.maskLock = ctx.maskLock;
         EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), locks);
+        EXPECT_EQ(heldBitMapLocks(), locks);
         for (int twice = 0; twice < 2; ++twice)
             BLT_FreeContext(ctx, image, image, maskImage);
         EXPECT_EQ(ctx.src.lock | ctx.dst.lock | ctx.maskLock, 0U);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks(), 0);
     };
     const Picture mask(kSurfaceMask, pixels.data(), 3, 3, 5), ofBitmap(kBitmapMask, pixels.data(), 3, 3, 5);
     for (const Kind& kind : kSurfaceKinds) {
@@ -334,7 +334,7 @@ TEST(Contract, ThreadsShareASource) {
         EXPECT_EQ(own, pixels[0]);
     EXPECT_NE(pixels[0], before);
     EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
-    EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+    EXPECT_EQ(heldBitMapLocks(), 0);
 }
 
 // Two threads blit four surfaces in graphics-card memory, in which no two sources and no two destinations are
