@@ -10,14 +10,9 @@
 
 static void compareWithModel(long cases, std::string (*blit)(Random&, Arena&)) {
     Arena arena(3, kBlitArea);
-<<<<<<< HEAD
     const std::string wrong = forCases(cases, [&](Random& random) { return blit(random, arena); });
     EXPECT_TRUE(wrong.empty()) << wrong;
     EXPECT_EQ(liveAllocations(), 0);
-=======
-    EXPECT_EQ(forCases(700000, [&](Random& random, long) { return randomBlit(random, arena); }), "");
-    EXPECT_EQ(liveAllocations(), 0);
->>>>>>> main
 }
 
 TEST(Blit, EntryPointsEqualTheModel) {

@@ -11,6 +11,7 @@
 #include <SDL.h>
 
 #include <graphics/gfx.h>
+#include <libraries/Picasso96.h>
 
 #include "blt/blt_framework.h"
 #include "tests/model.h"
