@@ -107,7 +107,7 @@ struct Generic {
 #define GENERIC(function, source, destination, masked)                                                       \
     {                                                                                                        \
 #        function "<" #        source ", " #        destination ">", sizeof(source) == 2,                    \
-            sizeof(destination) == 2, masked, function < source, destination>                                \
+            sizeof(destination) == 2, (masked), function < source, destination>                              \
     }
 constexpr Generic kGenerics[] = {GENERIC(BLT_FallbackBltT, unsigned short, unsigned short, false),
                                  GENERIC(BLT_FallbackBltT, unsigned long, unsigned short, false),
