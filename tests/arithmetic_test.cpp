@@ -34,7 +34,8 @@ struct Pair {
     std::string name() const { return from + "_" + onto + (masked ? "_masked" : ""); }
 };
 #define ROUTE(source, destination, rule) {#source, #destination},
-const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and pairs that have no routine of their own
+// Those with a routine of their own:
+const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and others
                        {"A8R8G8B8", "R8G8B8A8"},
                        {"R8G8B8A8", "R8G8B8"},
                        {"A8R8G8B8", "R5G5B5"},

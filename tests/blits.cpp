@@ -36,7 +36,7 @@ struct Arguments {
                                                                 static_cast<Uint16>(w),
                                                                 static_cast<Uint16>(h)},
           to{static_cast<Sint16>(dx), static_cast<Sint16>(dy), 3, 9} {
-        port.BitMap = c.dst.native();
+        port.BitMap = c.dst.native(), port.Layer = c.layer;
     }
 };
 

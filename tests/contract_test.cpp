@@ -14,7 +14,6 @@
 #include <dlfcn.h>
 
 #include <graphics/layers.h>
-#include <graphics/rastport.h>
 #include <gtest/gtest.h>
 
 #include <ormsel/ormsel.h>
@@ -326,38 +325,35 @@ TEST(Contract, LocksThatWaitStopNobody) {
         }
 }
 
-// Arguments far beyond 16 bits mean what is left of them.
+// Arguments far beyond 16 bits mean what is left of them, in a layer and without one.
 TEST(Contract, RastPortsNarrowAnyRequest) {
     Images i;
     std::array<uint32_t, 64> drawn{};
     std::array<uint32_t, 1024> array{};
+    array.fill(~0U);
     const Picture screen(bitmapKind(RGBFB_A8R8G8B8), reinterpret_cast<uint8_t*>(drawn.data()), 8, 8, 32);
     Layer_Info* const info = NewLayerInfo();
     Layer* const layer = CreateUpfrontLayer(info, screen.native(), 1, 1, 6, 6, LAYERSMART, nullptr);
-    const auto draw = [&](Layer* onto, long sx, long sy, long dx, long dy, unsigned long w, unsigned long h) {
-        RastPort port{};
-        port.BitMap = screen.native(), port.Layer = onto;
-        drawn.fill(0);
-        SDL_BlitAlphaSurfaceRastPort(i.surface.sdl(), sx, sy, &port, dx, dy, w, h, 0);
-        BltAlphaBitMapRastPort(i.bitmap.native(), sx, sy, &port, dx, dy, w, h, 255, 0);
-        return drawn;
-    };
     static constexpr long kLongs[] = {LONG_MIN, LONG_MIN + 2, -3, 3, 0x10003, LONG_MAX - 2, LONG_MAX};
     Random random(1);
-    for (int round = 0; round < 3000; ++round) {
-        std::array<long, 6> r{};
-        for (long& value : r)
-            value = random.of(kLongs);
-        const auto narrow = [&r](size_t n) { return static_cast<short>(r[n]); };
-        const auto size = [&r](size_t n) { return static_cast<unsigned long>(r[n]); };
-        for (Layer* onto : {layer, static_cast<Layer*>(nullptr)})
-            EXPECT_EQ(
-                draw(onto, r[0], r[1], r[2], r[3], size(4), size(5)),
-                draw(onto, narrow(0), narrow(1), narrow(2), narrow(3), size(4) & 0xFFFF, size(5) & 0xFFFF));
-        RastPort port{};
-        port.BitMap = screen.native(), port.Layer = layer;
-        WriteAlphaPixelArray(array.data(), r[0], r[1], 32, &port, r[2], r[3], size(4), size(5), 255,
-                             RGBFB_A8R8G8B8);
+    for (int round = 0; round < 9000; ++round) {
+        model::Blit wide = Images::request(), narrow = wide;
+        for (const auto position :
+             {&model::Blit::srcX, &model::Blit::srcY, &model::Blit::dstX, &model::Blit::dstY})
+            narrow.*position = static_cast<short>(wide.*position = random.of(kLongs));
+        for (const auto size : {&model::Blit::width, &model::Blit::height})
+            narrow.*size = static_cast<unsigned short>(wide.*size = random.of(kLongs));
+        for (const Entry* entry : {&kSurfaceToRastPort, &kBitmapToRastPort, &kArray}) {
+            std::array<std::array<uint32_t, 64>, 2> results{};
+            for (size_t n = 0; n < 2; ++n) {
+                drawn.fill(0);
+                entry->call({n ? narrow : wide, entry->fromSurface ? i.surface : i.bitmap, screen, i.none,
+                             array.data(), 0, round % 2 ? layer : nullptr});
+                results[n] = drawn;
+            }
+            // An array's rows are counted in more than 16 bits.
+            EXPECT_TRUE(results[0] == results[1] || entry == &kArray) << entry->name;
+        }
     }
     DisposeLayerInfo(info);
 }
