@@ -121,7 +121,7 @@ private:
     std::vector<std::array<uint32_t, 3>> triples_;
 };
 
-TEST_P(Arithmetic, EqualsTheModel) {
+TEST_P(Arithmetic, EveryTriple) {
     const Format from = formatOf(GetParam().from), onto = formatOf(GetParam().onto);
     const bool constant = from.bytes != 4 && !GetParam().masked;
     // as many as the widest channel has; R5G6B5 has 64
