@@ -34,7 +34,8 @@ struct Pair {
     std::string name() const { return from + "_" + onto + (masked ? "_masked" : ""); }
 };
 #define ROUTE(source, destination, rule) {#source, #destination},
-const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and pairs that have no routine of their own
+// Those with a routine of their own:
+const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and others
                        {"A8R8G8B8", "R8G8B8A8"},
                        {"R8G8B8A8", "R8G8B8"},
                        {"A8R8G8B8", "R5G5B5"},
@@ -120,7 +121,7 @@ private:
     std::vector<std::array<uint32_t, 3>> triples_;
 };
 
-TEST_P(Arithmetic, EqualsTheModel) {
+TEST_P(Arithmetic, EveryTriple) {
     const Format from = formatOf(GetParam().from), onto = formatOf(GetParam().onto);
     const bool constant = from.bytes != 4 && !GetParam().masked;
     // as many as the widest channel has; R5G6B5 has 64
