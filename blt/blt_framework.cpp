@@ -61,7 +61,7 @@ ptrdiff_t unsignedPitch(int16_t pitch) {
 // Behind the last pixel of the last row: programs make views of larger images, whose last row has no padding
 // of its own. Where rows are shorter than their pixels, the memory ends with the last row.
 const uint8_t* endOf(const uint8_t* pixels, ptrdiff_t pitch, uint32_t bytes, Dims image) {
-    if (!pixels || image.width <= 0 || image.height <= 0)
+    if (!pixels || image.height <= 0)
         return pixels;
     return pixels + pitch * (image.height - 1) +
            std::min(pitch, static_cast<ptrdiff_t>(image.width) * static_cast<ptrdiff_t>(bytes));

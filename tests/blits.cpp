@@ -92,20 +92,17 @@ struct Route {
 constexpr Route kRoutes[] = {ORMSEL_ROUTES(ROUTE)};
 
 struct Generic {
-    const char* name;
     bool narrowSource, narrowDestination, masked;
+    const char* name;
     unsigned long (*run)(const BltContext*, unsigned char alphaFill);
 };
-#define GENERIC(function, source, destination, masked)                                                       \
-    {                                                                                                        \
-#        function "<" #        source ", " #        destination ">", sizeof(source) == 2,                    \
-            sizeof(destination) == 2, (masked), function < source, destination>                              \
-    }
-constexpr Generic kGenerics[] = {GENERIC(BLT_FallbackBltT, unsigned short, unsigned short, false),
-                                 GENERIC(BLT_FallbackBltT, unsigned long, unsigned short, false),
-                                 GENERIC(BLT_FallbackBltT, unsigned long, unsigned long, false),
-                                 GENERIC(BLT_FallbackBltMaskT, unsigned long, unsigned short, true),
-                                 GENERIC(BLT_FallbackBltMaskT, unsigned long, unsigned long, true)};
+#define GENERIC(...) #__VA_ARGS__, __VA_ARGS__
+constexpr Generic kGenerics[] = {
+    {true, true, false, GENERIC(BLT_FallbackBltT<unsigned short, unsigned short>)},
+    {false, true, false, GENERIC(BLT_FallbackBltT<unsigned long, unsigned short>)},
+    {false, false, false, GENERIC(BLT_FallbackBltT<unsigned long, unsigned long>)},
+    {false, true, true, GENERIC(BLT_FallbackBltMaskT<unsigned long, unsigned short>)},
+    {false, false, true, GENERIC(BLT_FallbackBltMaskT<unsigned long, unsigned long>)}};
 
 // --- Random cases -------------------------------------------------------------------------------------
 

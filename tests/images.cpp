@@ -191,7 +191,7 @@ uint32_t Kind::recognised() const {
 }
 
 long memoryOf(const Kind& kind, long width, long height, long pitch) {
-    return width && height ? std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()) : 0;
+    return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
 Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, long pitch, bool onBoard)
