@@ -94,9 +94,14 @@ unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surf
  * coordinates: its byte (srcX, srcY) belongs to the first pixel. A destination alpha channel receives the
  * mask byte.
  *
- * @param mask  8-bit surface; NULL blits without a mask, by the source's own alpha
- * @param alpha constant alpha, 0 to 255
- * @param flags see #ORMSEL_BLIT_COPY (has no effect with a mask)
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination surface
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param mask          8-bit surface; NULL blits without a mask, by the source's own alpha
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         see #ORMSEL_BLIT_COPY (has no effect with a mask)
  * @return 0
  */
 unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, SDL_Surface* dst, long dstX,
@@ -106,6 +111,13 @@ unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, S
 /**
  * Blends a rectangle of a surface onto a bitmap. The constant alpha comes from the source surface, as in
  * SDL_BlitAlphaSurface().
+ *
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY, struct BitMap* dst,
@@ -114,7 +126,14 @@ unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY,
 
 /**
  * Blends a rectangle of a bitmap onto a surface.
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination surface
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long srcY, SDL_Surface* dst,
@@ -123,7 +142,14 @@ unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long src
 
 /**
  * Blends a rectangle of one bitmap onto another.
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
@@ -133,6 +159,15 @@ unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct Bi
 /**
  * Blends a rectangle of one bitmap onto another through an 8-bit mask bitmap; the mask works as in
  * SDL_BlitSurfaceAlphaMask().
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param mask          8-bit bitmap; NULL blits without a mask, by the source's own alpha
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
@@ -152,6 +187,13 @@ unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struc
  * rectangle: each piece may be one column and one row larger than the request where the source is, a negative
  * source position moves a piece's origin, a request whose far edge wraps meets other rectangles than it
  * should, and a raw copy of odd width takes its two words along. It never leaves the bitmaps.
+ *
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return the sum of the pieces' results, 0
  */
 unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long srcY, struct RastPort* rp,
@@ -160,7 +202,14 @@ unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long src
 
 /**
  * Blends a rectangle of a bitmap into a rastport; layers are treated as in SDL_BlitAlphaSurfaceRastPort().
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return the sum of the pieces' results, 0
  */
 unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, struct RastPort* rp, long dstX,
@@ -173,11 +222,15 @@ unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, s
  *
  * The array is taken to have bytesPerRow / 4 pixels in each row, and srcY + height rows.
  *
- * @param array       first pixel of the array; pixels are machine words
- * @param bytesPerRow bytes from one row to the next, up to 65535
- * @param alpha       constant alpha, 0 to 255
- * @param format      RGBFB_A8R8G8B8 (6), RGBFB_A8B8G8R8 (7), RGBFB_R8G8B8A8 (8) or RGBFB_B8G8R8A8 (9);
- *                    any other is refused with a line on the debug output
+ * @param array         first pixel of the array; pixels are machine words
+ * @param srcX, srcY    top-left corner of the rectangle in the array
+ * @param bytesPerRow   bytes from one row to the next, up to 65535
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param format        RGBFB_A8R8G8B8 (6), RGBFB_A8B8G8R8 (7), RGBFB_R8G8B8A8 (8) or RGBFB_B8G8R8A8 (9);
+ *                      any other is refused with a line on the debug output
  * @return the sum of the pieces' results, 0
  */
 unsigned long WriteAlphaPixelArray(void* array, long srcX, long srcY, unsigned long bytesPerRow,
