@@ -223,7 +223,7 @@ unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, s
  * The array is taken to have bytesPerRow / 4 pixels in each row, and srcY + height rows.
  *
  * @param array         first pixel of the array; pixels are machine words
- * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param srcX, srcY    top-left corner of the rectangle in the array
  * @param bytesPerRow   bytes from one row to the next, up to 65535
  * @param rp            destination rastport
  * @param dstX, dstY    where that corner goes in the destination
