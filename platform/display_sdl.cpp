@@ -11,7 +11,6 @@
 #include <utility>
 
 #include <SDL.h>
-
 #include <intuition/intuition.h>
 
 #include "display.h"
