@@ -7,6 +7,7 @@
 #include <atomic>
 
 #include "blt_block.h"
+#include "blt_sdl.h"
 
 namespace ormsel {
 
@@ -30,6 +31,8 @@ struct Kernels {
     Kernel copy;
     // Any pair of depths, with or without a mask; alpha: the constant alpha, 1 to 255.
     Kernel generic;
+    // Blits by SDL's own rules.
+    SdlKernel sdl;
 };
 
 extern const Kernels kScalarKernels;

@@ -195,6 +195,7 @@ const Kernels kScalarKernels = {
     {everyRow<mixRowToRgb16<Rgb24>>, everyRow<mixRowToRgb16<Bgr24>>},
     copyRows,
     generic,
+    sdlScalarKernel,
 };
 
 } // namespace ormsel

@@ -15,6 +15,7 @@
 
 #        include "blt_generic_rows-inl.h"
 #        include "blt_rows-inl.h"
+#        include "blt_sdl-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -39,6 +40,7 @@ const Kernels kKernels = {
     {mixRgb24ToRgb16<Rgb24>, mixRgb24ToRgb16<Bgr24>},
     copyRows,
     genericKernel,
+    sdlKernel,
 };
 
 #        undef ORMSEL_TARGET_NAME

@@ -103,6 +103,8 @@ Choice choose(const SDL_Surface& src, const SDL_Surface& dst) {
             c.spare = Spare::kOnes;
             c.noteBorrow = false;
         } else if (!c.keyed && sameWords && from.BytesPerPixel == 2) {
+            if (from.alpha == 128 && to.Gmask == 0x03E0)
+                return {}; // mixes the spare bit with the channel below it
             c.rule = Rule::kFiveBits;
             c.spare = Spare::kZero;
         } else {
@@ -133,12 +135,8 @@ uint32_t pixel(const Choice& c, const SDL_PixelFormat& from, const SDL_PixelForm
         return d;
 
     uint32_t result = 0;
-    uint32_t fromMasks[] = {from.Rmask, from.Gmask, from.Bmask};
-    uint32_t toMasks[] = {to.Rmask, to.Gmask, to.Bmask};
-    if (inFive && !c.perPixel && alpha == 128) // SDL halves the spare bit with the channel below it
-        for (int i = 0; i < 3; ++i)
-            if (toMasks[i] == 0x7C00)
-                fromMasks[i] = toMasks[i] = 0xFC00;
+    const uint32_t fromMasks[] = {from.Rmask, from.Gmask, from.Bmask};
+    const uint32_t toMasks[] = {to.Rmask, to.Gmask, to.Bmask};
     for (int i = 0; i < 3; ++i) {
         const uint32_t s8 = channel(s, fromMasks[i]) << lossOf(fromMasks[i]);
         const uint32_t d8 = channel(d, toMasks[i]) << lossOf(toMasks[i]);
