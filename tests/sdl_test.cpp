@@ -34,7 +34,7 @@ const SdlKind kSdlKinds[] = {
     {16, 0x1F, 0x07E0, 0xF800, 0},              {15, 0x7C00, 0x03E0, 0x1F, 0},
     {15, 0x1F, 0x03E0, 0x7C00, 0},              {16, 0x7C00, 0x03E0, 0x1F, 0},
     {16, 0x7C00, 0x03E0, 0x1F, 0x8000},         {16, 0x0F00, 0xF0, 0x0F, 0xF000},
-    {32, 0x3FF00000, 0xFFC00, 0x3FF, 0},        {8, 0, 0, 0, 0},
+    {8, 0, 0, 0, 0},
 };
 
 struct FreeSurface {
@@ -94,21 +94,27 @@ std::string wrongPair(const SdlKind& from, const SdlKind& to, bool perPixel, boo
     return {};
 }
 
-TEST(SdlRules, EveryTripleOfEveryRule) {
-    // One of each layout, and of each order as seen from the source.
-    const size_t sources[] = {0, 1, 2, 6, 9, 10, 13, 15}, targets[] = {0, 1, 3, 6, 7, 10, 12, 13, 14, 15, 18};
-    for (const size_t from : sources)
-        for (const size_t to : targets)
-            for (uint32_t alpha = 0; alpha < 256; alpha += stride()) {
-                const SdlKind &s = kSdlKinds[from], &d = kSdlKinds[to];
-                if (s.a) {
-                    ASSERT_EQ(wrongPair(s, d, true, false, false, alpha), "");
-                    ASSERT_EQ(wrongPair(s, d, true, false, true, alpha), "");
-                } else {
-                    ASSERT_EQ(wrongPair(s, d, false, false, false, alpha), "");
-                    ASSERT_EQ(wrongPair(s, d, false, true, false, alpha), "");
-                }
-            }
+// Both ways that a pair of kinds can be blended, at the weights from 0 on in steps.
+void expectTriples(const SdlKind& from, const SdlKind& to, uint32_t step) {
+    for (uint32_t alpha = 0; alpha < 256; alpha += step) {
+        ASSERT_EQ(wrongPair(from, to, from.a, false, false, alpha), "");
+        ASSERT_EQ(wrongPair(from, to, from.a, !from.a, from.a, alpha), "");
+    }
+}
+
+TEST(SdlRules, EveryTriple) {
+    // Every rule onto every layout that it has.
+    const size_t pairs[][2] = {{0, 6}, {0, 1}, {0, 10}, {0, 13}, {1, 13}, {0, 15}, {0, 14}, {0, 18}, {6, 0},
+                               {6, 7}, {6, 10}, {6, 13}, {6, 15}, {13, 13}, {15, 15}, {13, 6}, {10, 11}};
+    for (const auto& [from, to] : pairs)
+        expectTriples(kSdlKinds[from], kSdlKinds[to], stride());
+}
+
+TEST(SdlRules, EveryPairOfLayoutsAndOrders) {
+    for (const SdlKind& from : kSdlKinds)
+        for (const SdlKind& to : kSdlKinds)
+            if (from.bits > 8 && to.bits > 8)
+                expectTriples(from, to, 85);
 }
 
 // --- Random surfaces ----------------------------------------------------------------------------------
@@ -139,6 +145,8 @@ public:
           clipped_(random.oneIn(3)), clip_(randomRect(random, 60, 5)), hasSrcRect_(!random.oneIn(3)),
           hasDstRect_(!random.oneIn(4)), one_(random.oneIn(30)), view_(random.oneIn(30)), srcRect_(randomRect(random, 60, 4)),
           dstRect_(randomRect(random, 60, 5)) {
+        if (one_ || view_) // encoding takes a surface's pixels away, and SDL doesn't look
+            request_ = 0;
         srcBytes_.resize(static_cast<size_t>(width_ * height_ * 4 + 8));
         random.fill(srcBytes_.data(), static_cast<long>(srcBytes_.size()));
         dstBytes_.resize(static_cast<size_t>(dstWidth_ * dstHeight_ * 4 + 8));
