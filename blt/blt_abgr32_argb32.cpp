@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_family.h"
-#include "blt_routines.h"
 
-unsigned long BLT_A8B8G8R8_A8R8G8B8(const BltContext* ctx) {
-    return ormsel::blendAlphaToArgb32(*ctx, ormsel::kAbgr32);
-}
+ORMSEL_ROUTINE(A8B8G8R8, A8R8G8B8)

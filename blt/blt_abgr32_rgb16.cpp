@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_family.h"
-#include "blt_routines.h"
 
-unsigned long BLT_A8B8G8R8_R5G6B5(const BltContext* ctx) {
-    return ormsel::blendAlphaToRgb16(*ctx, ormsel::kAbgr32);
-}
+ORMSEL_ROUTINE(A8B8G8R8, R5G6B5)

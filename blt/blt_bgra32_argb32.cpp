@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_family.h"
-#include "blt_routines.h"
 
-unsigned long BLT_B8G8R8A8_A8R8G8B8(const BltContext* ctx) {
-    return ormsel::blendAlphaToArgb32(*ctx, ormsel::kBgra32);
-}
+ORMSEL_ROUTINE(B8G8R8A8, A8R8G8B8)

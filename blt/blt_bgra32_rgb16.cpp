@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_family.h"
-#include "blt_routines.h"
 
-unsigned long BLT_B8G8R8A8_R5G6B5(const BltContext* ctx) {
-    return ormsel::blendAlphaToRgb16(*ctx, ormsel::kBgra32);
-}
+ORMSEL_ROUTINE(B8G8R8A8, R5G6B5)

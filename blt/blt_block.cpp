@@ -80,7 +80,13 @@ public:
             std::memcpy(bytes_, home, inside_);
     }
     uint8_t* bytes() { return bytes_; }
-    void writeBack(uint8_t* home) const { std::memcpy(home, bytes_, inside_); }
+
+    // Only what changed: a pixel that the kernel skipped may lie in memory that must not be written.
+    void writeBack(uint8_t* home) const {
+        for (size_t i = 0; i < inside_; ++i)
+            if (bytes_[i] != home[i])
+                home[i] = bytes_[i];
+    }
 
 private:
     size_t inside_;
@@ -90,9 +96,10 @@ private:
 class PieceRunner {
 public:
     PieceRunner(const Block& block, Kernel kernel)
-        : block_(block), kernel_(kernel), src_(block.src, block.srcPitch, block.srcBytes, block.ends->src),
-          dst_(block.dst, block.dstPitch, block.dstBytes, block.ends->dst, block.dstBytes == 3),
-          mask_(block.mask, block.maskPitch, 1, block.ends->mask) {}
+        : block_(block), kernel_(kernel),
+          src_(block.src, block.srcPitch, block.srcBytes, block.bounds->srcEnd),
+          dst_(block.dst, block.dstPitch, block.dstBytes, block.bounds->dstEnd, block.dstBytes == 3),
+          mask_(block.mask, block.maskPitch, 1, block.bounds->maskEnd) {}
 
     void run() const {
         size_t row = std::min(src_.wholeRows(block_.width, block_.height),
@@ -109,8 +116,11 @@ private:
     bool drawsIn(size_t row) const { return dst_.left(row, 0) && (!block_.mask || mask_.left(row, 0)); }
 
     void runEdgeRow(size_t row) const {
-        const size_t width = block_.width, inUnits = width - width % block_.unit;
-        size_t column = std::min(src_.wholePixels(row, width), dst_.wholePixels(row, width));
+        const size_t whole =
+            std::min(src_.wholePixels(row, block_.width), dst_.wholePixels(row, block_.width));
+        const size_t width = std::max(block_.width - block_.optional, whole);
+        const size_t inUnits = width - width % block_.unit;
+        size_t column = whole;
         if (block_.mask)
             column = std::min(column, mask_.wholePixels(row, width));
         if (column < inUnits)
@@ -158,11 +168,6 @@ private:
     Side src_, dst_, mask_;
 };
 
-// The pitch as the image means it: a surface's has 16 bits without a sign, and a bitmap's is stored so.
-ptrdiff_t unsignedPitch(int16_t pitch) {
-    return static_cast<uint16_t>(pitch);
-}
-
 } // namespace
 
 void runInside(const Block& block, Kernel kernel) {
@@ -170,14 +175,3 @@ void runInside(const Block& block, Kernel kernel) {
 }
 
 } // namespace ormsel
-
-using namespace ormsel;
-
-BltBoundedContext::BltBoundedContext(const BltContext& bare, long srcRows, long dstRows, long maskRows)
-    : ctx(bare), srcPitch(unsignedPitch(bare.src.pitch)), dstPitch(unsignedPitch(bare.dst.pitch)),
-      maskPitch(unsignedPitch(bare.maskPitch)), ends{bare.src.pixels + srcPitch * srcRows,
-                                                     bare.dst.pixels + dstPitch * dstRows,
-                                                     bare.maskPixels ? bare.maskPixels + maskPitch * maskRows
-                                                                     : nullptr} {
-    ctx.size = sizeof *this;
-}

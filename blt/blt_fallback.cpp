@@ -1,117 +1,116 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_fallback.h"
 
+#include "blt_kernels.h"
 #include "blt_routines.h"
 
 namespace ormsel {
 
-void runGeneric(const BltContext& ctx, uint32_t alphaFill) {
-    if (ctx.alpha == 0 || isEmpty(ctx))
-        return;
-    Block block = blockOf(ctx, ctx.src.bytesPerPixel, ctx.dst.bytesPerPixel, 1);
-    block.alphaFill = alphaFill;
-    run(block, kernelsFor(block).generic);
+unsigned long drawGeneric(const BltContext& ctx, const Bounds* bounds, bool shortSource,
+                          bool shortDestination, unsigned char alphaFill, bool masked) {
+    // A source without an alpha channel has alpha 0 everywhere unless it is filled: nothing to draw.
+    const bool hidden = !masked && alphaFill == 0 && ctx.src.aMask == 0;
+    if (ctx.alpha == 0 || isEmpty(ctx) || hidden)
+        return 0;
+    Block block = blockOf(ctx, bounds, shortSource ? 2 : ctx.src.bytesPerPixel,
+                          shortDestination ? 2 : ctx.dst.bytesPerPixel, 1);
+    if (masked)
+        addMask(block, ctx);
+    else
+        block.alphaFill = alphaFill;
+    const Kernel kernel = kernelsFor(block).generic(block);
+    bounds ? runInside(block, kernel) : kernel(block);
+    return 0;
+}
+
+unsigned long drawInside(const GenericRoute& route, const BltContext& ctx, const Bounds& bounds,
+                         bool masked) {
+    unsigned long result = 0;
+    for (const unsigned char alphaFill : route.fills())
+        result = drawGeneric(ctx, &bounds, route.shortSource, route.shortDestination, alphaFill, masked);
+    return result;
 }
 
 } // namespace ormsel
 
+using namespace ormsel;
+
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltT(const BltContext* ctx, unsigned char alphaFill) {
-    // A source without an alpha channel has alpha 0 everywhere unless it is filled: nothing to draw.
-    if (alphaFill != 0 || ctx->src.aMask != 0)
-        ormsel::runGeneric(*ctx, alphaFill);
-    return 0;
+    return drawGeneric(*ctx, nullptr, kIsShort<SrcPixel>, kIsShort<DstPixel>, alphaFill, false);
 }
 
 namespace {
 
+using Short = unsigned short;
+using Long = unsigned long;
+
+constexpr GenericRoute kNone = {};
+
 // Sources without alpha of their own count as opaque.
 template <class SrcPixel, class DstPixel>
-unsigned long opaque(const BltContext* ctx) {
-    return BLT_FallbackBltT<SrcPixel, DstPixel>(ctx, 255);
-}
+constexpr GenericRoute kOpaque = {
+    BLT_FallbackBltT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {255}, 1};
 
 template <class SrcPixel, class DstPixel>
-unsigned long byOwnAlpha(const BltContext* ctx) {
-    return BLT_FallbackBltT<SrcPixel, DstPixel>(ctx, 0);
-}
+constexpr GenericRoute kByOwnAlpha = {
+    BLT_FallbackBltT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {0}, 1};
 
 // 24-bit onto a 16-bit destination other than R5G6B5 runs on into the 32-bit case. Programs see that only
 // where a 24-bit surface has an alpha mask.
-unsigned long opaqueAndThenByOwnAlpha(const BltContext* ctx) {
-    opaque<uint32_t, uint16_t>(ctx);
-    return byOwnAlpha<uint32_t, uint16_t>(ctx);
-}
+template <class SrcPixel, class DstPixel>
+constexpr GenericRoute kOpaqueThenByOwnAlpha = {
+    BLT_FallbackBltT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {255, 0}, 2};
 
-constexpr ormsel::DepthTable kByDepths = {{
-    {opaque<uint16_t, uint16_t>, opaque<uint16_t, uint32_t>, opaque<uint16_t, uint32_t>},
-    {opaqueAndThenByOwnAlpha, nullptr, opaque<uint32_t, uint32_t>},
-    {byOwnAlpha<uint32_t, uint16_t>, byOwnAlpha<uint32_t, uint32_t>, byOwnAlpha<uint32_t, uint32_t>},
-}};
+constexpr GenericRoutes kRoutesByDepth = {
+    {kOpaque<Short, Short>, kOpaque<Short, Long>, kOpaque<Short, Long>, kNone},
+    {kOpaqueThenByOwnAlpha<Long, Short>, kNone, kOpaque<Long, Long>, kNone},
+    {kByOwnAlpha<Long, Short>, kByOwnAlpha<Long, Long>, kByOwnAlpha<Long, Long>, kNone},
+    {kNone, kNone, kNone, kNone},
+};
 
 // Onto R5G6B5 the source's depth alone decides, and 24 bits run once.
-unsigned long ontoRgb16(const BltContext* ctx) {
-    switch (ctx->srcBpp) {
-    case 16:
-        return opaque<uint16_t, uint16_t>(ctx);
-    case 24:
-        return opaque<uint32_t, uint16_t>(ctx);
-    case 32:
-        return byOwnAlpha<uint32_t, uint16_t>(ctx);
-    default:
-        return 0;
-    }
+constexpr GenericRoute kRoutesOntoR5G6B5[4] = {kOpaque<Short, Short>, kOpaque<Long, Short>,
+                                               kByOwnAlpha<Long, Short>, kNone};
+
+const GenericRoute& genericRoute(const BltContext& ctx) {
+    return ctx.dst.format == R5G6B5::kFormat.code
+               ? kRoutesOntoR5G6B5[depthIndex(ctx.srcBpp)]
+               : kRoutesByDepth[depthIndex(ctx.srcBpp)][depthIndex(ctx.dstBpp)];
 }
 
-BltRoutine specialisedForArgb32(uint32_t srcFormat) {
-    switch (srcFormat) {
-    case RGBFB_A8R8G8B8:
-        return BLT_A8R8G8B8_A8R8G8B8;
-    case RGBFB_A8B8G8R8:
-        return BLT_A8B8G8R8_A8R8G8B8;
-    case RGBFB_R8G8B8A8:
-        return BLT_R8G8B8A8_A8R8G8B8;
-    case RGBFB_B8G8R8A8:
-        return BLT_B8G8R8A8_A8R8G8B8;
-    default:
-        return nullptr;
-    }
-}
-
-BltRoutine specialisedForRgb16(uint32_t srcFormat) {
-    switch (srcFormat) {
-    case RGBFB_R8G8B8:
-        return BLT_R8G8B8_R5G6B5;
-    case RGBFB_B8G8R8:
-        return BLT_B8G8R8_R5G6B5;
-    case RGBFB_A8R8G8B8:
-        return BLT_A8R8G8B8_R5G6B5;
-    case RGBFB_A8B8G8R8:
-        return BLT_A8B8G8R8_R5G6B5;
-    case RGBFB_R8G8B8A8:
-        return BLT_R8G8B8A8_R5G6B5;
-    case RGBFB_B8G8R8A8:
-        return BLT_B8G8R8A8_R5G6B5;
-    case RGBFB_R5G6B5:
-        return BLT_R5G6B5_R5G6B5;
-    default:
-        return nullptr;
-    }
+constexpr uint64_t pairOf(uint32_t src, uint32_t dst) {
+    return uint64_t{src} << 32 | dst;
 }
 
 } // namespace
 
 unsigned long BLT_FallbackBltContext(const BltContext* ctx) {
-    BltRoutine specialised = nullptr;
-    if (ctx->dst.format == RGBFB_A8R8G8B8)
-        specialised = specialisedForArgb32(ctx->src.format);
-    else if (ctx->dst.format == RGBFB_R5G6B5)
-        specialised = specialisedForRgb16(ctx->src.format);
-    if (specialised)
-        return specialised(ctx);
-    return ctx->dst.format == RGBFB_R5G6B5 ? ontoRgb16(ctx) : kByDepths.run(ctx);
+    switch (pairOf(ctx->src.format, ctx->dst.format)) {
+#define ROUTE(Src, Dst, Rule)                                                                                \
+    case pairOf(Src::kFormat.code, Dst::kFormat.code):                                                       \
+        return BLT_##Src##_##Dst(ctx);
+        ORMSEL_ROUTES(ROUTE)
+#undef ROUTE
+    }
+    const GenericRoute& route = genericRoute(*ctx);
+    unsigned long result = 0;
+    for (const unsigned char alphaFill : route.fills())
+        result = route.routine(ctx, alphaFill);
+    return result;
 }
 
-template unsigned long BLT_FallbackBltT<uint16_t, uint16_t>(const BltContext*, unsigned char);
-template unsigned long BLT_FallbackBltT<uint32_t, uint16_t>(const BltContext*, unsigned char);
-template unsigned long BLT_FallbackBltT<uint32_t, uint32_t>(const BltContext*, unsigned char);
+unsigned long ormsel::dispatchInside(const BltContext& ctx, const Bounds& bounds) {
+    switch (pairOf(ctx.src.format, ctx.dst.format)) {
+#define ROUTE(Src, Dst, Rule)                                                                                \
+    case pairOf(Src::kFormat.code, Dst::kFormat.code):                                                       \
+        return runRoute<Src, Dst>(ctx, &bounds);
+        ORMSEL_ROUTES(ROUTE)
+#undef ROUTE
+    }
+    return drawInside(genericRoute(ctx), ctx, bounds, false);
+}
+
+template unsigned long BLT_FallbackBltT<Short, Short>(const BltContext*, unsigned char);
+template unsigned long BLT_FallbackBltT<Long, Short>(const BltContext*, unsigned char);
+template unsigned long BLT_FallbackBltT<Long, Long>(const BltContext*, unsigned char);

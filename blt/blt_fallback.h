@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Zlib
 //
-// The generic routines and the choice of one by depths.
+// The generic routines, and the choice of one by depths.
 #pragma once
 
 #include <cstdint>
+#include <span>
 
-#include "blt_kernels.h"
+#include "blt_framework.h"
 
 // Any format onto any other, by channel masks, shifts and losses. SrcPixel and DstPixel are the words in
-// which a pixel is loaded and stored; a 24-bit side uses the 32-bit word. alphaFill is ORed into every source
-// alpha: 255 makes a source without alpha count as opaque, 0 leaves its own alpha in force.
+// which a pixel is loaded and stored: `unsigned short` for 16 bits, `unsigned long` for 24 and 32. alphaFill
+// is ORed into every source alpha: 255 makes a source without alpha count as opaque, 0 leaves its own alpha
+// in force.
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltT(const BltContext* ctx, unsigned char alphaFill);
 
@@ -19,24 +21,37 @@ unsigned long BLT_FallbackBltMaskT(const BltContext* ctx, unsigned char alphaFil
 
 namespace ormsel {
 
-// Routines by depth of source and destination; nullptr where nothing serves the pair.
-struct DepthTable {
-    BltRoutine routines[3][3]; // [source][destination] of 16, 24 and 32 bits
+struct Bounds; // see blt_block.h
 
-    // Runs the routine for a context's depths; 0 where there is none.
-    unsigned long run(const BltContext* ctx) const {
-        const unsigned s = index(ctx->srcBpp), d = index(ctx->dstBpp);
-        const BltRoutine routine = s < 3 && d < 3 ? routines[s][d] : nullptr;
-        return routine ? routine(ctx) : 0;
-    }
+// What the dispatchers do for a context whose routine could leave the images.
+unsigned long dispatchInside(const BltContext& ctx, const Bounds& bounds);
+unsigned long dispatchMaskInside(const BltContext& ctx, const Bounds& bounds);
 
-private:
-    static constexpr unsigned index(unsigned bpp) {
-        return bpp == 16 ? 0 : bpp == 24 ? 1 : bpp == 32 ? 2 : 3;
-    }
+// What serves a pair of depths: a generic routine, which is run once for each alphaFill.
+struct GenericRoute {
+    unsigned long (*routine)(const BltContext*, unsigned char alphaFill);
+    bool shortSource, shortDestination; // pixels are loaded in words of 16 bits
+    unsigned char alphaFill[2];
+    int passes; // 0: nothing serves the pair
+
+    std::span<const unsigned char> fills() const { return {alphaFill, static_cast<size_t>(passes)}; }
 };
 
-// Runs the generic kernel over a whole context. alphaFill as in BLT_FallbackBltT.
-void runGeneric(const BltContext& ctx, uint32_t alphaFill);
+// [source][destination] of 16, 24, 32 and any other number of bits.
+using GenericRoutes = GenericRoute[4][4];
+
+constexpr size_t depthIndex(uint16_t bpp) {
+    return bpp == 16 ? 0 : bpp == 24 ? 1 : bpp == 32 ? 2 : 3;
+}
+
+// Draws a context by the generic rule, with or without its mask. Short: see GenericRoute.
+unsigned long drawGeneric(const BltContext& ctx, const Bounds* bounds, bool shortSource,
+                          bool shortDestination, unsigned char alphaFill, bool masked);
+
+// All passes of a route, inside the images.
+unsigned long drawInside(const GenericRoute& route, const BltContext& ctx, const Bounds& bounds, bool masked);
+
+template <class Pixel>
+inline constexpr bool kIsShort = sizeof(Pixel) == sizeof(unsigned short);
 
 } // namespace ormsel

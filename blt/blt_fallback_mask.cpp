@@ -1,39 +1,54 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_fallback.h"
 
-#include "blt_routines.h"
+using namespace ormsel;
 
 template <class SrcPixel, class DstPixel>
-unsigned long BLT_FallbackBltMaskT(const BltContext* ctx, unsigned char) {
-    ormsel::runGeneric(*ctx, 0);
-    return 0;
+unsigned long BLT_FallbackBltMaskT(const BltContext* ctx, unsigned char alphaFill) {
+    return drawGeneric(*ctx, nullptr, kIsShort<SrcPixel>, kIsShort<DstPixel>, alphaFill, true);
 }
 
 namespace {
 
+using Short = unsigned short;
+using Long = unsigned long;
+
+constexpr GenericRoute kNone = {};
+
 template <class SrcPixel, class DstPixel>
-unsigned long masked(const BltContext* ctx) {
-    return BLT_FallbackBltMaskT<SrcPixel, DstPixel>(ctx, 0);
-}
+constexpr GenericRoute kOnce = {
+    BLT_FallbackBltMaskT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {255}, 1};
 
 // 24-bit onto 16-bit runs on into the 32-bit case, so that partly masked pixels are blended twice. Programs
 // rely on it.
-unsigned long maskedTwice(const BltContext* ctx) {
-    masked<uint32_t, uint16_t>(ctx);
-    return masked<uint32_t, uint16_t>(ctx);
-}
+template <class SrcPixel, class DstPixel>
+constexpr GenericRoute kTwice = {
+    BLT_FallbackBltMaskT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {255, 0}, 2};
 
-constexpr ormsel::DepthTable kByDepths = {{
-    {masked<uint16_t, uint16_t>, masked<uint16_t, uint32_t>, masked<uint16_t, uint32_t>},
-    {maskedTwice, nullptr, masked<uint32_t, uint32_t>},
-    {masked<uint32_t, uint16_t>, masked<uint32_t, uint32_t>, masked<uint32_t, uint32_t>},
-}};
+constexpr GenericRoutes kRoutesByDepth = {
+    {kOnce<Short, Short>, kOnce<Short, Long>, kOnce<Short, Long>, kNone},
+    {kTwice<Long, Short>, kNone, kOnce<Long, Long>, kNone},
+    {kOnce<Long, Short>, kOnce<Long, Long>, kOnce<Long, Long>, kNone},
+    {kNone, kNone, kNone, kNone},
+};
+
+const GenericRoute& genericRoute(const BltContext& ctx) {
+    return kRoutesByDepth[depthIndex(ctx.srcBpp)][depthIndex(ctx.dstBpp)];
+}
 
 } // namespace
 
 unsigned long BLT_FallbackBltMaskContext(const BltContext* ctx) {
-    return kByDepths.run(ctx);
+    const GenericRoute& route = genericRoute(*ctx);
+    unsigned long result = 0;
+    for (const unsigned char alphaFill : route.fills())
+        result = route.routine(ctx, alphaFill);
+    return result;
 }
 
-template unsigned long BLT_FallbackBltMaskT<uint32_t, uint16_t>(const BltContext*, unsigned char);
-template unsigned long BLT_FallbackBltMaskT<uint32_t, uint32_t>(const BltContext*, unsigned char);
+unsigned long ormsel::dispatchMaskInside(const BltContext& ctx, const Bounds& bounds) {
+    return drawInside(genericRoute(ctx), ctx, bounds, true);
+}
+
+template unsigned long BLT_FallbackBltMaskT<Long, Short>(const BltContext*, unsigned char);
+template unsigned long BLT_FallbackBltMaskT<Long, Long>(const BltContext*, unsigned char);

@@ -1,98 +1,103 @@
 // SPDX-License-Identifier: Zlib
 //
-// What the families of routines for pairs of formats share: the choice by constant alpha and flags, the row
-// copy and the raw copies. A family's file names its formats; everything else is here, once.
+// What the routines of all routes share: the choice by constant alpha and flags, the row copy and the raw
+// copies. A family's file names its formats; everything else is here, once.
 #pragma once
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include <proto/exec.h>
 
-#include <ormsel/ormsel.h>
-
-#include "blt_arith.h"
 #include "blt_kernels.h"
-#include "blt_layouts.h"
+#include "blt_routines.h"
+#include "blt_rules.h"
 
 namespace ormsel {
 
-// A buffer of main memory for old destination pixels.
+// --- The row copy -------------------------------------------------------------------------------------
+
+// A buffer of main memory for a row of old destination pixels.
 class RowCopy {
 public:
-    explicit RowCopy(size_t bytes) : bytes_(static_cast<uint8_t*>(AllocVec(static_cast<uint32>(bytes), 0))) {}
+    // 0 bytes: none is needed.
+    explicit RowCopy(size_t bytes)
+        : bytes_(bytes ? static_cast<uint8_t*>(AllocVec(static_cast<uint32>(bytes), 0)) : nullptr),
+          isMissing_(bytes && !bytes_) {}
     ~RowCopy() { FreeVec(bytes_); }
     RowCopy(const RowCopy&) = delete;
     RowCopy& operator=(const RowCopy&) = delete;
 
-    uint8_t* bytes() const { return bytes_; }
+    bool isThere() const { return bytes_ != nullptr; }
+    bool isMissing() const { return isMissing_; }
+
+    // Fills the buffer with the pixels of the block's first row, and has old pixels read there. Bytes that
+    // the image doesn't have count as 0.
+    void take(Block& row) const {
+        const size_t bytes = row.width * row.dstBytes;
+        size_t inside = bytes;
+        if (row.bounds)
+            inside =
+                std::min(bytes, static_cast<size_t>(std::max<ptrdiff_t>(row.bounds->dstEnd - row.dst, 0)));
+        std::memcpy(bytes_, row.dst, inside);
+        std::memset(bytes_ + inside, 0, bytes - inside);
+        row.old = bytes_;
+    }
 
 private:
     uint8_t* bytes_;
+    bool isMissing_;
 };
 
-// Copies a row's pixels; bytes that the image doesn't have count as 0.
-inline void copyOldPixels(uint8_t* to, const Block& row) {
-    const size_t bytes = row.width * row.dstBytes;
-    size_t inside = bytes;
-    if (row.ends)
-        inside = std::min(bytes, static_cast<size_t>(std::max<ptrdiff_t>(row.ends->dst - row.dst, 0)));
-    std::memcpy(to, row.dst, inside);
-    std::memset(to + inside, 0, bytes - inside);
-}
-
-// Runs a kernel that takes old destination pixels from a row copy: each row is first fetched into main memory
-// as a whole, because reading single pixels back from a graphics card is slow. Draws nothing when the buffer
-// can't be allocated. Only the row's own pixels are copied; no kernel looks at more.
+// What a rule draws of a context, in pieces: the whole rectangle; or, where old pixels come from a row copy,
+// one row after the other. Reading single pixels back from a graphics card is slow, so that its rows are
+// fetched as a whole.
 //
 // A destination in main memory is read where it is, with the same result: a kernel reads an old pixel before
-// it stores that pixel, and stores none twice in a row. The buffer decides all the same whether anything is
-// drawn.
-inline void runWithRowCopy(const BltContext& ctx, Block row, Kernel kernel, size_t bufferBytes) {
-    const RowCopy copy(bufferBytes);
-    if (!copy.bytes())
-        return;
-    if (!ctx.dst.onBoard) {
-        run(row, kernel);
-        return;
+// it stores that pixel, and stores none twice in a row. The buffer is allocated all the same: whether that
+// succeeds decides whether anything is drawn.
+template <class Rule>
+class Pieces {
+public:
+    Pieces(const BltContext& ctx, const Bounds* bounds)
+        : block_(blockOf(ctx, bounds, Rule::Source::kBytes, Rule::Destination::kBytes, Rule::kUnit)),
+          kernel_(kernelsFor(block_).routes[kIndex](block_)),
+          copy_(Rule::rowCopyBytes(block_.width, Rule::fades(ctx.alpha), ctx.dst.onBoard != 0)),
+          byRow_(ctx.dst.onBoard && copy_.isThere()), left_(copy_.isMissing() ? 0
+                                                            : byRow_          ? block_.height
+                                                                              : 1) {
+        if (byRow_)
+            block_.height = 1;
     }
-    row.old = copy.bytes();
-    for (size_t rows = std::exchange(row.height, 1); rows; --rows) {
-        copyOldPixels(copy.bytes(), row);
-        run(row, kernel);
-        row.src += row.srcPitch;
-        row.dst += row.dstPitch;
+
+    Kernel kernel() const { return kernel_; }
+
+    // The next piece, or nullptr behind the last one.
+    const Block* next() {
+        if (left_ == 0)
+            return nullptr;
+        --left_;
+        if (byRow_) {
+            if (block_.old != block_.dst) { // a row was drawn before
+                block_.src += block_.srcPitch;
+                block_.dst += block_.dstPitch;
+            }
+            copy_.take(block_);
+        }
+        return &block_;
     }
-}
 
-// A 32-bit source with alpha onto R5G6B5. A destination in graphics-card memory is read through a row copy.
-inline unsigned long blendAlphaToRgb16(const BltContext& ctx, Source32 source) {
-    if (ctx.alpha >> 3 == 0 || isEmpty(ctx))
-        return 0;
-    Block block = blockOf(ctx, 4, 2, 4);
-    block.alpha = rgb16AlphaFactor(ctx.alpha);
-    const Kernel kernel = kernelsFor(block).alphaToRgb16[source];
-    if (ctx.dst.onBoard)
-        runWithRowCopy(ctx, block, kernel, block.width * 4 + 8);
-    else
-        run(block, kernel);
-    return 0;
-}
+private:
+    static constexpr size_t kIndex = kRouteIndex<typename Rule::Source, typename Rule::Destination>;
 
-// A 24-bit source onto R5G6B5.
-inline unsigned long blendRgb24ToRgb16(const BltContext& ctx, Source24 source) {
-    if (ctx.alpha >> 3 == 0 || isEmpty(ctx))
-        return 0;
-    Block block = blockOf(ctx, 3, 2, 2);
-    block.alpha = ctx.alpha >> 3;
-    const Kernels& kernels = kernelsFor(block);
-    if (block.alpha == 31)
-        run(block, kernels.convertToRgb16[source]);
-    else
-        runWithRowCopy(ctx, block, kernels.mixToRgb16[source], block.width * 2 + 8);
-    return 0;
-}
+    Block block_;
+    Kernel kernel_;
+    RowCopy copy_;
+    bool byRow_;
+    size_t left_;
+};
+
+// --- Raw copies ---------------------------------------------------------------------------------------
 
 // Copies the rows of a block in units of 64 bits, each read whole before it is stored, and single pixels
 // behind them.
@@ -104,42 +109,55 @@ void copyRowsInUnits(const Block& b) {
     for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch) {
         size_t i = 0;
         for (; i + 8 <= rowBytes; i += 8)
-            store64(dst + i, load64(src + i));
-        for (; i < rowBytes; i += PixelBytes) {
-            uint8_t pixel[PixelBytes];
-            std::memcpy(pixel, src + i, PixelBytes);
-            std::memcpy(dst + i, pixel, PixelBytes);
-        }
+            storeWord(dst + i, loadWord<uint64_t>(src + i));
+        for (; i < rowBytes; i += PixelBytes)
+            storePixel<PixelBytes>(dst + i, loadPixel<PixelBytes>(src + i));
     }
 }
 
 template <size_t PixelBytes>
 void copyBlock(const Block& block) {
-    run(block, orderIsFree(block) ? kernelsInUse().copy : copyRowsInUnits<PixelBytes>);
+    const Kernel kernel = orderIsFree(block) ? kernelsInUse().copy : copyRowsInUnits<PixelBytes>;
+    block.bounds ? runInside(block, kernel) : kernel(block);
 }
 
 // Copies a rectangle word by word, whatever the words mean, in units of two words and then one more word
-// where the width is odd: an odd width takes the two words to the right of each row with it.
+// where the width is odd: an odd width takes the two words to the right of each row with it, where both
+// images have them.
 //
 // Each file that includes this has a copy of its own.
-static inline unsigned long CPY_32to32(const BltContext* ctx) {
+[[maybe_unused]] static inline unsigned long CPY_32to32(const BltContext* ctx,
+                                                        const Bounds* bounds = nullptr) {
     if (isEmpty(*ctx))
         return 0;
-    Block block = blockOf(*ctx, 4, 4, 2);
-    block.width += block.width % 2 * 2;
+    Block block = blockOf(*ctx, bounds, 4, 4, 2);
+    block.optional = block.width % 2 * 2;
+    block.width += block.optional;
     copyBlock<4>(block);
     return 0;
 }
 
-// A 32-bit source with alpha onto A8R8G8B8. The copy flag stands above the constant alpha.
-static inline unsigned long blendAlphaToArgb32(const BltContext& ctx, Source32 source) {
-    if (ctx.flags & ORMSEL_BLIT_COPY)
-        return CPY_32to32(&ctx);
-    if (ctx.alpha == 0 || isEmpty(ctx))
+// --- Routines -----------------------------------------------------------------------------------------
+
+template <class Src, class Dst>
+unsigned long runRoute(const BltContext& ctx, const Bounds* bounds) {
+    using Rule = typename RuleOfRoute<Src, Dst, true>::Type;
+    if constexpr (Rule::kHasRawCopy)
+        if (ctx.flags & ORMSEL_BLIT_COPY) // stands above the constant alpha
+            return CPY_32to32(&ctx, bounds);
+    if (!Rule::draws(ctx.alpha) || isEmpty(ctx))
         return 0;
-    const Block block = blockOf(ctx, 4, 4, 2);
-    run(block, kernelsFor(block).alphaToArgb32[source]);
+    Pieces<Rule> pieces(ctx, bounds);
+    while (const Block* piece = pieces.next())
+        bounds ? runInside(*piece, pieces.kernel()) : pieces.kernel()(*piece);
     return 0;
 }
 
 } // namespace ormsel
+
+// Defines the routine of a route.
+#define ORMSEL_ROUTINE(Src, Dst)                                                                             \
+    unsigned long BLT_##Src##_##Dst(const BltContext* ctx) {                                                 \
+        return ormsel::runRoute<ormsel::Src, ormsel::Dst>(*ctx, nullptr);                                    \
+    }                                                                                                        \
+    template unsigned long ormsel::runRoute<ormsel::Src, ormsel::Dst>(const BltContext&, const Bounds*);

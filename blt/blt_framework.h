@@ -1,15 +1,29 @@
 // SPDX-License-Identifier: Zlib
 //
-// The record of one blit, filling it from images, and the driver that runs a routine over it.
+// One blit from request to release: the record that describes it, filling that from images, and the driver
+// that runs a routine over it.
+//
+// The functions of every blit's way are defined here and taken into the entry points as a whole: blits of a
+// few pixels are common, and calls with so many arguments took a sixth of their time.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <ext/atomicity.h>
 
 #include <SDL.h>
 
-#include <graphics/gfx.h>
-#include <libraries/Picasso96.h>
+#include <ormsel/ormsel.h>
+
+#include "blt_formats.h"
+
+#define ORMSEL_INTO_CALLER [[gnu::always_inline]] inline
+
+struct BitMap;
+
+// --- Records ------------------------------------------------------------------------------------------
 
 // One side of a blit. Its front has the layout of a RenderInfo, which p96LockBitMap() writes in place.
 struct BltRenderFmt {
@@ -23,6 +37,11 @@ struct BltRenderFmt {
     uint32_t rLoss, gLoss, bLoss, aLoss; // 8 minus the channel's width; 8 for an absent alpha channel
     uint32_t lock;                       // surface: 1 once locked; bitmap: the lock handle; 0: not locked
     uint16_t onBoard;                    // bitmap: lies in graphics-card memory; surface: 0
+
+    ormsel::Channel r() const { return {rMask, rShift, rLoss}; }
+    ormsel::Channel g() const { return {gMask, gShift, gLoss}; }
+    ormsel::Channel b() const { return {bMask, bShift, bLoss}; }
+    ormsel::Channel a() const { return {aMask, aShift, aLoss}; }
 };
 
 // One blit: zero-filled and filled by the driver, read-only to the routines, released after use.
@@ -46,17 +65,21 @@ struct BltContext {
 };
 
 static_assert(sizeof(void*) != 4 || (sizeof(BltRenderFmt) == 72 && sizeof(BltContext) == 204));
-static_assert(offsetof(BltRenderFmt, pixels) == offsetof(RenderInfo, Memory) &&
-              offsetof(BltRenderFmt, pitch) == offsetof(RenderInfo, BytesPerRow) &&
-              offsetof(BltRenderFmt, format) == offsetof(RenderInfo, RGBFormat));
-static_assert(offsetof(BltContext, maskPitch) - offsetof(BltContext, maskPixels) ==
-                  offsetof(RenderInfo, BytesPerRow) &&
-              offsetof(BltContext, maskFormat) - offsetof(BltContext, maskPixels) ==
-                  offsetof(RenderInfo, RGBFormat));
 
 // A routine blends the rectangle of a clipped and locked context in place. It checks nothing, and its result
 // is 0 on every path: it is no status.
 using BltRoutine = unsigned long (*)(const BltContext* ctx);
+
+extern "C" {
+
+// Chooses the routine for a context by formats and then by depths, and runs it. A mask plays no part.
+unsigned long BLT_FallbackBltContext(const BltContext* ctx);
+
+// The same for a context with a mask, by depths alone.
+unsigned long BLT_FallbackBltMaskContext(const BltContext* ctx);
+}
+
+// --- Filling one side ---------------------------------------------------------------------------------
 
 // Fill one side: lock the image and describe it. False, with a line on the debug output, when the image is
 // refused; what has been locked by then stays so until BLT_FreeContext().
@@ -78,16 +101,291 @@ void BLT_FreeContext(BltContext& ctx, SDL_Surface* src, BitMap* dst, SDL_Surface
 void BLT_FreeContext(BltContext& ctx, BitMap* src, SDL_Surface* dst, BitMap* mask);
 void BLT_FreeContext(BltContext& ctx, BitMap* src, BitMap* dst, BitMap* mask);
 
+namespace ormsel {
+
+// Prints a line, with a word in the place of %s; false.
+bool refuse(const char* line, const char* word);
+
+// Whether there is something to blit with: an image, and what describes it. If not, says so.
+inline bool isImage(const SDL_Surface* surface, const char* role) {
+    if (surface && surface->format) [[likely]]
+        return true;
+    return refuse(
+        surface ? "The %s image has no format. Bailing out!\n" : "No %s image given. Bailing out!\n", role);
+}
+inline bool isImage(const BitMap* bitmap, const char* role) {
+    return bitmap || refuse("No %s image given. Bailing out!\n", role);
+}
+
+// SDL_LockSurface() and SDL_UnlockSurface() for a surface that other threads may be blitting from.
+void lockShared(SDL_Surface* surface);
+void unlockShared(SDL_Surface* surface);
+
+ORMSEL_INTO_CALLER void lock(SDL_Surface* surface) {
+    if (__gnu_cxx::__is_single_threaded()) [[likely]]
+        SDL_LockSurface(surface);
+    else
+        lockShared(surface);
+}
+
+ORMSEL_INTO_CALLER void unlock(SDL_Surface* surface, uint32_t) {
+    if (__gnu_cxx::__is_single_threaded()) [[likely]]
+        SDL_UnlockSurface(surface);
+    else
+        unlockShared(surface);
+}
+
+void unlock(BitMap* bitmap, uint32_t handle);
+
+template <class Image>
+ORMSEL_INTO_CALLER void release(Image* image, uint32_t& handle) {
+    if (image && handle) {
+        unlock(image, handle);
+        handle = 0;
+    }
+}
+
+template <class Src, class Dst>
+ORMSEL_INTO_CALLER void releaseAll(BltContext& ctx, Src* src, Dst* dst, Src* mask) {
+    release(src, ctx.src.lock);
+    release(dst, ctx.dst.lock);
+    release(mask, ctx.maskLock);
+}
+
+// Describes the pixels of a side.
+inline void setChannels(BltRenderFmt& fmt, const Format& format) {
+    fmt.bytesPerPixel = format.bytesPerPixel;
+    fmt.rMask = format.r.mask;
+    fmt.gMask = format.g.mask;
+    fmt.bMask = format.b.mask;
+    fmt.aMask = format.a.mask;
+    fmt.rShift = format.r.shift;
+    fmt.gShift = format.g.shift;
+    fmt.bShift = format.b.shift;
+    fmt.aShift = format.a.shift;
+    fmt.rLoss = format.r.loss;
+    fmt.gLoss = format.g.loss;
+    fmt.bLoss = format.b.loss;
+    fmt.aLoss = format.a.loss;
+}
+
+// Only the red mask decides the format of a surface. `other` is the code of one that isn't recognised.
+template <uint32_t Bytes>
+constexpr uint32_t formatOfSurface(uint32_t redMask, uint32_t other) {
+#define ROW(name, stem, code, bytes, red, green, blue, alpha, alphaShift)                                    \
+    if (bytes == Bytes && redMask == (red))                                                                  \
+        return code;
+    ORMSEL_FORMATS(ROW)
+#undef ROW
+    return other;
+}
+
+} // namespace ormsel
+
+ORMSEL_INTO_CALLER bool BLT_InitContext(BltRenderFmt& fmt, SDL_Surface* surface) {
+    if (surface->flags & (SDL_RLEACCEL | SDL_RLEACCELOK))
+        return ormsel::refuse("RLE acceleration not supported (yet). Bailing out!\n", "");
+    ormsel::lock(surface);
+    fmt.lock = 1;
+
+    const SDL_PixelFormat& pf = *surface->format;
+    fmt.pixels = static_cast<uint8_t*>(surface->pixels);
+    fmt.pitch = static_cast<int16_t>(surface->pitch);
+    fmt.onBoard = 0;
+    fmt.rMask = pf.Rmask;
+    fmt.gMask = pf.Gmask;
+    fmt.bMask = pf.Bmask;
+    fmt.aMask = pf.Amask;
+    fmt.rShift = pf.Rshift;
+    fmt.gShift = pf.Gshift;
+    fmt.bShift = pf.Bshift;
+    fmt.aShift = pf.Ashift;
+    fmt.rLoss = pf.Rloss;
+    fmt.gLoss = pf.Gloss;
+    fmt.bLoss = pf.Bloss;
+    fmt.aLoss = pf.Aloss;
+
+    switch (pf.BitsPerPixel) {
+    case 15:
+    case 16:
+        if (pf.Rmask == 0x001F)
+            return ormsel::refuse("Unsupported source pixel format, bailing out\n", "");
+        fmt.format = ormsel::formatOfSurface<2>(pf.Rmask, fmt.format);
+        fmt.bytesPerPixel = 2;
+        return true;
+    case 24: // whatever isn't recognised counts as the other one
+        fmt.format = ormsel::formatOfSurface<3>(pf.Rmask, ormsel::B8G8R8::kFormat.code);
+        fmt.bytesPerPixel = 3;
+        return true;
+    case 32:
+        fmt.format = ormsel::formatOfSurface<4>(pf.Rmask, fmt.format);
+        fmt.bytesPerPixel = 4;
+        return true;
+    default:
+        return false;
+    }
+}
+
+inline void BLT_GetBitmapDims(SDL_Surface* surface, long& width, long& height) {
+    width = surface->w;
+    height = surface->h;
+}
+
+inline void BLT_FreeContext(BltContext& ctx, SDL_Surface* src, SDL_Surface* dst, SDL_Surface* mask) {
+    ormsel::releaseAll(ctx, src, dst, mask);
+}
+inline void BLT_FreeContext(BltContext& ctx, SDL_Surface* src, BitMap* dst, SDL_Surface* mask) {
+    ormsel::releaseAll(ctx, src, dst, mask);
+}
+inline void BLT_FreeContext(BltContext& ctx, BitMap* src, SDL_Surface* dst, BitMap* mask) {
+    ormsel::releaseAll(ctx, src, dst, mask);
+}
+inline void BLT_FreeContext(BltContext& ctx, BitMap* src, BitMap* dst, BitMap* mask) {
+    ormsel::releaseAll(ctx, src, dst, mask);
+}
+
+// --- One blit -----------------------------------------------------------------------------------------
+
 // Clip the request against both images and fill a whole context. False when nothing is left or an image is
 // refused; clipping locks nothing.
 template <class Src, class Dst>
-bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, long dstX, long dstY,
-                     unsigned long width, unsigned long height, Src* mask, unsigned char alpha,
-                     unsigned long flags);
+ORMSEL_INTO_CALLER bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, long dstX,
+                                        long dstY, unsigned long width, unsigned long height, Src* mask,
+                                        unsigned char alpha, unsigned long flags) {
+    // In parts that compilers clear with a few vector stores. For the whole of it they start a string
+    // instruction, which takes as long as a small blit.
+    constexpr size_t kPart = 64;
+    auto* const bytes = reinterpret_cast<uint8_t*>(&ctx);
+    size_t cleared = 0;
+    for (; cleared + kPart <= sizeof ctx; cleared += kPart)
+        std::memset(bytes + cleared, 0, kPart);
+    std::memset(bytes + cleared, 0, sizeof ctx % kPart);
+    ctx.size = sizeof ctx;
+    ctx.alpha = alpha;
+    ctx.flags = static_cast<uint32_t>(flags);
 
-// One blit from request to release. Instances: each pairing of SDL_Surface and BitMap; a mask is of the
-// source's kind, or nullptr.
+    using ormsel::isImage;
+    if (!isImage(src, "source") || !isImage(dst, "destination") || (mask && !isImage(mask, "mask")))
+        return false;
+    long srcW, srcH, dstW, dstH;
+    BLT_GetBitmapDims(src, srcW, srcH);
+    BLT_GetBitmapDims(dst, dstW, dstH);
+
+    // The lower bounds go by the source's size, whatever the requested one.
+    if (dstX > dstW || dstY > dstH || dstX < -srcW || dstY < -srcH)
+        return false;
+
+    // A negative offset moves the rectangle's origin and leaves the requested size as it is.
+    if (srcX < 0) {
+        dstX -= srcX;
+        srcX = 0;
+    }
+    if (srcY < 0) {
+        dstY -= srcY;
+        srcY = 0;
+    }
+    if (dstX < 0) {
+        srcX -= dstX;
+        dstX = 0;
+    }
+    if (dstY < 0) {
+        srcY -= dstY;
+        dstY = 0;
+    }
+    const long w = std::min({srcW - srcX, static_cast<long>(width), dstW - dstX});
+    const long h = std::min({srcH - srcY, static_cast<long>(height), dstH - dstY});
+    if (w <= 0 || h <= 0)
+        return false;
+
+    ctx.srcX = static_cast<int32_t>(srcX);
+    ctx.srcY = static_cast<int32_t>(srcY);
+    ctx.dstX = static_cast<int32_t>(dstX);
+    ctx.dstY = static_cast<int32_t>(dstY);
+    ctx.width = static_cast<int32_t>(w);
+    ctx.height = static_cast<int32_t>(h);
+
+    if (!BLT_InitContext(ctx.src, src))
+        return ormsel::refuse("InitContext (%s) failed!\n", "src");
+    ctx.srcBpp = static_cast<uint16_t>(ctx.src.bytesPerPixel * 8);
+    if (!BLT_InitContext(ctx.dst, dst))
+        return ormsel::refuse("InitContext (%s) failed!\n", "dst");
+    ctx.dstBpp = static_cast<uint16_t>(ctx.dst.bytesPerPixel * 8);
+    if (mask && !BLT_InitMask(ctx, mask))
+        return ormsel::refuse("InitContext (%s) failed!\n", "mask");
+    return true;
+}
+
+namespace ormsel {
+
+struct Dims {
+    long width, height;
+};
+
+template <class Image>
+ORMSEL_INTO_CALLER Dims dimsOf(Image* image) {
+    Dims dims = {0, 0};
+    if (image)
+        BLT_GetBitmapDims(image, dims.width, dims.height);
+    return dims;
+}
+
+// Whether all rows of a rectangle lie in an image's memory, with `reach` bytes behind each. Rows begin inside
+// and have no more pixels than the image, so that it is enough that a row ends before the next one begins
+// and, where it is the image's last one, with the image's last pixel.
+inline bool rowsStayInside(int16_t pitch, uint32_t bytes, Dims image, int32_t x, int32_t width,
+                           int32_t lastRow, size_t reach) {
+    if (pitch < 0)
+        return false;
+    const size_t row = (static_cast<size_t>(x) + static_cast<size_t>(width)) * bytes + reach;
+    return row <= static_cast<size_t>(pitch) &&
+           (reach == 0 || lastRow < image.height || row <= static_cast<size_t>(image.width) * bytes);
+}
+
+// Whether a routine can't leave the images; and pitches fit the signed 16 bits that routines take them as.
+// Nearly every blit passes.
+inline bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
+    // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
+    const size_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 ? 8 : 0;
+    const size_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
+    return rowsStayInside(ctx.src.pitch, ctx.src.bytesPerPixel, src, ctx.srcX, ctx.width,
+                          ctx.srcY + ctx.height, copied) &&
+           rowsStayInside(ctx.dst.pitch, ctx.dst.bytesPerPixel, dst, ctx.dstX, ctx.width,
+                          ctx.dstY + ctx.height, stored) &&
+           (!ctx.maskPixels || (ctx.srcX + ctx.width <= mask.width && ctx.srcY + ctx.height <= mask.height &&
+                                rowsStayInside(ctx.maskPitch, 1, mask, ctx.srcX, ctx.width, 0, 0)));
+}
+
+// What the dispatchers do, for a blit that doesn't pass.
+unsigned long runBounded(const BltContext& ctx, Dims src, Dims dst, Dims mask);
+
+// Whether locking gave every image's pixels. If not, says which has none.
+inline bool havePixels(const BltContext& ctx, bool masked) {
+    if (ctx.src.pixels && ctx.dst.pixels && (ctx.maskPixels || !masked)) [[likely]]
+        return true;
+    return refuse("The %s image has no pixels. Bailing out!\n", !ctx.src.pixels   ? "source"
+                                                                : !ctx.dst.pixels ? "destination"
+                                                                                  : "mask");
+}
+
+} // namespace ormsel
+
+// One blit from request to release, for each pairing of SDL_Surface and BitMap; a mask is of the source's
+// kind, or nullptr.
 template <class Src, class Dst>
-unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY, Dst* dst, short dstX, short dstY,
-                            unsigned short width, unsigned short height, Src* mask, unsigned char alpha,
-                            unsigned long flags);
+ORMSEL_INTO_CALLER unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY, Dst* dst, short dstX,
+                                               short dstY, unsigned short width, unsigned short height,
+                                               Src* mask, unsigned char alpha, unsigned long flags) {
+    BltContext ctx;
+    unsigned long result = 0;
+    if (BLT_InitContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
+        ormsel::havePixels(ctx, mask != nullptr)) {
+        const ormsel::Dims ofSrc = ormsel::dimsOf(src), ofDst = ormsel::dimsOf(dst),
+                           ofMask = ormsel::dimsOf(mask);
+        if (!ormsel::staysInside(ctx, ofSrc, ofDst, ofMask)) [[unlikely]]
+            result = ormsel::runBounded(ctx, ofSrc, ofDst, ofMask);
+        else
+            result = mask ? BLT_FallbackBltMaskContext(&ctx) : BLT_FallbackBltContext(&ctx);
+    }
+    BLT_FreeContext(ctx, src, dst, mask);
+    return result;
+}

@@ -1,46 +1,99 @@
 // SPDX-License-Identifier: Zlib
 //
-// The rule for one pixel of any format onto any other, and of masked blits: for formats of any kind, and,
-// faster, for those that are known when this is compiled.
+// The rule for one pixel of any format onto any other, by the channels' masks, shifts and losses, and of
+// masked blits; and the same rule, faster, for formats that are known when this is compiled.
 #pragma once
 
-#include "blt_arith.h"
 #include "blt_block.h"
-#include "blt_layouts.h"
+#include "blt_rules.h"
 
 namespace ormsel {
 
+// What a generic blit does with alpha: every pixel is opaque; by the source's own alpha; by a mask.
+enum class AlphaSource { kOpaque, kOfPixel, kOfMask };
+
+inline AlphaSource alphaSourceOf(const Block& b) {
+    return b.mask                                         ? AlphaSource::kOfMask
+           : b.alphaFill == 255 && b.constantAlpha == 255 ? AlphaSource::kOpaque
+                                                          : AlphaSource::kOfPixel;
+}
+
+// weight blends the colours: 0 leaves the pixel alone, 255 copies it. field goes into the destination's alpha
+// channel, whatever that held before.
+struct GenericAlpha {
+    uint32_t weight, field;
+};
+
+// --- Any formats --------------------------------------------------------------------------------------
+
+// Moves bits of a word by one distance and clears the others.
+struct BitMove {
+    uint32_t left = 0, right = 0, mask = 0; // one of the shifts is 0, both are less than 32
+
+    constexpr uint32_t operator()(uint32_t v) const { return v << left >> right & mask; }
+};
+
+constexpr uint32_t shiftedLeft(uint32_t v, uint32_t n) {
+    return n < 32 ? v << n : 0;
+}
+constexpr uint32_t shiftedRight(uint32_t v, uint32_t n) {
+    return n < 32 ? v >> n : 0;
+}
+
+// A channel taken out of a pixel and widened to 8 bits, and put back. Shifts of any size are fine; one that
+// moves every bit out of the word gives 0. (A channel of more than 8 bits has a loss of 256 less the excess
+// in SDL's 8-bit field.)
+constexpr uint32_t extract(const Channel& c, uint32_t pixel) {
+    return shiftedLeft(shiftedRight(pixel & c.mask, c.shift), c.loss);
+}
+constexpr uint32_t place(const Channel& c, uint32_t value) {
+    return shiftedLeft(shiftedRight(value, c.loss), c.shift) & c.mask;
+}
+
+// extract(), place(), and one after the other, as one move. Every bit that gets through them moves by the sum
+// of their shifts, so that what they make of a word of ones tells the mask.
+constexpr BitMove moveBy(uint32_t left, uint32_t right, uint32_t mask) {
+    if (mask == 0)
+        return {};
+    return left > right ? BitMove{left - right, 0, mask} : BitMove{0, right - left, mask};
+}
+constexpr BitMove extraction(const Channel& c) {
+    return moveBy(c.loss, c.shift, extract(c, ~0U));
+}
+constexpr BitMove placement(const Channel& c) {
+    return moveBy(c.shift, c.loss, place(c, ~0U));
+}
+constexpr BitMove conversion(const Channel& from, const Channel& to) {
+    return moveBy(from.loss + to.shift, from.shift + to.loss, place(to, extract(from, ~0U)));
+}
+
 class GenericRule {
 public:
-    // effective weighs the colours: 0 leaves the pixel alone, 255 copies it. field goes into the
-    // destination's alpha channel, whatever that held before.
-    struct Alpha {
-        uint32_t effective, field;
-    };
-
-    explicit GenericRule(const Block& block)
-        : GenericRule(channels(*block.srcFormat), channels(*block.dstFormat), block) {}
+    explicit GenericRule(const Block& b)
+        : r_(b.srcFormat->r(), b.dstFormat->r()), g_(b.srcFormat->g(), b.dstFormat->g()),
+          b_(b.srcFormat->b(), b.dstFormat->b()), takeAlpha_(extraction(b.srcFormat->a())),
+          putAlpha_(placement(b.dstFormat->a())), constant_(b.constantAlpha), alphaFill_(b.alphaFill) {}
 
     // By the source's own alpha. An alpha channel whose shift and loss don't match its mask can give more
     // than 8 bits; they are cut only under a constant alpha of 255.
-    Alpha alphaOfPixel(uint32_t s) const {
+    GenericAlpha alphaOfPixel(uint32_t s) const {
         const uint32_t own = alphaFill_ | takeAlpha_(s);
         if (constant_ == 255)
             return {own & 255, own & 255};
-        const uint32_t effective = own * constant_ >> 8;
-        return {effective, effective == 255 ? own : effective};
+        const uint32_t weight = own * constant_ >> 8;
+        return {weight, weight == 255 ? own : weight};
     }
 
     // By a mask byte, which reaches the destination's alpha channel unscaled.
-    Alpha alphaOfMask(uint32_t m) const { return {constant_ == 255 ? m : m * constant_ >> 8, m}; }
+    GenericAlpha alphaOfMask(uint32_t m) const { return {constant_ == 255 ? m : m * constant_ >> 8, m}; }
 
     // The new destination pixel from a source pixel and the old destination pixel.
-    uint32_t mix(uint32_t s, uint32_t d, Alpha alpha) const {
-        return r_.mix(s, d, alpha.effective) | g_.mix(s, d, alpha.effective) | b_.mix(s, d, alpha.effective) |
+    uint32_t mix(uint32_t s, uint32_t d, GenericAlpha alpha) const {
+        return r_.mix(s, d, alpha.weight) | g_.mix(s, d, alpha.weight) | b_.mix(s, d, alpha.weight) |
                putAlpha_(alpha.field);
     }
 
-    // The same for an effective alpha of 255, which doesn't look at the old pixel.
+    // The same for a weight of 255, which doesn't look at the old pixel.
     uint32_t convert(uint32_t s, uint32_t field) const {
         return r_.convert(s) | g_.convert(s) | b_.convert(s) | putAlpha_(field);
     }
@@ -49,10 +102,6 @@ public:
     uint32_t opaque(uint32_t s) const { return convert(s, 255); }
 
 private:
-    struct Side {
-        Channel r, g, b, a;
-    };
-
     struct Colour {
         BitMove takeSource, takeOld, put, convert;
 
@@ -60,128 +109,120 @@ private:
             : takeSource(extraction(from)), takeOld(extraction(to)), put(placement(to)),
               convert(conversion(from, to)) {}
 
-        uint32_t mix(uint32_t s, uint32_t d, uint32_t e) const {
-            return put(mixChannel(takeSource(s), takeOld(d), e));
+        // A weight may exceed 8 bits here, and a negative product leaves bits from bit 24 up: both count as
+        // they stand, and the channel's mask cuts what is put back.
+        uint32_t mix(uint32_t s, uint32_t d, uint32_t weight) const {
+            return put(mixFields<8>(takeSource(s), takeOld(d), weight, ~uint32_t{0}));
         }
     };
-
-    static Side channels(const BltRenderFmt& f) {
-        return {{f.rMask, f.rShift, f.rLoss},
-                {f.gMask, f.gShift, f.gLoss},
-                {f.bMask, f.bShift, f.bLoss},
-                {f.aMask, f.aShift, f.aLoss}};
-    }
-
-    GenericRule(const Side& src, const Side& dst, const Block& block)
-        : r_(src.r, dst.r), g_(src.g, dst.g), b_(src.b, dst.b), takeAlpha_(extraction(src.a)),
-          putAlpha_(placement(dst.a)), constant_(block.alpha), alphaFill_(block.alphaFill) {}
 
     Colour r_, g_, b_;
     BitMove takeAlpha_, putAlpha_;
     uint32_t constant_, alphaFill_;
 };
 
-// One of kBitmapFormats.
-template <uint32_t Code>
-struct KnownFormat {
-    static constexpr Channels kChannels = *channelsOf(Code);
-    static constexpr int kBytes = kChannels.bytesPerPixel;
+// --- Known formats ------------------------------------------------------------------------------------
 
-    // Whether a format is this one, be it without alpha.
+// What the rule for known formats needs of one.
+template <class L>
+struct Known {
+    static constexpr Format kFormat = L::kFormat;
+    static constexpr bool kIsShort = L::kBytes == 2;
+
+    // Whether a side has this format, be it without alpha.
     static bool is(const BltRenderFmt& f) {
-        constexpr Channels k = kChannels;
-        return f.bytesPerPixel == k.bytesPerPixel && f.rMask == k.rMask && f.gMask == k.gMask &&
-               f.bMask == k.bMask && f.rShift == k.rShift && f.gShift == k.gShift && f.bShift == k.bShift &&
-               f.rLoss == k.rLoss && f.gLoss == k.gLoss && f.bLoss == k.bLoss &&
-               (f.aMask == 0 || (f.aMask == k.aMask && f.aShift == k.aShift && f.aLoss == k.aLoss));
+        return f.bytesPerPixel == L::kBytes && f.r() == kFormat.r && f.g() == kFormat.g &&
+               f.b() == kFormat.b && (f.aMask == 0 || f.a() == kFormat.a);
     }
 
-    // The colours in A8R8G8B8 order, widened to 8 bits; what stands in the alpha byte is undefined.
-    static constexpr uint32_t toRgb32(uint32_t p) {
-        constexpr Channels k = kChannels;
-        if constexpr (kBytes > 2 && k.rShift == 16)
-            return p;
+    // The colours in A8R8G8B8's places, widened to 8 bits; what stands in the alpha byte is undefined.
+    static constexpr uint32_t toColours(uint32_t p) {
+        if constexpr (kIsShort)
+            return move<16 + kFormat.r.loss - L::kR>(p & kFormat.r.mask) |
+                   move<8 + kFormat.g.loss - L::kG>(p & kFormat.g.mask) |
+                   move<kFormat.b.loss - L::kB>(p & kFormat.b.mask);
         else
-            return move<16 + k.rLoss - k.rShift>(p & k.rMask) | move<8 + k.gLoss - k.gShift>(p & k.gMask) |
-                   move<k.bLoss - k.bShift>(p & k.bMask);
+            return toColours32<L>(p);
     }
-    static constexpr uint32_t fromRgb32(uint32_t v) {
-        constexpr Channels k = kChannels;
-        return (move<k.rShift - k.rLoss - 16>(v) & k.rMask) | (move<k.gShift - k.gLoss - 8>(v) & k.gMask) |
-               (move<k.bShift - k.bLoss>(v) & k.bMask);
+    static constexpr uint32_t fromColours(uint32_t v) {
+        return (move<L::kR - kFormat.r.loss - 16>(v) & kFormat.r.mask) |
+               (move<L::kG - kFormat.g.loss - 8>(v) & kFormat.g.mask) |
+               (move<L::kB - kFormat.b.loss>(v) & kFormat.b.mask);
     }
 
-    // The colours as fields of 16 bits: blue, red and green from below, widened to 8 bits.
+    // The colours, widened to 8 bits, in a word with 8 free bits above each: bits 32 to 39 are green, 16 to
+    // 23 red, 0 to 7 blue; the low bits that a channel lacks are 0.
+    static constexpr uint64_t kFields = uint64_t{0xFFU << kFormat.g.loss & 0xFF} << 32 |
+                                        uint64_t{0xFFU << kFormat.r.loss & 0xFF} << 16 |
+                                        (0xFFU << kFormat.b.loss & 0xFF);
+
     static constexpr uint64_t spread(uint32_t p) {
-        constexpr Channels k = kChannels;
-        if constexpr (kBytes == 2) {
+        if constexpr (kIsShort) {
             // Red and blue move by one product. What else it makes carries no further than below red's field.
-            constexpr uint32_t factor = 1U << (16 + k.rLoss - k.rShift) | 1U << (k.bLoss - k.bShift);
-            const uint64_t green = uint64_t{p & k.gMask} << (32 + k.gLoss - k.gShift);
-            return (green | (p & (k.rMask | k.bMask)) * factor) & kFields;
+            constexpr uint32_t kMoves = 1U << (16 + kFormat.r.loss - L::kR) | 1U << (kFormat.b.loss - L::kB);
+            const uint64_t green = uint64_t{p & kFormat.g.mask} << (32 + kFormat.g.loss - L::kG);
+            return (green | (p & (kFormat.r.mask | kFormat.b.mask)) * kMoves) & kFields;
         } else {
-            const uint32_t rgb = toRgb32(p);
+            const uint32_t rgb = toColours(p);
             return (uint64_t{rgb} << 24 | rgb) & kFields;
         }
     }
-    // The pixel from such fields with the colours in their upper bytes.
-    static constexpr uint32_t gather(uint64_t y) {
-        constexpr Channels k = kChannels;
-        if constexpr (kBytes == 2) {
+    // The pixel of a spread word that holds nothing outside kFields.
+    static constexpr uint32_t gather(uint64_t fields) {
+        if constexpr (kIsShort) {
             // One product moves every field into the upper 16 bits; nothing else gets there or carries into
             // them.
-            constexpr uint64_t factor = uint64_t{1} << (40 + k.bShift - k.bLoss) |
-                                        uint64_t{1} << (24 + k.rShift - k.rLoss) |
-                                        uint64_t{1} << (8 + k.gShift - k.gLoss);
-            return static_cast<uint32_t>((y & kFields << 8) * factor >> 48);
+            constexpr uint64_t kMoves = uint64_t{1} << (48 + L::kB - kFormat.b.loss) |
+                                        uint64_t{1} << (32 + L::kR - kFormat.r.loss) |
+                                        uint64_t{1} << (16 + L::kG - kFormat.g.loss);
+            return static_cast<uint32_t>(fields * kMoves >> 48);
         } else {
-            return fromRgb32(static_cast<uint32_t>((y >> 8 & 0xFF00FF) | (y >> 32 & 0xFF00)));
+            return fromColours(static_cast<uint32_t>(fields | fields >> 24));
         }
     }
 
 private:
-    static constexpr uint64_t kFields = uint64_t{0xFFU << kChannels.gLoss & 0xFF} << 32 |
-                                        uint64_t{0xFFU << kChannels.rLoss & 0xFF} << 16 |
-                                        (0xFFU << kChannels.bLoss & 0xFF);
-
-    // To the left, or to the right by the distance that wraps to Left.
+    // To the left, or, where Left is a negative number that wrapped, to the right.
     template <uint32_t Left>
     static constexpr uint32_t move(uint32_t v) {
         return Left < 32 ? v << Left % 32 : v >> (0 - Left) % 32;
     }
 };
 
-// GenericRule for known formats. The source's alpha is its own and not filled; Scaled: by a constant alpha
-// other than 255.
-template <class Src, class Dst, bool Scaled>
+// The source's alpha is its own and not filled. Faded: by a constant alpha other than 255.
+template <class Source, class Destination, bool Faded>
 class KnownRule {
 public:
-    using Alpha = GenericRule::Alpha;
+    explicit KnownRule(const Block& b) : constant_(b.constantAlpha), fieldMask_(b.dstFormat->aMask) {}
 
-    explicit KnownRule(const Block& block) : constant_(block.alpha), fieldMask_(block.dstFormat->aMask) {}
-
-    Alpha alphaOfPixel(uint32_t s) const {
-        const uint32_t effective = scaled(s >> Src::kChannels.aShift & 0xFF);
-        return {effective, effective};
+    GenericAlpha alphaOfPixel(uint32_t s) const {
+        const uint32_t weight = faded(s >> Source::kA & 0xFF);
+        return {weight, weight};
     }
-    Alpha alphaOfMask(uint32_t m) const { return {scaled(m), m}; }
+    GenericAlpha alphaOfMask(uint32_t m) const { return {faded(m), m}; }
 
-    uint32_t mix(uint32_t s, uint32_t d, Alpha alpha) const {
-        return Dst::gather(mixSpread(Src::spread(s), Dst::spread(d), alpha.effective)) | place(alpha.field);
+    uint32_t mix(uint32_t s, uint32_t d, GenericAlpha alpha) const {
+        const uint64_t mixed = mixFields<8>(Known<Source>::spread(s), Known<Destination>::spread(d),
+                                            uint64_t{alpha.weight}, Known<Destination>::kFields);
+        return Known<Destination>::gather(mixed) | place(alpha.field);
     }
     uint32_t convert(uint32_t s, uint32_t field) const {
-        return Dst::kBytes == 2 ? Dst::gather(Src::spread(s) << 8)
-                                : Dst::fromRgb32(Src::toRgb32(s)) | place(field);
+        if constexpr (Destination::kBytes == 2)
+            return Known<Destination>::gather(Known<Source>::spread(s) & Known<Destination>::kFields);
+        else
+            return Known<Destination>::fromColours(Known<Source>::toColours(s)) | place(field);
     }
     // As convert(), but in words of 32 bits, for which compilers have vectors.
-    uint32_t opaque(uint32_t s) const { return Dst::fromRgb32(Src::toRgb32(s)) | place(255); }
+    uint32_t opaque(uint32_t s) const {
+        return Known<Destination>::fromColours(Known<Source>::toColours(s)) | place(255);
+    }
 
 private:
-    uint32_t scaled(uint32_t alpha) const { return Scaled ? alpha * constant_ >> 8 : alpha; }
+    uint32_t faded(uint32_t alpha) const { return Faded ? alpha * constant_ >> 8 : alpha; }
 
     // R5G5B5's channel drops all of an alpha of 8 bits.
     uint32_t place(uint32_t field) const {
-        return Dst::kBytes == 4 ? field << Dst::kChannels.aShift & fieldMask_ : 0;
+        return Destination::kBytes == 4 ? field << Destination::kA & fieldMask_ : 0;
     }
 
     uint32_t constant_, fieldMask_;

@@ -7,38 +7,32 @@
 #include <atomic>
 
 #include "blt_block.h"
+#include "blt_rules.h"
 #include "blt_sdl.h"
 
 namespace ormsel {
 
-// The source formats that have kernels of their own, as indices.
-enum Source32 { kArgb32, kAbgr32, kRgba32, kBgra32, kSources32 };
-enum Source24 { kRgb24, kBgr24, kSources24 };
+// Picks the kernel for a block: by its constant alpha, its width, its formats.
+using KernelChoice = Kernel (*)(const Block& block);
 
 struct Kernels {
     const char* name;
-    // 32-bit source onto R5G6B5; alpha: the factor of rgb16AlphaFactor().
-    Kernel alphaToRgb16[kSources32];
-    // 32-bit source onto A8R8G8B8; alpha: the constant alpha, 1 to 255.
-    Kernel alphaToArgb32[kSources32];
-    // R5G6B5 onto R5G6B5; alpha: 5-bit weight, 1 to 30.
-    Kernel mixRgb16;
-    // 24-bit source converted to R5G6B5; no alpha.
-    Kernel convertToRgb16[kSources24];
-    // 24-bit source blended onto R5G6B5; alpha: 5-bit weight, 1 to 30.
-    Kernel mixToRgb16[kSources24];
-    // Pixels of one format copied unchanged, in a block whose order is free.
-    Kernel copy;
-    // Any pair of depths, with or without a mask; alpha: the constant alpha, 1 to 255.
-    Kernel generic;
-    // Blits by SDL's own rules.
-    SdlKernel sdl;
+    KernelChoice routes[kRouteCount]; // in the order of ORMSEL_ROUTES
+    KernelChoice generic;             // any two formats, with or without a mask
+    Kernel copy;                      // pixels copied unchanged, in a block whose order is free
+    SdlKernel sdl;                    // blits by SDL's own rules
 };
 
 extern const Kernels kScalarKernels;
 
-// What kScalarKernels.generic runs: its choice for a block's formats and alphas serves blocks of any size.
-Kernel scalarGenericKernel(const Block& block);
+// The kernels of all targets that this build has, best first, the scalar ones last; and how many of the first
+// ones this processor can't run. One that can run a target can run those behind it.
+struct TargetList {
+    const Kernels* const* kernels;
+    const char* const* names; // ended by nullptr
+    size_t count, unavailable;
+};
+TargetList allTargets();
 
 // A vector kernel's start costs about as much as the scalar kernel takes for this many pixels.
 constexpr size_t kNarrow = 4;

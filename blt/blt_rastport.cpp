@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: Zlib
-//
-// Blits into rastports: one bitmap blit for each of the layer's clip rectangles that meets the request.
-#include <algorithm>
-#include <cstdint>
-#include <type_traits>
+#include "blt_rastport.h"
 
 #include <graphics/clip.h>
 #include <graphics/layers.h>
@@ -11,11 +7,49 @@
 #include <proto/exec.h>
 #include <proto/layers.h>
 
-#include <ormsel/ormsel.h>
+#include "blt_requests.h"
 
-#include "blt_layouts.h"
+using ormsel::extent;
+using ormsel::position;
 
 namespace {
+
+// --- Pixel arrays as sources --------------------------------------------------------------------------
+
+// A caller's array of 32-bit pixels. There is nothing to lock.
+struct PixelArray {
+    uint8_t* pixels;
+    long width, height;
+    uint16_t pitch;
+    const ormsel::Format* format;
+};
+
+bool isImage(const PixelArray*, const char*) {
+    return true;
+}
+
+bool BLT_InitContext(BltRenderFmt& fmt, PixelArray* array) {
+    fmt.pixels = array->pixels;
+    fmt.pitch = static_cast<int16_t>(array->pitch);
+    fmt.format = array->format->code;
+    ormsel::setChannels(fmt, *array->format);
+    return true;
+}
+
+bool BLT_InitMask(BltContext&, PixelArray*) {
+    return false; // arrays have 32 bits
+}
+
+void BLT_GetBitmapDims(PixelArray* array, long& width, long& height) {
+    width = array->width;
+    height = array->height;
+}
+
+void BLT_FreeContext(BltContext& ctx, PixelArray*, BitMap* dst, PixelArray*) {
+    ormsel::release(dst, ctx.dst.lock);
+}
+
+// --- Pieces -------------------------------------------------------------------------------------------
 
 struct Bounds {
     int16_t minX, minY, maxX, maxY;
@@ -33,6 +67,12 @@ Bounds intersect(const Bounds& a, const Bounds& b) {
             std::min(a.maxY, b.maxY)};
 }
 
+// Sums of positions wrap at 16 bits, whatever a caller passes.
+template <class... Numbers>
+int16_t sum16(Numbers... numbers) {
+    return static_cast<int16_t>((static_cast<uint32_t>(numbers) + ...));
+}
+
 unsigned long blitPiece(SDL_Surface* src, long srcX, long srcY, BitMap* dst, long dstX, long dstY,
                         unsigned long width, unsigned long height, unsigned char, unsigned long flags) {
     return SDL_BlitAlphaSurfaceBitMap(src, srcX, srcY, dst, dstX, dstY, width, height,
@@ -42,6 +82,12 @@ unsigned long blitPiece(SDL_Surface* src, long srcX, long srcY, BitMap* dst, lon
 unsigned long blitPiece(BitMap* src, long srcX, long srcY, BitMap* dst, long dstX, long dstY,
                         unsigned long width, unsigned long height, unsigned char alpha, unsigned long flags) {
     return BltAlphaBitMap(src, srcX, srcY, dst, dstX, dstY, width, height, alpha, static_cast<Uint32>(flags));
+}
+
+unsigned long blitPiece(PixelArray* src, long srcX, long srcY, BitMap* dst, long dstX, long dstY,
+                        unsigned long width, unsigned long height, unsigned char alpha, unsigned long flags) {
+    return BLT_BltAlphaT<PixelArray>(src, position(srcX), position(srcY), dst, position(dstX), position(dstY),
+                                     extent(width), extent(height), nullptr, alpha, flags);
 }
 
 class LayerLock {
@@ -62,7 +108,7 @@ unsigned long BLT_AlphaRastportT(Src* src, long srcX, long srcY, RastPort* rp, l
                                  unsigned long width, unsigned long height, unsigned char alpha,
                                  unsigned long flags) {
     if (!src || !rp) {
-        DebugPrintF("No %s given. Bailing out!\n", rp ? "source image" : "rastport");
+        ormsel::refuse("No %s given. Bailing out!\n", rp ? "source image" : "rastport");
         return 0;
     }
     Layer* layer = rp->Layer;
@@ -70,11 +116,9 @@ unsigned long BLT_AlphaRastportT(Src* src, long srcX, long srcY, RastPort* rp, l
         return blitPiece(src, srcX, srcY, rp->BitMap, dstX, dstY, width, height, alpha, flags);
 
     const LayerLock lock(layer);
-    dstX += layer->bounds.MinX - layer->Scroll_X;
-    dstY += layer->bounds.MinY - layer->Scroll_Y;
-    const Bounds request = {static_cast<int16_t>(dstX), static_cast<int16_t>(dstY),
-                            static_cast<int16_t>(dstX + static_cast<long>(width)),
-                            static_cast<int16_t>(dstY + static_cast<long>(height))};
+    const int16_t left = sum16(dstX, layer->bounds.MinX, -layer->Scroll_X);
+    const int16_t top = sum16(dstY, layer->bounds.MinY, -layer->Scroll_Y);
+    const Bounds request = {left, top, sum16(left, width), sum16(top, height)};
 
     unsigned long total = 0;
     for (const ClipRect* cr = layer->ClipRect; cr; cr = cr->Next) {
@@ -93,58 +137,51 @@ unsigned long BLT_AlphaRastportT(Src* src, long srcX, long srcY, RastPort* rp, l
             x += (clip.minX & 15) - clip.minX;
             y -= clip.minY;
         }
-        total += blitPiece(src, srcX + piece.minX - request.minX, srcY + piece.minY - request.minY, target, x,
-                           y, static_cast<unsigned long>(piece.maxX - piece.minX + 1),
-                           static_cast<unsigned long>(piece.maxY - piece.minY + 1), alpha, flags);
+        total +=
+            blitPiece(src, sum16(srcX, piece.minX, -request.minX), sum16(srcY, piece.minY, -request.minY),
+                      target, x, y, static_cast<unsigned long>(piece.maxX - piece.minX + 1),
+                      static_cast<unsigned long>(piece.maxY - piece.minY + 1), alpha, flags);
     }
     return total;
 }
 
+template unsigned long BLT_AlphaRastportT(SDL_Surface*, long, long, RastPort*, long, long, unsigned long,
+                                          unsigned long, unsigned char, unsigned long);
+template unsigned long BLT_AlphaRastportT(BitMap*, long, long, RastPort*, long, long, unsigned long,
+                                          unsigned long, unsigned char, unsigned long);
+
 unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long srcY, RastPort* rp, long dstX,
                                            long dstY, unsigned long width, unsigned long height,
-                                           unsigned long flags) {
+                                           unsigned long flags) noexcept {
     return BLT_AlphaRastportT(src, srcX, srcY, rp, dstX, dstY, width, height, 255, flags);
 }
 
 unsigned long BltAlphaBitMapRastPort(BitMap* src, long srcX, long srcY, RastPort* rp, long dstX, long dstY,
                                      unsigned long width, unsigned long height, unsigned char alpha,
-                                     unsigned long flags) {
+                                     unsigned long flags) noexcept {
     return BLT_AlphaRastportT(src, srcX, srcY, rp, dstX, dstY, width, height, alpha, flags);
 }
 
 unsigned long WriteAlphaPixelArray(void* array, long srcX, long srcY, unsigned long bytesPerRow, RastPort* rp,
                                    long dstX, long dstY, unsigned long width, unsigned long height,
-                                   unsigned char alpha, unsigned char format) {
-    const ormsel::Channels* channels = ormsel::channelsOf(format);
-    if (!channels || channels->bytesPerPixel != 4) {
-        DebugPrintF("Unsupported Pixelformat! Must be one of RGBFB_A8R8G8B8, RGBFB_A8B8G8R8, RGBFB_R8G8B8A8 "
-                    "or RGBFB_B8G8R8A8\n");
+                                   unsigned char alpha, unsigned char format) noexcept {
+    const ormsel::Format* known = ormsel::formatOf(format);
+    if (!known || known->bytesPerPixel != 4) {
+        ormsel::refuse("Unsupported Pixelformat! Must be one of RGBFB_A8R8G8B8, RGBFB_A8B8G8R8, "
+                       "RGBFB_R8G8B8A8 or RGBFB_B8G8R8A8\n",
+                       "");
         return 0;
     }
     if (!array) {
-        DebugPrintF("No pixel array given. Bailing out!\n");
+        ormsel::refuse("No pixel array given. Bailing out!\n", "");
         return 0;
     }
-    // The array is dressed as a surface whose red mask classifies as exactly the format given.
-    SDL_PixelFormat pf = {};
-    pf.BitsPerPixel = 32;
-    pf.BytesPerPixel = 4;
-    pf.Rmask = channels->rMask;
-    pf.Gmask = channels->gMask;
-    pf.Bmask = channels->bMask;
-    pf.Amask = channels->aMask;
-    pf.Rshift = static_cast<Uint8>(channels->rShift);
-    pf.Gshift = static_cast<Uint8>(channels->gShift);
-    pf.Bshift = static_cast<Uint8>(channels->bShift);
-    pf.Ashift = static_cast<Uint8>(channels->aShift);
-    pf.alpha = alpha;
-
-    SDL_Surface surface = {};
-    surface.flags = alpha != 255 ? SDL_SRCALPHA : 0;
-    surface.format = &pf;
-    surface.w = static_cast<int>(bytesPerRow >> 2);
-    surface.h = static_cast<int>(srcY + static_cast<long>(height));
-    surface.pitch = static_cast<Uint16>(bytesPerRow);
-    surface.pixels = array;
-    return BLT_AlphaRastportT(&surface, srcX, srcY, rp, dstX, dstY, width, height, 255, 0);
+    // The array has the rows that the request names, as a sum that wraps at 32 bits.
+    const auto rows = static_cast<int32_t>(static_cast<uint32_t>(srcY) + static_cast<uint32_t>(height));
+    PixelArray source = {.pixels = static_cast<uint8_t*>(array),
+                         .width = static_cast<int32_t>(bytesPerRow >> 2),
+                         .height = rows,
+                         .pitch = static_cast<uint16_t>(bytesPerRow),
+                         .format = known};
+    return BLT_AlphaRastportT(&source, srcX, srcY, rp, dstX, dstY, width, height, alpha, 0);
 }

@@ -12,8 +12,8 @@ namespace ormsel {
 namespace {
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
-constexpr uint32_t kSpecial = SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL |
-                              SDL_RLEACCEL;
+constexpr uint32_t kSpecial =
+    SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
 
 constexpr bool isByteAt(uint32_t mask, uint32_t shift) {
     return shift % 8 == 0 && shift < 32 && mask == 0xFFU << shift;
@@ -40,9 +40,10 @@ SdlLayout layoutOf(const SDL_PixelFormat& f) {
     const auto stands = [&](uint32_t mask, uint32_t shift, uint32_t otherMask, uint32_t otherShift) {
         return mask == high && shift == highShift && otherMask == 0x1F && otherShift == 0;
     };
-    const bool colours = stands(f.Rmask, f.Rshift, f.Bmask, f.Bshift) || stands(f.Bmask, f.Bshift, f.Rmask, f.Rshift);
+    const bool colours =
+        stands(f.Rmask, f.Rshift, f.Bmask, f.Bshift) || stands(f.Bmask, f.Bshift, f.Rmask, f.Rshift);
     const bool alpha = !f.Amask || (!six && f.Amask == 0x8000 && f.Ashift == 15 && f.Aloss == 7);
-    return !colours || !alpha ? SdlLayout::kNone : six ? SdlLayout::k565 : SdlLayout::k555;
+    return !colours || !alpha ? SdlLayout::kNone : six ? SdlLayout::kR5G6B5 : SdlLayout::kR5G5B5;
 }
 
 // In which byte of a widened pixel each channel stands.
@@ -61,37 +62,34 @@ bool sameColours(const SDL_PixelFormat& a, const SDL_PixelFormat& b) {
 }
 
 void roundUp(SdlBlit& b) {
-    b.roundUp = 255;
-    b.opaqueFrom = 256;
+    b.rule = kSdlRoundsUp;
     b.notesFall = b.to == SdlLayout::k32 && b.colours & 0xFF;
 }
 
-void inFiveBits(SdlBlit& b, uint32_t opaqueFrom) {
-    b.cut = b.to == SdlLayout::k565 ? 0xF8FCF8 : 0xF8F8F8;
-    b.alphaBits = 0xF8;
-    b.opaqueFrom = opaqueFrom;
+void in32nds(SdlBlit& b, const SdlRule& rule) {
+    b.rule = rule;
+    b.cut = b.to == SdlLayout::kR5G6B5 ? 0xF8FCF8 : 0xF8F8F8;
 }
 
-// The constants of a blit by the source's own alpha.
-bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
+// The rule of a blit by the source's own alpha.
+bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& from,
+                   const SDL_PixelFormat& to) {
     if (b.from != SdlLayout::k32)
         return false;
     b.perPixel = true;
     b.alphaShift = from.Ashift;
-    b.drawnFrom = 1;
-    const bool ontoShort = to.BytesPerPixel == 2;
-    // What SDL would encode by runs it draws a little otherwise: 255 alone is opaque, other bits are cleared.
-    const bool encoded = src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY) &&
-                         (ontoShort || (to.BytesPerPixel == 4 && b.colours == 0xFFFFFF));
-    if (encoded && ontoShort) {
-        inFiveBits(b, 255);
-    } else if (encoded) {
-        b.opaqueOnes = 0xFF000000;
-    } else if (ontoShort && from.Amask == 0xFF000000 && from.Gmask == 0xFF00 &&
+    const bool onto32 = b.to == SdlLayout::k32, onto16 = to.BytesPerPixel == 2;
+    // SDL would encode the source by runs and draw it from that, which clears what is no colour.
+    if (src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY) &&
+        (onto16 || (onto32 && b.colours == 0xFFFFFF))) {
+        if (onto16)
+            in32nds(b, kSdlIn32ndsTo255);
+        else
+            b.opaqueOnes = 0xFF000000;
+    } else if (onto16 && from.Amask == 0xFF000000 && from.Gmask == 0xFF00 &&
                (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F) {
-        inFiveBits(b, 248);
-        b.drawnFrom = 8;
-    } else if (to.BytesPerPixel == 4 && sameColours(from, to) && from.Amask == 0xFF000000) {
+        in32nds(b, kSdlIn32nds);
+    } else if (onto32 && sameColours(from, to) && from.Amask == 0xFF000000) {
         b.kept = ~b.colours;
     } else {
         roundUp(b);
@@ -100,40 +98,33 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
     return true;
 }
 
-// The constants of a blit by the surface's alpha, or by its colour key alone.
-bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
+// The rule of a blit by the surface's alpha, or by its colour key alone.
+bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& from,
+                     const SDL_PixelFormat& to) {
     b.keyed = src.flags & SDL_SRCCOLORKEY;
     b.key = from.colorkey;
-    // SDL draws these from its encoding, by other rules.
-    if (b.keyed && src.flags & SDL_RLEACCELOK)
+    if (b.keyed && src.flags & SDL_RLEACCELOK) // SDL's encoded blits copy runs of pixels as they are
         return false;
     const bool sameOrder = sameColours(from, to) && from.BytesPerPixel == to.BytesPerPixel;
     const bool sameWords = sameOrder && from.BitsPerPixel == to.BitsPerPixel && !to.Amask;
     const uint32_t alpha = src.flags & SDL_SRCALPHA ? from.alpha : 255;
     b.ones = to.Amask;
     if (alpha == 255) {
-        if (!b.keyed || !sameOrder)
-            return false;
         b.copies = true;
         if (sameWords && to.BytesPerPixel == 2)
             b.colours = 0xFFFF;
-        return true;
+        return b.keyed && sameOrder;
     }
     b.weight = alpha;
-    if (b.keyed || !sameOrder || (to.BytesPerPixel == 4 && b.colours != 0xFFFFFF) || to.BytesPerPixel == 3 ||
-        (to.BytesPerPixel == 2 && !sameWords)) {
-        roundUp(b);
-        return true;
+    if (!b.keyed && sameWords && to.BytesPerPixel == 2) {
+        in32nds(b, kSdlIn32ndsTo255);
+        b.weight = alpha & b.rule.alphaBits;
+        return alpha != 128 || b.to == SdlLayout::kR5G6B5; // halves SDL mixes with the bit of no channel
     }
-    if (to.BytesPerPixel == 4) {
+    if (!b.keyed && sameOrder && to.BytesPerPixel == 4 && b.colours == 0xFFFFFF)
         b.ones = 0xFF000000;
-        return true;
-    }
-    // Halves of R5G5B5 SDL takes with the bit that belongs to no channel.
-    if (b.to == SdlLayout::k555 && alpha == 128)
-        return false;
-    inFiveBits(b, 255);
-    b.weight = alpha & b.alphaBits;
+    else
+        roundUp(b);
     return true;
 }
 
@@ -157,8 +148,7 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     b.place ^= (0x80 ^ source.b) << 8 * target.b;
     b.cut = 0xFFFFFFFF;
     b.colours = to.Rmask | to.Gmask | to.Bmask;
-    b.opaqueFrom = 255;
-    b.alphaBits = 0xFF;
+    b.rule = kSdlRoundsDown;
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
 
@@ -195,7 +185,9 @@ bool hasRectangle(const SDL_Surface& s, int x, int y, int width, int height) {
 
 bool shareMemory(const SDL_Surface& a, const SDL_Surface& b) {
     const auto beginA = reinterpret_cast<uintptr_t>(a.pixels), beginB = reinterpret_cast<uintptr_t>(b.pixels);
-    const auto bytes = [](const SDL_Surface& s) { return static_cast<uintptr_t>(s.pitch) * static_cast<uintptr_t>(s.h); };
+    const auto bytes = [](const SDL_Surface& s) {
+        return static_cast<uintptr_t>(s.pitch) * static_cast<uintptr_t>(s.h);
+    };
     return beginA < beginB + bytes(b) && beginB < beginA + bytes(a);
 }
 
@@ -207,12 +199,12 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
 
 } // namespace ormsel
 
-int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) {
+int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
     ormsel::SdlBlit blit;
     return src && dst && ormsel::choose(blit, *src, *dst);
 }
 
-int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
     using namespace ormsel;
     SdlBlit blit;
     if (!src || !dst || src->locked || dst->locked || !choose(blit, *src, *dst) || shareMemory(*src, *dst))
@@ -239,7 +231,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     }
     drawn.w = static_cast<Uint16>(x.size);
     drawn.h = static_cast<Uint16>(y.size);
-    if (blit.roundUp && !blit.perPixel && blit.weight == 0) // SDL draws nothing then
+    if (blit.rule.roundUp && !blit.perPixel && blit.weight == 0) // SDL draws nothing then
         return 0;
     blit.src = pixelAt(*src, x.from, y.from);
     blit.srcPitch = src->pitch;

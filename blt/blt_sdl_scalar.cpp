@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Zlib
-#include "blt_sdl_steps.h"
+#include "blt_sdl_steps_scalar.h"
 
 namespace ormsel {
 
@@ -25,9 +25,12 @@ void sdlScalarKernel(const SdlBlit& blit) {
     const SdlBlit b = blit; // of which no store to a pixel can be a part
     if (b.copies) {
         switch (sdlBytes(b.to)) {
-        case 4: return copyRows<SdlLayout::k32>(b);
-        case 3: return copyRows<SdlLayout::k24>(b);
-        default: return copyRows<SdlLayout::k565>(b);
+        case 4:
+            return copyRows<SdlLayout::k32>(b);
+        case 3:
+            return copyRows<SdlLayout::k24>(b);
+        default:
+            return copyRows<SdlLayout::kR5G6B5>(b);
         }
     }
     const SdlPlaces place(b.place);

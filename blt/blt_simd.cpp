@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Zlib
 //
 // The vector kernels, compiled once for each processor target: the lines below include this file again for
-// every one of them.
+// every one of them. And the list of all targets.
 #ifndef ORMSEL_SCALAR_ONLY
 
+// Nothing here needs them, and processors that lack them are spared the scalar kernels.
+#    define HWY_DISABLE_PCLMUL_AES
+#    define HWY_DISABLE_F16C
 #    define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
 #    undef HWY_TARGET_INCLUDE
 #    define HWY_TARGET_INCLUDE "blt_simd.cpp"
@@ -13,9 +16,9 @@
 
 #    if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-#        include "blt_generic_rows-inl.h"
-#        include "blt_rows-inl.h"
-#        include "blt_sdl-inl.h"
+#        include "blt_generic_steps-inl.h"
+#        include "blt_sdl_steps-inl.h"
+#        include "blt_steps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -31,16 +34,14 @@ namespace ormsel::HWY_NAMESPACE {
 #        endif
 
 extern const Kernels kKernels;
-const Kernels kKernels = {
-    ORMSEL_TARGET_NAME,
-    {alphaToRgb16<Argb32>, alphaToRgb16<Abgr32>, alphaToRgb16<Rgba32>, alphaToRgb16<Bgra32>},
-    {alphaToArgb32<Argb32>, alphaToArgb32<Abgr32>, alphaToArgb32<Rgba32>, alphaToArgb32<Bgra32>},
-    mixRgb16Kernel,
-    {convertRgb24ToRgb16<Rgb24>, convertRgb24ToRgb16<Bgr24>},
-    {mixRgb24ToRgb16<Rgb24>, mixRgb24ToRgb16<Bgr24>},
-    copyRows,
-    genericKernel,
-    sdlKernel,
+constexpr Kernels kKernels = {
+    .name = ORMSEL_TARGET_NAME,
+#        define ROW(Src, Dst, Rule) routeKernel<Src, Dst>,
+    .routes = {ORMSEL_ROUTES(ROW)},
+#        undef ROW
+    .generic = genericKernel,
+    .copy = copyRows,
+    .sdl = sdlKernel,
 };
 
 #        undef ORMSEL_TARGET_NAME
@@ -54,31 +55,69 @@ HWY_AFTER_NAMESPACE();
 
 #if defined(ORMSEL_SCALAR_ONLY) || HWY_ONCE
 
-#    include "blt_simd.h"
+#    include <algorithm>
+#    include <iterator>
+
+#    include "blt_kernels.h"
 
 namespace ormsel {
 
-size_t simdKernels([[maybe_unused]] const Kernels** list, [[maybe_unused]] size_t most) {
-    size_t count = 0;
 #    ifndef ORMSEL_SCALAR_ONLY
-    [[maybe_unused]] const auto offer = [&](uint32_t target, const Kernels& kernels) {
-        if (hwy::SupportedTargets() & target && count < most)
-            list[count++] = &kernels;
-    };
 #        if HWY_TARGETS & HWY_AVX3
-    offer(HWY_AVX3, N_AVX3::kKernels);
+#            define IF_AVX3(X) X(N_AVX3)
+#        else
+#            define IF_AVX3(X)
 #        endif
 #        if HWY_TARGETS & HWY_AVX2
-    offer(HWY_AVX2, N_AVX2::kKernels);
+#            define IF_AVX2(X) X(N_AVX2)
+#        else
+#            define IF_AVX2(X)
 #        endif
 #        if HWY_TARGETS & HWY_SSE4
-    offer(HWY_SSE4, N_SSE4::kKernels);
+#            define IF_SSE4(X) X(N_SSE4)
+#        else
+#            define IF_SSE4(X)
 #        endif
 #        if HWY_TARGETS & HWY_NEON
-    offer(HWY_NEON, N_NEON::kKernels);
+#            define IF_NEON(X) X(N_NEON)
+#        else
+#            define IF_NEON(X)
 #        endif
+#        define VECTOR_TARGETS(X) IF_AVX3(X) IF_AVX2(X) IF_SSE4(X) IF_NEON(X)
+#    else
+#        define VECTOR_TARGETS(X)
 #    endif
-    return count;
+
+namespace {
+
+// How many vector targets from the best one on this processor can't run. One that has the instructions of a
+// target, as Highway's HWY_TARGET_STR names them, is taken to have those of the targets behind it only where
+// it says so. (Highway's own test is in its library, which needs a C++ runtime.)
+[[maybe_unused]] size_t unavailableTargets() {
+#    if !defined(ORMSEL_SCALAR_ONLY) && HWY_ARCH_X86
+    const bool sse4 = __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1") &&
+                      __builtin_cpu_supports("sse4.2");
+    const bool avx2 = sse4 && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                      __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+    const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+                        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
+    return avx512 ? 0 : avx2 ? 1 : sse4 ? 2 : 3;
+#    else
+    return 0;
+#    endif
+}
+
+} // namespace
+
+TargetList allTargets() {
+#    define KERNELS(target) &target::kKernels,
+    static constexpr const Kernels* kKernels[] = {VECTOR_TARGETS(KERNELS) & kScalarKernels};
+#    undef KERNELS
+#    define NAME(target) target::kKernels.name,
+    static constexpr const char* kNames[] = {VECTOR_TARGETS(NAME) "scalar", nullptr};
+#    undef NAME
+    // A build for processors that have a target anyway leaves out those behind it.
+    return {kKernels, kNames, std::size(kKernels), std::min(unavailableTargets(), std::size(kKernels) - 1)};
 }
 
 } // namespace ormsel

@@ -1,53 +1,39 @@
 // SPDX-License-Identifier: Zlib
 #include <ormsel/ormsel_target.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
 #include <proto/exec.h>
 
 #include "blt_kernels.h"
-#include "blt_simd.h"
 
 namespace ormsel {
 
 namespace {
 
-constexpr size_t kMostTargets = 8;
+// The kernels of a target that this processor can run, or nullptr.
+const Kernels* find(const char* name) {
+    const TargetList targets = allTargets();
+    for (size_t i = targets.unavailable; i < targets.count; ++i)
+        if (std::strcmp(targets.kernels[i]->name, name) == 0)
+            return targets.kernels[i];
+    return nullptr;
+}
 
-// The targets of this processor, best first. Filled once.
-struct Available {
-    const Kernels* kernels[kMostTargets];
-    const char* names[kMostTargets + 1] = {};
-    size_t count;
-
-    Available() : count(simdKernels(kernels, kMostTargets - 1)) {
-        kernels[count++] = &kScalarKernels;
-        for (size_t i = 0; i < count; ++i)
-            names[i] = kernels[i]->name;
-    }
-    const Kernels* find(const char* name) const {
-        for (size_t i = 0; i < count; ++i)
-            if (std::strcmp(names[i], name) == 0)
-                return kernels[i];
-        return nullptr;
-    }
-};
-
-const Available& available() {
-    static const Available targets;
-    return targets;
+const Kernels* best() {
+    const TargetList targets = allTargets();
+    return targets.kernels[targets.unavailable];
 }
 
 const Kernels* choose() {
     const char* wanted = std::getenv("ORMSEL_TARGET");
-    if (wanted && *wanted) {
-        if (const Kernels* found = available().find(wanted))
-            return found;
-        DebugPrintF("ORMSEL_TARGET: '%s' is not available here, using '%s'.\n", wanted, available().names[0]);
-    }
-    return available().kernels[0];
+    if (!wanted || !*wanted)
+        return best();
+    if (const Kernels* found = find(wanted))
+        return found;
+    DebugPrintF("ORMSEL_TARGET: '%s' is not available here, using '%s'.\n", wanted, best()->name);
+    return best();
 }
 
 } // namespace
@@ -62,17 +48,20 @@ const Kernels& chooseKernels() {
 
 } // namespace ormsel
 
-const char* ormsel_TargetName(void) {
-    return ormsel::kernelsInUse().name;
+using namespace ormsel;
+
+const char* ormsel_TargetName(void) noexcept {
+    return kernelsInUse().name;
 }
 
-int ormsel_ForceTarget(const char* name) {
-    const ormsel::Kernels* kernels = name ? ormsel::available().find(name) : ormsel::available().kernels[0];
+const char* const* ormsel_Targets(void) noexcept {
+    const TargetList targets = allTargets();
+    return targets.names + targets.unavailable;
+}
+
+int ormsel_ForceTarget(const char* name) noexcept {
+    const Kernels* kernels = name ? find(name) : best();
     if (kernels)
-        ormsel::currentKernels.store(kernels, std::memory_order_relaxed);
+        currentKernels.store(kernels, std::memory_order_relaxed);
     return kernels != nullptr;
-}
-
-const char* const* ormsel_Targets(void) {
-    return ormsel::available().names;
 }

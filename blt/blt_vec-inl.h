@@ -59,56 +59,6 @@ HWY_INLINE V16 kept16(uint16_t lanes) {
 
 // --- Loads and stores ---------------------------------------------------------------------------------
 
-// How many lanes of a step count: all of them, or, in the masked step at the end of a row, the first few.
-struct Whole {};
-struct First {
-    size_t count;
-};
-
-// The first few pixels of a row in the lower half of the lanes, and of the next row in the upper half.
-struct TwoRows {
-    size_t count;
-    ptrdiff_t srcPitch, oldPitch, dstPitch;
-};
-
-// The 16-bit lanes of a step as two vectors of 32-bit lanes.
-HWY_INLINE Whole firstHalf(Whole) {
-    return {};
-}
-HWY_INLINE Whole secondHalf(Whole) {
-    return {};
-}
-HWY_INLINE First firstHalf(First lanes) {
-    return {lanes.count < kLanes32 ? lanes.count : kLanes32};
-}
-HWY_INLINE First secondHalf(First lanes) {
-    return {lanes.count < kLanes32 ? 0 : lanes.count - kLanes32};
-}
-
-HWY_INLINE First firstHalf(const TwoRows& lanes) {
-    return {lanes.count};
-}
-HWY_INLINE First secondHalf(const TwoRows& lanes) {
-    return {lanes.count};
-}
-
-// From a step's first source pixel to that of the second half, given the bytes of a half.
-template <class Lanes>
-HWY_INLINE ptrdiff_t toSecondHalf(ptrdiff_t bytes, const Lanes& lanes) {
-    if constexpr (std::is_same_v<Lanes, TwoRows>)
-        return lanes.srcPitch;
-    else
-        return bytes;
-}
-
-// How many lanes belong to whole groups of four pixels, for each half.
-HWY_INLINE uint32_t groupedLanes(First lanes) {
-    return (1U << (lanes.count & ~size_t{3})) - 1;
-}
-HWY_INLINE uint32_t groupedLanes(const TwoRows& lanes) {
-    return groupedLanes(First{lanes.count}) * 0x10001;
-}
-
 template <class D>
 HWY_INLINE auto loadAt(D d, const uint8_t* p) {
     return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(p));
@@ -117,12 +67,6 @@ HWY_INLINE auto loadAt(D d, const uint8_t* p) {
 template <class D, class V>
 HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
     hn::StoreU(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
-}
-
-// Lanes from memory where the mask is set, 0 elsewhere; on targets with masked row ends nothing else is read.
-template <class D, class M>
-HWY_INLINE auto loadWhere(D d, M mask, const uint8_t* p) {
-    return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
 }
 
 // Loads what a step will need a little later. A hint that touches no memory in the language's sense: it may
@@ -134,141 +78,172 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
         __builtin_prefetch(p + kDistance + i);
 }
 
-// Stores the lanes whose mask is set and touches no other byte.
-template <class D, class V, class M>
-HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
-    using T = hn::TFromD<D>;
-#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
-    if constexpr (HWY_TARGET == HWY_AVX3 || sizeof(T) >= 4) {
-        hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
-        return;
+// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the masked step at
+// the end of a row, the first few; or those of two rows.
+//   - load(d, p): what stands in these lanes; loadOld() the same for old destination pixels
+//   - loadOldWhere(d, mask, p): those that the mask has; the others hold anything
+//   - storeWhere(d, v, mask, p): stores the lanes that the mask has, and touches no other byte
+//   - only(d, mask): the mask without lanes that don't count
+//   - firstHalf(), secondHalf(): the 16-bit lanes of a step as two vectors of 32-bit lanes
+//   - secondSource(bytes): from the first source pixel to that of the second half, given a half's bytes
+struct Whole {
+    HWY_INLINE Whole firstHalf() const { return {}; }
+    HWY_INLINE Whole secondHalf() const { return {}; }
+    static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
+
+    template <class D, class M>
+    static HWY_INLINE M only(D, M mask) {
+        return mask;
     }
-#    endif
-    if (hn::AllTrue(d, mask)) {
+    template <class D>
+    static HWY_INLINE auto load(D d, const uint8_t* p) {
+        return loadAt(d, p);
+    }
+    template <class D>
+    static HWY_INLINE auto loadOld(D d, const uint8_t* p) {
+        return loadAt(d, p);
+    }
+    template <class D, class V>
+    static HWY_INLINE void store(D d, V v, uint8_t* p) {
         storeAt(d, v, p);
-        return;
     }
-    alignas(HWY_MAX_BYTES) T lanes[HWY_MAX_BYTES / sizeof(T)];
-    uint8_t bytes[8] = {};
-    hn::Store(v, d, lanes);
-    hn::StoreMaskBits(d, mask, bytes);
-    uint64_t bits = 0;
-    std::memcpy(&bits, bytes, sizeof bits);
-    for (; bits; bits &= bits - 1) {
-        const auto i = static_cast<size_t>(__builtin_ctzll(bits));
-        std::memcpy(p + i * sizeof(T), lanes + i, sizeof(T));
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
+        if constexpr (kMasks)
+            return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return loadAt(d, p);
     }
-}
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
+        using T = hn::TFromD<D>;
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
+        if constexpr (HWY_TARGET == HWY_AVX3 || sizeof(T) >= 4) {
+            hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+            return;
+        }
+#    endif
+        if (hn::AllTrue(d, mask)) {
+            storeAt(d, v, p);
+            return;
+        }
+        alignas(HWY_MAX_BYTES) T lanes[HWY_MAX_BYTES / sizeof(T)];
+        uint8_t bytes[8] = {};
+        hn::Store(v, d, lanes);
+        hn::StoreMaskBits(d, mask, bytes);
+        uint64_t bits = 0;
+        std::memcpy(&bits, bytes, sizeof bits);
+        for (; bits; bits &= bits - 1) {
+            const auto i = static_cast<size_t>(__builtin_ctzll(bits));
+            std::memcpy(p + i * sizeof(T), lanes + i, sizeof(T));
+        }
+    }
+};
 
-// Whole vectors are loaded and stored by the mask alone. Row ends take no wider accesses than they need: in a
-// small image a vector's length reaches into the next rows, and a load that overlaps the span of an earlier
-// masked store waits for it, even where the mask has no byte.
-template <class D, class M>
-HWY_INLINE auto loadWhere(D d, M mask, const uint8_t* p, Whole) {
-    return loadWhere(d, mask, p);
-}
-
-template <class D, class V, class M>
-HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, Whole) {
-    storeWhere(d, v, mask, p);
-}
-
+#    if HWY_TARGET == HWY_AVX3
+// The first few pixels of a row. They take no wider accesses than they need: in a small image a vector's
+// length reaches into the next rows, and a load that overlaps the span of an earlier masked store waits for
+// it, even where the mask has no byte.
+//
 // The empty asm statements: g++ would store with an extraction, which faults on pages that the mask leaves
 // out.
-#    if HWY_TARGET == HWY_AVX3
-template <class D, class M>
-HWY_INLINE hn::Vec<D> loadWhere(D d, M mask, const uint8_t* p, First lanes) {
-    constexpr bool kWords = sizeof(hn::TFromD<D>) == 4;
-    const size_t bytes = lanes.count * sizeof(hn::TFromD<D>);
-    if (bytes <= 16)
-        return hn::Vec<D>{
-            _mm512_zextsi128_si512(kWords ? _mm_maskz_loadu_epi32(static_cast<__mmask8>(mask.raw), p)
-                                          : _mm_maskz_loadu_epi16(static_cast<__mmask8>(mask.raw), p))};
-    if (bytes <= 32)
-        return hn::Vec<D>{
-            _mm512_zextsi256_si512(kWords ? _mm256_maskz_loadu_epi32(static_cast<__mmask8>(mask.raw), p)
-                                          : _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p))};
-    return loadWhere(d, mask, p);
-}
+struct First {
+    size_t count;
 
-template <class D, class V, class M>
-HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p, First lanes) {
-    constexpr bool kWords = sizeof(hn::TFromD<D>) == 4;
-    const size_t bytes = lanes.count * sizeof(hn::TFromD<D>);
-    if (bytes > 32) {
-        storeWhere(d, v, mask, p);
-    } else if (bytes > 16) {
-        __m256i low = _mm512_castsi512_si256(v.raw);
-        asm("" : "+v"(low));
-        if constexpr (kWords)
-            _mm256_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
-        else
-            _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), low);
-    } else {
-        __m128i low = _mm512_castsi512_si128(v.raw);
-        asm("" : "+v"(low));
-        if constexpr (kWords)
-            _mm_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
-        else
-            _mm_mask_storeu_epi16(p, static_cast<__mmask8>(mask.raw), low);
+    HWY_INLINE First firstHalf() const { return {count < kLanes32 ? count : kLanes32}; }
+    HWY_INLINE First secondHalf() const { return {count < kLanes32 ? 0 : count - kLanes32}; }
+    static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
+
+    // The lanes that belong to whole groups of four pixels, as bits.
+    HWY_INLINE uint32_t grouped() const { return (1U << (count & ~size_t{3})) - 1; }
+
+    template <class D, class M>
+    HWY_INLINE M only(D d, M mask) const {
+        return hn::And(mask, hn::FirstN(d, count));
     }
-}
+    template <class D>
+    HWY_INLINE auto load(D d, const uint8_t* p) const {
+        return hn::MaskedLoad(hn::FirstN(d, count), d, reinterpret_cast<const hn::TFromD<D>*>(p));
+    }
+    template <class D>
+    HWY_INLINE auto loadOld(D d, const uint8_t* p) const {
+        return loadOldWhere(d, hn::FirstN(d, count), p);
+    }
+    template <class D, class V>
+    HWY_INLINE void store(D d, V v, uint8_t* p) const {
+        storeWhere(d, v, hn::FirstN(d, count), p);
+    }
+    template <class D, class M>
+    HWY_INLINE hn::Vec<D> loadOldWhere(D d, M mask, const uint8_t* p) const {
+        constexpr bool kWords = sizeof(hn::TFromD<D>) == 4;
+        const size_t bytes = count * sizeof(hn::TFromD<D>);
+        if (bytes <= 16)
+            return hn::Vec<D>{
+                _mm512_zextsi128_si512(kWords ? _mm_maskz_loadu_epi32(static_cast<__mmask8>(mask.raw), p)
+                                              : _mm_maskz_loadu_epi16(static_cast<__mmask8>(mask.raw), p))};
+        if (bytes <= 32)
+            return hn::Vec<D>{_mm512_zextsi256_si512(
+                kWords ? _mm256_maskz_loadu_epi32(static_cast<__mmask8>(mask.raw), p)
+                       : _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p))};
+        return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+    }
+    template <class D, class V, class M>
+    HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) const {
+        using T = hn::TFromD<D>;
+        const size_t bytes = count * sizeof(T);
+        if (bytes > 32) {
+            hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+        } else if (bytes > 16) {
+            __m256i low = _mm512_castsi512_si256(v.raw);
+            asm("" : "+v"(low));
+            if constexpr (sizeof(T) == 4)
+                _mm256_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
+            else
+                _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), low);
+        } else {
+            __m128i low = _mm512_castsi512_si128(v.raw);
+            asm("" : "+v"(low));
+            if constexpr (sizeof(T) == 4)
+                _mm_mask_storeu_epi32(p, static_cast<__mmask8>(mask.raw), low);
+            else
+                _mm_mask_storeu_epi16(p, static_cast<__mmask8>(mask.raw), low);
+        }
+    }
+};
 
-HWY_INLINE V16 loadWhere(D16, hn::Mask<D16> mask, const uint8_t* p, const TwoRows& rows) {
-    const __m256i lower = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p);
-    const __m256i upper = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw >> 16), p + rows.oldPitch);
-    return V16{_mm512_inserti64x4(_mm512_castsi256_si512(lower), upper, 1)};
-}
+// The first few pixels of a row in the lower half of the lanes, and of the next row in the upper half.
+struct TwoRows {
+    size_t count;
+    ptrdiff_t srcPitch, oldPitch, dstPitch;
 
-HWY_INLINE void storeWhere(D16, V16 v, hn::Mask<D16> mask, uint8_t* p, const TwoRows& rows) {
-    __m256i lower = _mm512_castsi512_si256(v.raw);
-    asm("" : "+v"(lower));
-    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), lower);
-    _mm256_mask_storeu_epi16(p + rows.dstPitch, static_cast<__mmask16>(mask.raw >> 16),
-                             _mm512_extracti64x4_epi64(v.raw, 1));
-}
+    HWY_INLINE First firstHalf() const { return {count}; }
+    HWY_INLINE First secondHalf() const { return {count}; }
+    HWY_INLINE ptrdiff_t secondSource(ptrdiff_t) const { return srcPitch; }
+    HWY_INLINE uint32_t grouped() const { return First{count}.grouped() * 0x10001; }
+
+    HWY_INLINE V16 loadOldWhere(D16, hn::Mask<D16> mask, const uint8_t* p) const {
+        const __m256i lower = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p);
+        const __m256i upper = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw >> 16), p + oldPitch);
+        return V16{_mm512_inserti64x4(_mm512_castsi256_si512(lower), upper, 1)};
+    }
+    HWY_INLINE void storeWhere(D16, V16 v, hn::Mask<D16> mask, uint8_t* p) const {
+        __m256i lower = _mm512_castsi512_si256(v.raw);
+        asm("" : "+v"(lower));
+        _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), lower);
+        _mm256_mask_storeu_epi16(p + dstPitch, static_cast<__mmask16>(mask.raw >> 16),
+                                 _mm512_extracti64x4_epi64(v.raw, 1));
+    }
+};
+#    else
+// Steps that no other target has.
+struct First {
+    size_t count;
+};
+struct TwoRows {
+    size_t count;
+    ptrdiff_t srcPitch, oldPitch, dstPitch;
+};
 #    endif
-
-template <class D>
-HWY_INLINE auto loadLanes(D d, const uint8_t* p, Whole) {
-    return loadAt(d, p);
-}
-
-template <class D>
-HWY_INLINE auto loadLanes(D d, const uint8_t* p, First lanes) {
-    return loadWhere(d, hn::FirstN(d, lanes.count), p);
-}
-
-// The same for old destination pixels.
-template <class D>
-HWY_INLINE auto loadOld(D d, const uint8_t* p, Whole) {
-    return loadAt(d, p);
-}
-
-template <class D>
-HWY_INLINE auto loadOld(D d, const uint8_t* p, First lanes) {
-    return loadWhere(d, hn::FirstN(d, lanes.count), p, lanes);
-}
-
-template <class D, class M>
-HWY_INLINE M onlyLanes(D, M mask, Whole) {
-    return mask;
-}
-
-template <class D, class M>
-HWY_INLINE M onlyLanes(D d, M mask, First lanes) {
-    return hn::And(mask, hn::FirstN(d, lanes.count));
-}
-
-template <class D, class V>
-HWY_INLINE void storeLanes(D d, V v, uint8_t* p, Whole) {
-    storeAt(d, v, p);
-}
-
-template <class D, class V>
-HWY_INLINE void storeLanes(D d, V v, uint8_t* p, First lanes) {
-    storeWhere(d, v, hn::FirstN(d, lanes.count), p, lanes);
-}
 
 // One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
 HWY_INLINE V32 spread24(V32 packed) {
@@ -287,7 +262,8 @@ HWY_INLINE V32 spread24(V32 packed) {
 HWY_INLINE V32 load24(const uint8_t* p, Whole) {
     const D32 d32;
 #    if HWY_TARGET == HWY_AVX3
-    return spread24(loadWhere(d32, hn::FirstN(d32, kLanes32 / 4 * 3), p));
+    return spread24(
+        hn::MaskedLoad(hn::FirstN(d32, kLanes32 / 4 * 3), d32, reinterpret_cast<const uint32_t*>(p)));
 #    elif HWY_TARGET == HWY_AVX2
     // Bytes 0 to 15 and 8 to 23: the upper block has its first pixel in bytes 4 to 6.
     alignas(32) static constexpr uint8_t kSpread[32] = {
@@ -298,14 +274,17 @@ HWY_INLINE V32 load24(const uint8_t* p, Whole) {
     return as(d32, hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kSpread)));
 #    else
     const hn::Half<D64> half;
-    return spread24(as(d32, hn::Combine(D64(), hn::Set(half, ormsel::load32(p + 8)), loadAt(half, p))));
+    return spread24(
+        as(d32, hn::Combine(D64(), hn::Set(half, ormsel::loadWord<uint32_t>(p + 8)), loadAt(half, p))));
 #    endif
 }
 
+#    if HWY_TARGET == HWY_AVX3
 HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
     const D8 d8;
-    return spread24(as(D32(), loadWhere(d8, hn::FirstN(d8, lanes.count * 3), p)));
+    return spread24(as(D32(), hn::MaskedLoad(hn::FirstN(d8, lanes.count * 3), d8, p)));
 }
+#    endif
 
 // Each lane's low three bytes, one after the other; zeros behind the last.
 HWY_INLINE V32 pack24(V32 v) {
@@ -443,17 +422,10 @@ struct StoreSet {
 
     HWY_INLINE bool isEmpty() const { return hn::AllFalse(d, lanes); }
 
-    // Lanes outside the set hold anything.
+    // Their old pixels as lanes of To; the other lanes hold anything.
     template <class To, class Lanes>
-    HWY_INLINE auto loadOld(To to, const uint8_t* p, Lanes step) const {
-        if constexpr (kMasks)
-            return as(to, loadWhere(d, lanes, p, step));
-        else
-            return loadAt(to, p);
-    }
-    template <class V, class Lanes>
-    HWY_INLINE void store(V v, uint8_t* p, Lanes step) const {
-        storeWhere(d, as(d, v), lanes, p, step);
+    HWY_INLINE auto loadOld(To to, const uint8_t* p, const Lanes& step) const {
+        return as(to, step.loadOldWhere(d, lanes, p));
     }
 };
 
@@ -466,13 +438,17 @@ struct GenericPixels<4> : StoreSet<D32> {
     explicit HWY_INLINE GenericPixels(M32 drawn) : StoreSet<D32>{D32(), drawn} {}
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
-        return StoreSet<D32>::loadOld(D32(), p, step);
+    HWY_INLINE V32 loadOld(const uint8_t* p, const Lanes& step) const {
+        return step.loadOldWhere(d, lanes, p);
+    }
+    template <class Lanes>
+    HWY_INLINE void store(V32 v, uint8_t* p, const Lanes& step) const {
+        step.storeWhere(d, v, lanes, p);
     }
 };
 
 // 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
-// pixel is drawn, too. Old pixels come from one byte further on, see loadFollowing24(); a pixel's own store
+// pixel is drawn, too. Old pixels come from one byte further on, see loadOldPixel(); a pixel's own store
 // never changes what a later one reads there.
 template <>
 struct GenericPixels<3> {
@@ -529,26 +505,28 @@ struct GenericPixels<3> {
         hn::Store(hn::And(v, hn::Set(d32, 0xFFFFFF)), d32, pixels); // a store's fourth byte is the zero
         hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
         for (size_t i = 0; i < kLanes32; ++i)
-            ormsel::store32(keep[i] ? p + 3 * i : elsewhere, pixels[i]);
+            ormsel::storeWord(keep[i] ? p + 3 * i : elsewhere, pixels[i]);
         asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
     }
 #    endif
 };
 
-// Pixels of A8R8G8B8 go in pairs: see alphaRowToArgb32(). drawn is not 0 in each lane to be drawn.
+// Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0 in each lane to be drawn.
 HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
     const D64 d64;
     return {d64, hn::Ne(as(d64, drawn), hn::Zero(d64))};
 }
 
+#    if HWY_TARGET == HWY_AVX3
 // The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0.
 HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
     const D32 d32;
     const auto pair = hn::Or(drawn, hn::Reverse2(d32, drawn));
-    return {d32, onlyLanes(d32, hn::Ne(pair, hn::Zero(d32)), lanes)};
+    return {d32, lanes.only(d32, hn::Ne(pair, hn::Zero(d32)))};
 }
+#    endif
 
-// Pixels of R5G6B5 go in words of two, four pixels in a group: see alphaRowToRgb16(). drawn is not 0 in each
+// Pixels of R5G6B5 go in words of two, four pixels in a group: see storeUnit(). drawn is not 0 in each
 // lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
 // both; so the words stored are those with a drawn pixel, and those beside a word with just one.
 HWY_INLINE V32 besideJustOne(V16 drawn) {
@@ -566,7 +544,7 @@ template <class Lanes>
 HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
     const D16 d16;
     const D32 d32;
-    const V16 grouped = hn::VecFromMask(d16, hn::Mask<D16>{groupedLanes(lanes)});
+    const V16 grouped = hn::VecFromMask(d16, hn::Mask<D16>{lanes.grouped()});
     const V32 beside = besideJustOne(drawn);
     const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside is 1 or all ones
     const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));

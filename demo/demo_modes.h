@@ -3,16 +3,17 @@
 
 #include <SDL.h>
 
-constexpr int ScreenWidth = 800;
-constexpr int ScreenHeight = 600;
+constexpr int kScreenWidth = 800;
+constexpr int kScreenHeight = 600;
 
-/// Draws both pictures once on an SDL screen and waits for Esc or a quit request. Ends the process with
-/// exit code 1 when there is no SDL video.
-/// @param background replaced by its copy in the screen's format; that one stays for the process to free
-/// @param depth      16 or 32 bits per pixel
+// Draws both pictures once on an SDL screen and waits for Esc or a quit request. Ends the process with
+// exit code 1 when there is no SDL video.
+// @param background replaced by its copy in the screen's format, if memory allows; it stays for the process
+// to free
+// @param depth      16 or 32 bits per pixel
 void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth);
 
-/// Lets the user move the alpha picture about on a native display. Returns at once when there is none.
-/// @param alpha its per-surface alpha is what the keys and the wheel change
-/// @param depth 16 or 32 bits per pixel
+// Lets the user move the alpha picture about on a native display. Returns at once when there is none.
+// @param alpha its per-surface alpha is what the keys and the wheel change
+// @param depth 16 or 32 bits per pixel
 void runNativeMode(SDL_Surface* background, SDL_Surface* alpha, int depth, bool fullscreen);

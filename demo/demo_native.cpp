@@ -21,35 +21,39 @@
 
 namespace {
 
-constexpr char Dashes[] = "---------------------------------------------------";
-constexpr char Banner[] = "Running korvalen - Amiga native version";
+constexpr char kDashes[] = "---------------------------------------------------";
+constexpr char kBanner[] = "Running korvalen - Amiga native version";
 
-constexpr uint32 PlainCopy = 0xC0; // minterm
+// Minterm.
+constexpr uint32 kPlainCopy = 0xC0;
 
 enum RawKey : uint16 {
-    KeyEsc = 69,
-    KeypadMinus = 74,
-    KeyUp = 76,
-    KeyDown = 77,
-    KeyRight = 78,
-    KeyLeft = 79,
-    KeypadPlus = 94,
+    kKeyEsc = 69,
+    kKeypadMinus = 74,
+    kKeyUp = 76,
+    kKeyDown = 77,
+    kKeyRight = 78,
+    kKeyLeft = 79,
+    kKeypadPlus = 94,
 };
 
-/// What is kept of an input message once it has been replied to.
+// What is kept of an input message once it has been replied to.
 struct Input {
-    uint32 IClass;
-    uint16 ICode;
-    uint32 MouseX, MouseY;
-    int16 wheel; ///< steps; 0 unless the message carries wheel data
+    uint32 messageClass;
+    uint16 code;
+    uint32 mouseX, mouseY;
+    // Steps; 0 unless the message carries wheel data.
+    int16 wheel;
 
-    explicit Input(const IntuiMessage& IMsg)
-        : IClass(IMsg.Class), ICode(IMsg.Code), MouseX(static_cast<uint32>(IMsg.MouseX)),
-          MouseY(static_cast<uint32>(IMsg.MouseY)), wheel(0) {
+    explicit Input(const IntuiMessage& message)
+        : messageClass(message.Class), code(message.Code), mouseX(static_cast<uint32>(message.MouseX)),
+          mouseY(static_cast<uint32>(message.MouseY)), wheel(0) {
         if (carriesWheel())
-            wheel = static_cast<const IntuiWheelData*>(IMsg.IAddress)->WheelY;
+            wheel = static_cast<const IntuiWheelData*>(message.IAddress)->WheelY;
     }
-    bool carriesWheel() const { return IClass == IDCMP_EXTENDEDMOUSE && ICode & IMSGCODE_INTUIWHEELDATA; }
+    bool carriesWheel() const {
+        return messageClass == IDCMP_EXTENDEDMOUSE && code & IMSGCODE_INTUIWHEELDATA;
+    }
 };
 
 TTF_Font* openFont(const char* path, int points) {
@@ -59,12 +63,12 @@ TTF_Font* openFont(const char* path, int points) {
     return font;
 }
 
-/// Seconds count as much as milliseconds here: a difference is a time in milliseconds only while the seconds
-/// do not change.
+// Seconds count as much as milliseconds here: a difference is a time in milliseconds only while the seconds
+// do not change.
 double readTimer() {
-    TimeVal m_time_val;
-    GetSysTime(&m_time_val);
-    return m_time_val.Seconds + m_time_val.Microseconds / 1000.0;
+    TimeVal time;
+    GetSysTime(&time);
+    return time.Seconds + time.Microseconds / 1000.0;
 }
 
 class NativeMode {
@@ -74,14 +78,14 @@ public:
     NativeMode(const NativeMode&) = delete;
     NativeMode& operator=(const NativeMode&) = delete;
 
-    /// Serves input until the user ends the program.
+    // Serves input until the user ends the program.
     void run();
 
 private:
     void allocateBitmaps(uint32 depth);
     void showFirstPicture();
 
-    /// These return whether the frame is to be drawn again.
+    // These return whether the frame is to be drawn again.
     bool handle(const Input& input);
     bool handleButton(const Input& input);
     bool handleKey(uint16 code);
@@ -91,50 +95,54 @@ private:
 
     void redraw();
 
-    ORU_VideoInfo* vi;
-    SDL_Surface* background;
-    SDL_Surface* alpha;
-    BitMap* screenBuffer;
-    BitMap* backBuffer = nullptr; ///< each frame is composed here
-    BitMap* backGround = nullptr; ///< holds the background picture
-    TTF_Font* pFont = nullptr;
-    TTF_Font* pCourier = nullptr;
-    uint32 px = 0, py = 0; ///< where the alpha picture stands; signed in meaning
-    int16 constantAlpha = 0;
-    bool refresh = true; ///< the first message, whatever it is, draws the frame
-    bool button_down = false;
-    bool out = false;
+    ORU_VideoInfo* vi_;
+    SDL_Surface* background_;
+    SDL_Surface* alpha_;
+    BitMap* screenBuffer_;
+    // Each frame is composed here.
+    BitMap* backBuffer_ = nullptr;
+    // Holds the background picture.
+    BitMap* backGround_ = nullptr;
+    TTF_Font* pFont_ = nullptr;
+    TTF_Font* pCourier_ = nullptr;
+    // Where the alpha picture stands; signed in meaning.
+    uint32 px_ = 0, py_ = 0;
+    int16 constantAlpha_ = 0;
+    // The first message, whatever it is, draws the frame.
+    bool refresh_ = true;
+    bool buttonDown_ = false;
+    bool out_ = false;
 };
 
 NativeMode::NativeMode(ORU_VideoInfo* display, SDL_Surface* backgroundPicture, SDL_Surface* alphaPicture,
                        int depth)
-    : vi(display), background(backgroundPicture), alpha(alphaPicture),
-      screenBuffer(display->screen->RastPort.BitMap) {
+    : vi_(display), background_(backgroundPicture), alpha_(alphaPicture),
+      screenBuffer_(display->screen->RastPort.BitMap) {
     allocateBitmaps(static_cast<uint32>(depth));
-    DebugPrintF("Destintion is in %s\n", p96GetBitMapAttr(backBuffer, P96BMA_ISONBOARD) ? "vmem" : "sys");
-    DebugPrintF("%s\n", Dashes);
+    DebugPrintF("Destintion is in %s\n", p96GetBitMapAttr(backBuffer_, P96BMA_ISONBOARD) ? "vmem" : "sys");
+    DebugPrintF("%s\n", kDashes);
 
-    pFont = openFont("/fonts/FreeSans.ttf", 18);
-    pCourier = openFont("/fonts/FreeMono.ttf", 12);
+    pFont_ = openFont("/fonts/FreeSans.ttf", 18);
+    pCourier_ = openFont("/fonts/FreeMono.ttf", 12);
 
     showFirstPicture();
 
-    px = (ScreenWidth - static_cast<uint32>(alpha->w)) / 2;
-    py = (ScreenHeight - static_cast<uint32>(alpha->h)) / 2;
-    constantAlpha = alpha->format->alpha;
+    px_ = (kScreenWidth - static_cast<uint32>(alpha_->w)) / 2;
+    py_ = (kScreenHeight - static_cast<uint32>(alpha_->h)) / 2;
+    constantAlpha_ = alpha_->format->alpha;
 }
 
 NativeMode::~NativeMode() {
-    if (backBuffer && backBuffer != screenBuffer)
-        FreeBitMap(backBuffer);
-    FreeBitMap(backGround);
-    if (pFont)
-        TTF_CloseFont(pFont);
-    if (pCourier)
-        TTF_CloseFont(pCourier);
+    if (backBuffer_ && backBuffer_ != screenBuffer_)
+        FreeBitMap(backBuffer_);
+    FreeBitMap(backGround_);
+    if (pFont_)
+        TTF_CloseFont(pFont_);
+    if (pCourier_)
+        TTF_CloseFont(pCourier_);
 }
 
-/// Frames are composed in R5G6B5 on every screen; the background is kept in the screen's own format.
+// Frames are composed in R5G6B5 on every screen; the background is kept in the screen's own format.
 void NativeMode::allocateBitmaps(uint32 depth) {
     TagItem ti[7] = {
         {BMATags_RGBFormat, RGBFB_R5G6B5},
@@ -145,149 +153,152 @@ void NativeMode::allocateBitmaps(uint32 depth) {
         {BMATags_Depth, depth},
         {TAG_DONE, 0},
     };
-    backBuffer = AllocBitMap(ScreenWidth, ScreenHeight, depth, BMF_CHECKVALUE, ti);
+    backBuffer_ = AllocBitMap(kScreenWidth, kScreenHeight, depth, BMF_CHECKVALUE, ti);
 
     RenderInfo ri;
-    if (const int32 lock = p96LockBitMap(screenBuffer, reinterpret_cast<uint8*>(&ri), sizeof ri)) {
+    if (const int32 lock = p96LockBitMap(screenBuffer_, reinterpret_cast<uint8*>(&ri), sizeof ri)) {
         ti[0].ti_Data = ri.RGBFormat;
-        p96UnlockBitMap(screenBuffer, lock);
+        p96UnlockBitMap(screenBuffer_, lock);
     }
-    backGround = AllocBitMap(ScreenWidth, ScreenHeight, depth, BMF_CHECKVALUE, ti);
+    backGround_ = AllocBitMap(kScreenWidth, kScreenHeight, depth, BMF_CHECKVALUE, ti);
 
-    if (!backBuffer)
-        backBuffer = screenBuffer;
+    if (!backBuffer_)
+        backBuffer_ = screenBuffer_;
 }
 
 void NativeMode::showFirstPicture() {
-    drawImage(background, backGround, 0, 0);
+    drawImage(background_, backGround_, 0, 0);
     // Once more, over the timing line of the first time.
-    SDL_BlitAlphaSurfaceBitMap(background, 0, 0, backGround, 0, 0, static_cast<unsigned long>(background->w),
-                               static_cast<unsigned long>(background->h), 1);
-    if (backGround)
-        BltBitMap(backGround, 0, 0, backBuffer, 0, 0, ScreenWidth, ScreenHeight, PlainCopy, 0xFF, nullptr);
-    drawImage(alpha, backBuffer, 0, 0);
-    dumpSurfaceInfoXY("alpha", alpha, backBuffer, 3, 25, white, pCourier);
-    if (backBuffer != screenBuffer)
-        BltBitMapRastPort(backBuffer, 0, 0, vi->window->RPort, 0, 0, ScreenWidth, ScreenHeight, PlainCopy);
+    SDL_BlitAlphaSurfaceBitMap(background_, 0, 0, backGround_, 0, 0,
+                               static_cast<unsigned long>(background_->w),
+                               static_cast<unsigned long>(background_->h), 1);
+    if (backGround_)
+        BltBitMap(backGround_, 0, 0, backBuffer_, 0, 0, kScreenWidth, kScreenHeight, kPlainCopy, 0xFF,
+                  nullptr);
+    drawImage(alpha_, backBuffer_, 0, 0);
+    dumpSurfaceInfoXY("alpha", alpha_, backBuffer_, 3, 25, kWhite, pCourier_);
+    if (backBuffer_ != screenBuffer_)
+        BltBitMapRastPort(backBuffer_, 0, 0, vi_->window->RPort, 0, 0, kScreenWidth, kScreenHeight,
+                          kPlainCopy);
 }
 
 void NativeMode::run() {
-    MsgPort* port = vi->window->UserPort;
-    while (!out) {
+    MsgPort* port = vi_->window->UserPort;
+    while (!out_) {
         if (Wait(1U << port->mp_SigBit | SIGBREAKF_CTRL_C) & SIGBREAKF_CTRL_C)
             return;
-        while (Message* message = out ? nullptr : GetMsg(port)) {
+        while (Message* message = out_ ? nullptr : GetMsg(port)) {
             const Input input(*reinterpret_cast<IntuiMessage*>(message));
             ReplyMsg(message);
-            if (handle(input) || refresh)
+            if (handle(input) || refresh_)
                 redraw();
         }
     }
 }
 
 bool NativeMode::handle(const Input& input) {
-    switch (input.IClass) {
+    switch (input.messageClass) {
     case IDCMP_CLOSEWINDOW:
-        out = true;
+        out_ = true;
         return false;
     case IDCMP_MOUSEBUTTONS:
         return handleButton(input);
     case IDCMP_MOUSEMOVE:
-        return button_down && centreOn(input);
+        return buttonDown_ && centreOn(input);
     case IDCMP_RAWKEY:
-        return handleKey(input.ICode);
+        return handleKey(input.code);
     case IDCMP_EXTENDEDMOUSE:
-        return input.carriesWheel() && setAlpha(static_cast<int16>(constantAlpha + 8 * input.wheel));
+        return input.carriesWheel() && setAlpha(static_cast<int16>(constantAlpha_ + 8 * input.wheel));
     default:
         return false;
     }
 }
 
 bool NativeMode::handleButton(const Input& input) {
-    if (input.ICode & IECODE_UP_PREFIX)
-        button_down = false;
-    if (input.ICode != SELECTDOWN)
+    if (input.code & IECODE_UP_PREFIX)
+        buttonDown_ = false;
+    if (input.code != SELECTDOWN)
         return false;
-    button_down = true;
+    buttonDown_ = true;
     return centreOn(input);
 }
 
 bool NativeMode::handleKey(uint16 code) {
     switch (code) {
-    case KeyEsc:
-        out = true;
+    case kKeyEsc:
+        out_ = true;
         return false;
-    case KeypadMinus:
-        return setAlpha(constantAlpha - 1);
-    case KeypadPlus:
-        return setAlpha(constantAlpha + 1);
-    case KeyUp:
+    case kKeypadMinus:
+        return setAlpha(constantAlpha_ - 1);
+    case kKeypadPlus:
+        return setAlpha(constantAlpha_ + 1);
+    case kKeyUp:
         return moveBy(0, -1);
-    case KeyDown:
+    case kKeyDown:
         return moveBy(0, 1);
-    case KeyRight:
+    case kKeyRight:
         return moveBy(1, 0);
-    case KeyLeft:
+    case kKeyLeft:
         return moveBy(-1, 0);
     default:
         // The next frame covers this text again.
         char buffer[256];
         std::snprintf(buffer, sizeof buffer, "Rawkey-Code %d", code);
-        drawText(buffer, backBuffer, 3, 50, white, nullptr);
+        drawText(buffer, backBuffer_, 3, 50, kWhite, nullptr);
         DebugPrintF("%s\n", buffer);
         return false;
     }
 }
 
 bool NativeMode::centreOn(const Input& input) {
-    px = input.MouseX - static_cast<uint32>(alpha->w / 2);
-    py = input.MouseY - static_cast<uint32>(alpha->h / 2);
+    px_ = input.mouseX - static_cast<uint32>(alpha_->w / 2);
+    py_ = input.mouseY - static_cast<uint32>(alpha_->h / 2);
     return true;
 }
 
 bool NativeMode::moveBy(int32 dx, int32 dy) {
-    px += static_cast<uint32>(dx);
-    py += static_cast<uint32>(dy);
+    px_ += static_cast<uint32>(dx);
+    py_ += static_cast<uint32>(dy);
     return true;
 }
 
 bool NativeMode::setAlpha(int value) {
-    constantAlpha = static_cast<int16>(std::clamp(value, 0, 255));
-    alpha->format->alpha = static_cast<Uint8>(constantAlpha);
+    constantAlpha_ = static_cast<int16>(std::clamp(value, 0, 255));
+    alpha_->format->alpha = static_cast<Uint8>(constantAlpha_);
     return true;
 }
 
 void NativeMode::redraw() {
     char buffer[256];
-    const auto x = static_cast<int32>(px), y = static_cast<int32>(py);
+    const auto x = static_cast<int32>(px_), y = static_cast<int32>(py_);
 
-    refresh = false;
+    refresh_ = false;
     const double start = readTimer();
-    BltAlphaBitMap(backGround, 0, 0, backBuffer, 0, 0, ScreenWidth, ScreenHeight, 255, 0);
-    drawImage(alpha, backBuffer, x, y);
-    std::snprintf(buffer, sizeof buffer, "Alpha: %d, %dx%d", alpha->format->alpha, x, y);
-    drawText(buffer, backBuffer, 3, 3, white, pFont);
+    BltAlphaBitMap(backGround_, 0, 0, backBuffer_, 0, 0, kScreenWidth, kScreenHeight, 255, 0);
+    drawImage(alpha_, backBuffer_, x, y);
+    std::snprintf(buffer, sizeof buffer, "Alpha: %d, %dx%d", alpha_->format->alpha, x, y);
+    drawText(buffer, backBuffer_, 3, 3, kWhite, pFont_);
     const double tt = readTimer() - start;
     const double fps = (1.0 / tt) * 1000.0;
 
     std::snprintf(buffer, sizeof buffer, "Total refresh %.2g ms, %.3g frames per sec (without screen update)",
                   tt, fps);
-    drawText(buffer, backBuffer, 3, 25, white, nullptr);
-    dumpSurfaceInfoXY("AlphaSurface", alpha, backBuffer, 3, 38, white, pCourier);
-    BltAlphaBitMapRastPort(backBuffer, 0, 0, vi->window->RPort, 0, 0, ScreenWidth, ScreenHeight, 255,
+    drawText(buffer, backBuffer_, 3, 25, kWhite, nullptr);
+    dumpSurfaceInfoXY("AlphaSurface", alpha_, backBuffer_, 3, 38, kWhite, pCourier_);
+    BltAlphaBitMapRastPort(backBuffer_, 0, 0, vi_->window->RPort, 0, 0, kScreenWidth, kScreenHeight, 255,
                            ORMSEL_BLIT_COPY);
 }
 
 } // namespace
 
 void runNativeMode(SDL_Surface* background, SDL_Surface* alpha, int depth, bool fullscreen) {
-    for (const char* line : {Dashes, Banner, Dashes})
+    for (const char* line : {kDashes, kBanner, kDashes})
         DebugPrintF("%s\n", line);
-    for (const char* line : {Dashes, Banner, Dashes})
+    for (const char* line : {kDashes, kBanner, kDashes})
         std::puts(line);
 
     ORU_VideoInfo* vi =
-        ORU_InitVideo(ScreenWidth, ScreenHeight, static_cast<unsigned long>(depth), fullscreen);
+        ORU_InitVideo(kScreenWidth, kScreenHeight, static_cast<unsigned long>(depth), fullscreen);
     if (!vi)
         return;
     {

@@ -13,10 +13,10 @@ TTF_Font* pFallbackFont = nullptr;
 
 namespace {
 
-constexpr Uint32 BlitFlags = 1;
-constexpr char Stars[] = "************************************************************";
+constexpr Uint32 kBlitFlags = 1;
+constexpr char kStars[] = "************************************************************";
 
-/// Renders a line of text and hands it to `put`, unless there is no font or nothing to see.
+// Renders a line of text and hands it to `put`, unless there is no font or nothing to see.
 template <typename Put>
 void withText(const char* text, SDL_Color col, TTF_Font* font, Put put) {
     if (!font)
@@ -29,14 +29,14 @@ void withText(const char* text, SDL_Color col, TTF_Font* font, Put put) {
     }
 }
 
-/// Hands the six lines of a surface's report to `put`, one by one.
-/// @param nameFormat how the surface's name stands in the second line
+// Hands the six lines of a surface's report to `put`, one by one.
+// @param nameFormat how the surface's name stands in the second line
 template <typename Put>
 void reportSurface(const char* nameFormat, const char* desc, const SDL_Surface* surface, Put put) {
     const SDL_PixelFormat& fmt = *surface->format;
     char name[128], line[256];
 
-    put(Stars);
+    put(kStars);
     std::snprintf(name, sizeof name, nameFormat, desc);
     std::snprintf(line, sizeof line, "Surface %s: depth = %d, bpp = %d, blend = %s value = %d", name,
                   fmt.BitsPerPixel, fmt.BytesPerPixel, surface->flags & SDL_SRCALPHA ? "ON" : "OFF",
@@ -51,10 +51,10 @@ void reportSurface(const char* nameFormat, const char* desc, const SDL_Surface* 
     std::snprintf(line, sizeof line, "Loss:  a[%8d] r[%8d] g[%8d] b[%8d]", fmt.Aloss, fmt.Rloss, fmt.Gloss,
                   fmt.Bloss);
     put(line);
-    put(Stars);
+    put(kStars);
 }
 
-/// What one blit of a whole surface achieved, whatever part of it clipping left.
+// What one blit of a whole surface achieved, whatever part of it clipping left.
 struct Timing {
     Uint32 ticks;
     double fps, megabytes;
@@ -75,13 +75,13 @@ struct Timing {
 
 void drawText(const char* text, BitMap* bitmap, int32 x, int32 y, SDL_Color col, TTF_Font* font) {
     withText(text, col, font, [&](SDL_Surface* rendered, unsigned long width, unsigned long height) {
-        SDL_BlitAlphaSurfaceBitMap(rendered, 0, 0, bitmap, x, y, width, height, BlitFlags);
+        SDL_BlitAlphaSurfaceBitMap(rendered, 0, 0, bitmap, x, y, width, height, kBlitFlags);
     });
 }
 
 void drawTextRastPort(const char* text, RastPort* rp, int32 x, int32 y, SDL_Color col, TTF_Font* font) {
     withText(text, col, font, [&](SDL_Surface* rendered, unsigned long width, unsigned long height) {
-        SDL_BlitAlphaSurfaceRastPort(rendered, 0, 0, rp, x, y, width, height, BlitFlags);
+        SDL_BlitAlphaSurfaceRastPort(rendered, 0, 0, rp, x, y, width, height, kBlitFlags);
     });
 }
 
@@ -92,7 +92,7 @@ void dumpSurfaceInfo(const char* desc, SDL_Surface* surface) {
 void dumpSurfaceInfoXY(const char* desc, SDL_Surface* surface, BitMap* bitmap, int32 x, int32 y,
                        SDL_Color col, TTF_Font* font) {
     reportSurface("'%s'", desc, surface, [&](const char* line) {
-        drawText(line, bitmap, x + 1, y + 1, black, font);
+        drawText(line, bitmap, x + 1, y + 1, kBlack, font);
         drawText(line, bitmap, x, y, col, font);
         y += 13;
     });
@@ -101,12 +101,12 @@ void dumpSurfaceInfoXY(const char* desc, SDL_Surface* surface, BitMap* bitmap, i
 void drawImage(SDL_Surface* surface, BitMap* bitmap, int32 x, int32 y) {
     const Uint32 start = SDL_GetTicks();
     SDL_BlitAlphaSurfaceBitMap(surface, 0, 0, bitmap, x, y, static_cast<unsigned long>(surface->w),
-                               static_cast<unsigned long>(surface->h), BlitFlags);
+                               static_cast<unsigned long>(surface->h), kBlitFlags);
     const Timing timing(SDL_GetTicks() - start, surface);
 
     char buffer[128];
     timing.print(buffer, sizeof buffer, "draw(): ", "");
-    drawText(buffer, bitmap, 3, 580, white, nullptr);
+    drawText(buffer, bitmap, 3, 580, kWhite, nullptr);
 }
 
 void drawImageSDL(SDL_Surface* src, SDL_Surface* dst, int32 x, int32 y) {

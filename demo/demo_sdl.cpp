@@ -9,25 +9,45 @@
 
 namespace {
 
-constexpr char Dashes[] = "------------------------------------------------------------\n";
+constexpr char kDashes[] = "------------------------------------------------------------\n";
+
+// Starts SDL with a driver that shows pixels. Left to choose, SDL would fall back to drawing with letters in
+// the terminal.
+bool startVideo() {
+    static char variable[] = "SDL_VIDEODRIVER";
+    if (SDL_getenv(variable))
+        return SDL_Init(SDL_INIT_VIDEO) == 0;
+    bool started = false;
+    // SDL keeps the texts.
+    static char choices[][32] = {"SDL_VIDEODRIVER=x11",    "SDL_VIDEODRIVER=wayland",
+                                 "SDL_VIDEODRIVER=Quartz", "SDL_VIDEODRIVER=directfb",
+                                 "SDL_VIDEODRIVER=fbcon",  "SDL_VIDEODRIVER=windib"};
+    for (char* choice : choices) {
+        SDL_putenv(choice);
+        started = SDL_Init(SDL_INIT_VIDEO) == 0;
+        if (started)
+            break;
+    }
+    return started;
+}
 
 SDL_Surface* openScreen(int depth) {
-    if (SDL_Init(SDL_INIT_VIDEO) < 0) {
+    if (!startVideo()) {
         std::fprintf(stderr, "Couldn't initialize SDL: %s\n", SDL_GetError());
         std::exit(1);
     }
     std::atexit(SDL_Quit);
-    SDL_Surface* screen = SDL_SetVideoMode(ScreenWidth, ScreenHeight, depth, SDL_FULLSCREEN);
+    SDL_Surface* screen = SDL_SetVideoMode(kScreenWidth, kScreenHeight, depth, SDL_FULLSCREEN);
     if (!screen) {
-        std::fprintf(stderr, "Couldn't set %dx%dx%d video mode: %s\n", ScreenWidth, ScreenHeight, depth,
+        std::fprintf(stderr, "Couldn't set %dx%dx%d video mode: %s\n", kScreenWidth, kScreenHeight, depth,
                      SDL_GetError());
         std::exit(1);
     }
     return screen;
 }
 
-/// @param name   what the first line says
-/// @param others what the other two say; not always the same
+// @param name   what the first line says
+// @param others what the other two say; not always the same
 void reportLayout(const char* name, const char* others, const SDL_PixelFormat& fmt) {
     DebugPrintF("%s Shift: a[%8d] r[%8d] g[%8d] b[%8d]\n", name, fmt.Ashift, fmt.Rshift, fmt.Gshift,
                 fmt.Bshift);
@@ -39,13 +59,13 @@ void reportLayout(const char* name, const char* others, const SDL_PixelFormat& f
 
 void reportLayouts(const SDL_Surface* screen, const SDL_Surface* alpha) {
     DebugPrintF("Screen Format: %d\n", screen->format->BitsPerPixel);
-    DebugPrintF(Dashes);
+    DebugPrintF(kDashes);
     reportLayout("Screen", "Screen", *screen->format);
-    DebugPrintF(Dashes);
+    DebugPrintF(kDashes);
     DebugPrintF("Alpha Format: %d\n", screen->format->BitsPerPixel); // what the picture is blitted to
-    DebugPrintF(Dashes);
+    DebugPrintF(kDashes);
     reportLayout("Alpha", "Blue", *alpha->format);
-    DebugPrintF(Dashes);
+    DebugPrintF(kDashes);
     DebugPrintF("Blue Flags: RLE: %s, ALPHA: %s \n", alpha->flags & SDL_RLEACCEL ? "YES" : "NO",
                 alpha->flags & SDL_SRCALPHA ? "YES" : "NO");
 }
@@ -68,20 +88,23 @@ void waitForEnd() {
 void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth) {
     std::fputs("Running korvalen - SDL version\n", stderr);
     SDL_Surface* screen = openScreen(depth);
-    DebugPrintF(Dashes);
+    DebugPrintF(kDashes);
     DebugPrintF("Korvalen SDL_image version\n");
     SDL_WM_SetCaption("Korvalen SDL_image version", "Korvalen");
     SDL_EnableKeyRepeat(500, 30);
 
-    SDL_Surface* loaded = background;
-    background = SDL_DisplayFormatAlpha(loaded);
-    SDL_FreeSurface(loaded);
-    background->flags &= ~Uint32{SDL_SRCALPHA}; // only its per-pixel alpha is to count
+    SDL_Surface* const loaded = background;
+    if (SDL_Surface* converted = SDL_DisplayFormatAlpha(loaded)) {
+        SDL_FreeSurface(loaded);
+        background = converted;
+    }
+    // Only its per-pixel alpha is to count.
+    background->flags &= ~Uint32{SDL_SRCALPHA};
 
     drawImageSDL(background, screen, 0, 0);
     reportLayouts(screen, alpha);
     drawImageSDL(alpha, screen, 0, 0);
-    SDL_UpdateRect(screen, 0, 0, 0,
-                   0); // all of it; a size of -1 makes SDL 1.2.15 run past the screen's memory
+    // All of it; a size of -1 makes SDL 1.2.15 run past the screen's memory.
+    SDL_UpdateRect(screen, 0, 0, 0, 0);
     waitForEnd();
 }

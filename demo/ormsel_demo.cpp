@@ -12,9 +12,9 @@
 
 namespace {
 
-/// What the alpha picture is converted to: alpha, red, green, blue from the top of a 32-bit word. The masks
-/// alone define that; the shifts, which do not match them, are never looked at by the conversion.
-constexpr SDL_PixelFormat AlphaFormat{
+// What the alpha picture is converted to: alpha, red, green, blue from the top of a 32-bit word. The masks
+// alone define that; the shifts, which do not match them, are never looked at by the conversion.
+constexpr SDL_PixelFormat kAlphaFormat{
     .palette = nullptr,
     .BitsPerPixel = 32,
     .BytesPerPixel = 4,
@@ -35,12 +35,12 @@ constexpr SDL_PixelFormat AlphaFormat{
 };
 
 struct Options {
-    bool use_sdl = false;
+    bool useSdl = false;
     bool fullscreen = false;
     int sd = 16;
 };
 
-/// Unknown words are skipped, and later ones override earlier ones.
+// Unknown words are skipped, and later ones override earlier ones.
 Options readOptions(int argc, char** argv) {
     Options options;
     for (int i = 1; i < argc; ++i) {
@@ -48,7 +48,7 @@ Options readOptions(int argc, char** argv) {
             return !std::strcmp(word, longName) || !std::strcmp(word, shortName);
         };
         if (is("--sdl", "-s"))
-            options.use_sdl = true;
+            options.useSdl = true;
         else if (is("--fullscreen", "-f"))
             options.fullscreen = true;
         else if (is("--window", "-w"))
@@ -64,13 +64,18 @@ Options readOptions(int argc, char** argv) {
     return options;
 }
 
+// Says on standard error where it looked when there is no picture.
 SDL_Surface* load(const char* path) {
-    return IMG_Load(volumePath(path).c_str());
+    const std::string file = volumePath(path);
+    SDL_Surface* const picture = IMG_Load(file.c_str());
+    if (!picture)
+        std::fprintf(stderr, "No picture in '%s': %s\n", file.c_str(), IMG_GetError());
+    return picture;
 }
 
-/// Gives the picture a layout that the fast routines serve, and a constant alpha.
+// Gives the picture a layout that the fast routines serve, and a constant alpha.
 SDL_Surface* prepareAlpha(SDL_Surface* alpha) {
-    SDL_PixelFormat fmt = AlphaFormat;
+    SDL_PixelFormat fmt = kAlphaFormat;
     dumpSurfaceInfo("'alpha' before convert", alpha);
     if (SDL_Surface* converted = SDL_ConvertSurface(alpha, &fmt, 0)) {
         SDL_FreeSurface(alpha);
@@ -85,8 +90,11 @@ SDL_Surface* prepareAlpha(SDL_Surface* alpha) {
 } // namespace
 
 int main(int argc, char* argv[]) {
-    static SDL_Surface* background = nullptr; // kept until the process ends
+    // Kept until the process ends.
+    static SDL_Surface* background = nullptr;
 
+    // Whole lines at once, so that a pipe gets them in the order of standard error's.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     background = load("/pictures/blue.png");
     if (!background) {
         std::puts("Could not load 'blue.png'");
@@ -107,7 +115,7 @@ int main(int argc, char* argv[]) {
     std::atexit(TTF_Quit);
     pFallbackFont = TTF_OpenFont(volumePath("/fonts/FreeSans.ttf").c_str(), 13);
 
-    if (options.use_sdl)
+    if (options.useSdl)
         runSdlMode(background, alpha, options.sd);
     else
         runNativeMode(background, alpha, options.sd, options.fullscreen);

@@ -2,37 +2,32 @@
 // Bitmaps: allocation, locking, attributes.
 #include "bitmap.h"
 
-#include <host/testing.h>
+#include <host/bitmap.h>
 #include <proto/Picasso96API.h>
 #include <proto/graphics.h>
 #include <proto/utility.h>
 
 #include <bit>
 #include <cstring>
-#include <new>
 
-#include "testing.h"
+#include "memory.h"
+#include "view.h"
 
 namespace host {
 
 namespace {
 
-constexpr uint32 maxSide = 32767;
-/** Of the first pixel, and so the most that rows can have. */
-constexpr uint32 maxAlignment = 64;
-/** What 16 bits of RenderInfo.BytesPerRow can tell. */
-constexpr uint32 maxPitch = 65535;
-/** Also the value of a lock handle, which is merely not 0. */
-constexpr int32 lockHandle = 1;
+constexpr uint32 kMaxSide = 32767;
+// What 16 bits of RenderInfo.BytesPerRow can tell.
+constexpr uint32 kMaxPitch = 65535;
+// Also the value of a lock handle, which is merely not 0.
+constexpr int32 kLockHandle = 1;
 
-/** An empty record, or nothing when a fault is due or memory is short. */
+// A record without pixels, or nothing when memory is short.
 BitMapPtr makeRecord(uint32 width, uint32 height, std::ptrdiff_t pitch, RGBFTYPE code) {
-    if (allocationFault.strikes())
-        return nullptr;
     BitMapPtr bm(new (std::nothrow) BitMapRecord);
     if (!bm)
         return nullptr;
-    ++liveAllocations;
     bm->width = width;
     bm->height = height;
     bm->pitch = pitch;
@@ -49,23 +44,28 @@ BitMapPtr makeRecord(uint32 width, uint32 height, std::ptrdiff_t pitch, RGBFTYPE
 
 BitMapRecord::~BitMapRecord() {
     if (!wrapped)
-        ::operator delete (pixels, std::align_val_t{maxAlignment});
-    --liveAllocations;
+        ormsel_host_FreePixels(pixels);
 }
 
-BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uint32 alignment) {
+void BitMapRecord::touch() noexcept {
+    ++changes;
+    if (onBoard)
+        wakeDisplay();
+}
+
+BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uint32 alignment) noexcept {
     const PixelFormat* const format = findFormat(code);
-    if (!format || code == RGBFB_NONE || width == 0 || height == 0 || width > maxSide || height > maxSide)
+    if (!format || code == RGBFB_NONE || width == 0 || height == 0 || width > kMaxSide || height > kMaxSide)
         return nullptr;
     // At least one byte of padding: programs that take rows for contiguous are found out here.
     const uint32 pitch = (width * format->bytes / alignment + 1) * alignment;
-    if (pitch > maxPitch)
+    if (pitch > kMaxPitch)
         return nullptr;
     BitMapPtr bm = makeRecord(width, height, static_cast<std::ptrdiff_t>(pitch), code);
     if (!bm)
         return nullptr;
     const std::size_t bytes = std::size_t{pitch} * height;
-    bm->pixels = static_cast<uint8*>(::operator new (bytes, std::align_val_t{maxAlignment}, std::nothrow));
+    bm->pixels = static_cast<uint8*>(ormsel_host_AllocPixels(bytes));
     if (!bm->pixels)
         return nullptr;
     if (clear)
@@ -77,7 +77,8 @@ BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uin
 
 using namespace host;
 
-BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, const void* friendOrTags) {
+BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags,
+                    const void* friendOrTags) noexcept {
     uint32 code = RGBFB_NONE;
     uint32 alignment = 16;
     bool clear = flags & BMF_CLEAR;
@@ -87,7 +88,7 @@ BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, con
         depth = static_cast<uint32>(GetTagData(BMATags_Depth, depth, tags));
         clear = clear || GetTagData(BMATags_Clear, 0, tags);
         const auto wanted = static_cast<uint32>(GetTagData(BMATags_Alignment, alignment, tags));
-        if (wanted > alignment && wanted <= maxAlignment && std::has_single_bit(wanted))
+        if (wanted > alignment && wanted <= kPixelAlignment && std::has_single_bit(wanted))
             alignment = wanted;
     } else if (friendOrTags) {
         code = static_cast<const BitMapRecord*>(static_cast<const BitMap*>(friendOrTags))->code;
@@ -99,12 +100,13 @@ BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, con
     return makeBitMap(width, height, static_cast<RGBFTYPE>(code), clear, alignment).release();
 }
 
-void FreeBitMap(BitMap* bitmap) {
+void FreeBitMap(BitMap* bitmap) noexcept {
     if (bitmap)
         delete &record(bitmap);
 }
 
-BitMap* HOST_WrapBitMap(void* pixels, uint32 width, uint32 height, int32 pitch, uint32 format, BOOL onBoard) {
+BitMap* HOST_WrapBitMap(void* pixels, uint32 width, uint32 height, int32 pitch, uint32 format,
+                        BOOL onBoard) noexcept {
     if (!findFormat(format))
         return nullptr;
     BitMapPtr bm = makeRecord(width, height, pitch, static_cast<RGBFTYPE>(format));
@@ -116,28 +118,21 @@ BitMap* HOST_WrapBitMap(void* pixels, uint32 width, uint32 height, int32 pitch, 
     return bm.release();
 }
 
-void HOST_LosePixels(BitMap* bitmap, BOOL lost) {
-    record(bitmap).lost = lost != FALSE;
-}
-
-int32 p96LockBitMap(BitMap* bitmap, uint8* buffer, uint32 size) {
+int32 p96LockBitMap(BitMap* bitmap, uint8* buffer, uint32 size) noexcept {
     BitMapRecord& bm = record(bitmap);
-    if (size < sizeof(RenderInfo) || bm.lost || lockFault.strikes())
+    if (size < sizeof(RenderInfo))
         return 0;
     const RenderInfo info = {bm.pixels, static_cast<int16>(bm.BytesPerRow), 0, static_cast<uint32>(bm.code)};
     std::memcpy(buffer, &info, sizeof info);
-    ++heldLocks;
-    return lockHandle;
+    return kLockHandle;
 }
 
-void p96UnlockBitMap(BitMap* bitmap, int32 lock) {
-    if (lock != lockHandle)
-        return;
-    ++record(bitmap).changes;
-    --heldLocks;
+void p96UnlockBitMap(BitMap* bitmap, int32 lock) noexcept {
+    if (lock == kLockHandle)
+        record(bitmap).touch();
 }
 
-uint32 p96GetBitMapAttr(BitMap* bitmap, uint32 attribute) {
+uint32 p96GetBitMapAttr(BitMap* bitmap, uint32 attribute) noexcept {
     const BitMapRecord& bm = record(bitmap);
     switch (attribute) {
     case P96BMA_WIDTH:

@@ -1,34 +1,33 @@
 // SPDX-License-Identifier: Zlib
 // The display through SDL 1.2's video.
-#include <intuition/intuition.h>
+#include <algorithm>
+#include <bitset>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <optional>
+#include <utility>
 
 #include <SDL.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
+#include <intuition/intuition.h>
 
 #include "display.h"
 #include "keymap.h"
-
-#if defined(__has_feature)
-#    if __has_feature(address_sanitizer)
-#        define __SANITIZE_ADDRESS__
-#    endif
-#endif
-#if defined(__SANITIZE_ADDRESS__)
-/** libX11 forgets the names that SDL gives its input context (libX11 1.8.4, SDL 1.2.15), twice per window. */
-extern "C" [[gnu::weak]] const char* __lsan_default_suppressions() {
-    return "leak:libX11.so";
-}
-#endif
+#include "x11_window.h"
 
 namespace host {
 
 namespace {
 
-std::string programName() {
+using Clock = std::chrono::steady_clock;
+
+// The window's place is looked at no more often than this: each time the X server is asked.
+constexpr std::chrono::milliseconds kPlaceInterval{16};
+
+const char* programName() {
 #ifdef __GLIBC__
     return program_invocation_short_name;
 #else
@@ -47,7 +46,7 @@ Uint16 u16(long v) {
     return static_cast<Uint16>(v);
 }
 
-/** The mouse button's code, or 0 for buttons that the platform does not have. */
+// The mouse button's code, or 0 for buttons that the platform does not have.
 uint16 buttonCode(Uint8 button) {
     switch (button) {
     case SDL_BUTTON_LEFT:
@@ -61,44 +60,55 @@ uint16 buttonCode(Uint8 button) {
     }
 }
 
-class SdlDisplay : public Display {
-public:
-    bool connect(Size& desktop) override;
-    void disconnect() override;
-    bool open(Size size, uint32 depth, bool fullscreen, const std::string& title) override;
-    void close() override;
-    void present(BitMapRecord& bitmap, long originX, long originY, const Boxes& areas) override;
-    bool next(InputEvent& event) override;
-
-private:
-    bool start();
-    bool translate(const SDL_Event& from, InputEvent& to) const;
-    bool translateButton(const SDL_MouseButtonEvent& from, InputEvent& to) const;
-
-    /** SDL's video is started, by this display and not by the program. */
-    bool started_ = false;
-    bool xKeycodes_ = false;
-    SDL_Surface* video_ = nullptr;
-};
-
-/**
- * Starts SDL's video with a driver that shows pixels. Left to choose, SDL would fall back to drawing with
- * letters in the terminal.
- */
+// Starts SDL's video with a driver that shows pixels. Left to choose, SDL would fall back to drawing with
+// letters in the terminal.
 bool startVideo() {
-    constexpr const char* variable = "SDL_VIDEODRIVER";
-    if (std::getenv(variable))
+    constexpr const char* kVariable = "SDL_VIDEODRIVER";
+    if (std::getenv(kVariable))
         return SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
     bool started = false;
     for (const char* driver : {"x11", "wayland", "Quartz", "directfb", "fbcon"}) {
-        setenv(variable, driver, 1);
+        setenv(kVariable, driver, 1);
         started = SDL_InitSubSystem(SDL_INIT_VIDEO) == 0;
         if (started)
             break;
     }
-    unsetenv(variable);
+    unsetenv(kVariable);
     return started;
 }
+
+class SdlDisplay : public Display {
+public:
+    bool connect(Size& desktop) noexcept override;
+    void disconnect() noexcept override;
+    bool open(Size size, const PixelFormat& format, bool fullscreen, const char* title) noexcept override;
+    void close() noexcept override;
+    void present(BitMapRecord& bitmap, long originX, long originY, const Boxes& areas) noexcept override;
+    bool next(InputEvent& event) noexcept override;
+    Attention attention() noexcept override;
+
+private:
+    bool start();
+    bool hasMoved();
+    bool translate(const SDL_Event& from, InputEvent& to);
+    bool translateKey(const SDL_KeyboardEvent& from, InputEvent& to);
+    bool translateButton(const SDL_MouseButtonEvent& from, InputEvent& to) const;
+
+    // SDL's video is started, by this display and not by the program.
+    bool started_ = false;
+    bool xKeycodes_ = false;
+    // Empty when nobody can tell.
+    std::optional<Size> desktop_;
+    SDL_Surface* video_ = nullptr;
+    // The picture with channels as wide as the display's, where the screen's are narrower: SDL fills with
+    // zeroes, which turns white into grey.
+    BitMapPtr widened_;
+    std::bitset<SDLK_LAST> held_;
+    std::optional<std::pair<int, int>> place_;
+    Clock::time_point placeSeen_{};
+    // There has been something since the last look at the place.
+    bool placeDue_ = false;
+};
 
 bool SdlDisplay::start() {
     if (SDL_WasInit(SDL_INIT_VIDEO))
@@ -107,78 +117,130 @@ bool SdlDisplay::start() {
     return started_;
 }
 
-bool SdlDisplay::connect(Size& desktop) {
+bool SdlDisplay::connect(Size& desktop) noexcept {
+    desktop_.reset();
     if (!start())
         return false;
     // SDL tells the desktop's size until its first video mode is set.
     const SDL_VideoInfo* const info = SDL_GetVideoInfo();
-    const bool known = info && info->current_w > 0 && info->current_h > 0;
-    desktop = known ? Size{info->current_w, info->current_h} : defaultDesktop;
+    if (info && info->current_w > 0 && info->current_h > 0)
+        desktop_ = Size{info->current_w, info->current_h};
+    desktop = desktop_.value_or(kDefaultDesktop);
     char driver[32] = "";
     SDL_VideoDriverName(driver, sizeof driver);
     xKeycodes_ = std::strcmp(driver, "x11") == 0 || std::strcmp(driver, "wayland") == 0;
     return true;
 }
 
-void SdlDisplay::disconnect() {
+void SdlDisplay::disconnect() noexcept {
     close();
     if (started_)
         SDL_QuitSubSystem(SDL_INIT_VIDEO);
     started_ = false;
 }
 
-bool SdlDisplay::open(Size size, uint32 depth, bool fullscreen, const std::string& title) {
+bool SdlDisplay::open(Size size, const PixelFormat& format, bool fullscreen, const char* title) noexcept {
     video_ = nullptr;
+    widened_.reset();
+    place_.reset();
+    held_.reset();
     if (!start())
         return false;
-    const std::string caption = title.empty() ? programName() : title;
-    SDL_WM_SetCaption(caption.c_str(), caption.c_str());
+    if (desktop_ && (size.width > desktop_->width || size.height > desktop_->height)) {
+        SDL_SetError("%dx%d pixels are more than the desktop's %dx%d", size.width, size.height,
+                     desktop_->width, desktop_->height);
+        return false;
+    }
+    const char* const caption = *title ? title : programName();
+    SDL_WM_SetCaption(caption, caption);
     // The host's own format where it has true colour, else one that SDL converts from. Never 15 bits: SDL's
     // dummy driver (1.2.15) takes too little memory for those.
     const SDL_VideoInfo* const info = SDL_GetVideoInfo();
-    const int own = info ? info->vfmt->BitsPerPixel : 0;
-    const int bits = own > 15 ? own : std::max(16, static_cast<int>(depth));
+    const int own = info && info->vfmt ? info->vfmt->BitsPerPixel : 0;
+    const int bits = own > 15 ? own : std::max(16, static_cast<int>(format.depth));
     if (fullscreen)
         video_ = SDL_SetVideoMode(size.width, size.height, bits, SDL_SWSURFACE | SDL_FULLSCREEN);
     if (!video_)
         video_ = SDL_SetVideoMode(size.width, size.height, bits, SDL_SWSURFACE);
+    if (video_ && video_->format->BitsPerPixel >= 24 && format.bytes == 2) {
+        widened_ = makeBitMap(static_cast<uint32>(size.width), static_cast<uint32>(size.height),
+                              RGBFB_A8R8G8B8, true);
+        if (!widened_) {
+            SDL_SetError("No memory for the display's picture");
+            close();
+        }
+    }
     SDL_EnableKeyRepeat(SDL_DEFAULT_REPEAT_DELAY, SDL_DEFAULT_REPEAT_INTERVAL);
     return video_ != nullptr;
 }
 
-void SdlDisplay::close() {
+void SdlDisplay::close() noexcept {
     // SDL 1.2 closes its window only together with its video.
     if (started_ && video_) {
         SDL_QuitSubSystem(SDL_INIT_VIDEO);
         started_ = false;
     }
     video_ = nullptr;
+    widened_.reset();
 }
 
-void SdlDisplay::present(BitMapRecord& bitmap, long originX, long originY, const Boxes& areas) {
-    const PixelFormat& format = *bitmap.format;
+void SdlDisplay::present(BitMapRecord& bitmap, long originX, long originY, const Boxes& areas) noexcept {
+    if (!video_)
+        return;
+    BitMapRecord& shown = widened_ ? *widened_ : bitmap;
+    const long left = widened_ ? 0 : originX, top = widened_ ? 0 : originY;
+    const PixelFormat& format = *shown.format;
     // Without an alpha mask, so that SDL copies instead of blending.
     SDL_Surface* const source = SDL_CreateRGBSurfaceFrom(
-        bitmap.pixels, static_cast<int>(bitmap.width), static_cast<int>(bitmap.height), format.depth,
-        static_cast<int>(bitmap.pitch), mask(format.r), mask(format.g), mask(format.b), 0);
-    if (!source || !video_)
+        shown.pixels, static_cast<int>(shown.width), static_cast<int>(shown.height), format.depth,
+        static_cast<int>(shown.pitch), mask(format.r), mask(format.g), mask(format.b), 0);
+    if (!source)
         return;
+    SDL_Rect changed[32];
+    int count = 0;
     for (const Box& area : areas) {
-        SDL_Rect from = {s16(area.x0), s16(area.y0), u16(area.width()), u16(area.height())};
-        SDL_Rect to = {s16(area.x0 - originX), s16(area.y0 - originY), 0, 0};
+        const Box box = area.moved(-originX, -originY) & Box{0, 0, video_->w, video_->h};
+        if (!box)
+            continue;
+        if (widened_)
+            copyPixels(bitmap, box.x0 + originX, box.y0 + originY, *widened_, box.x0, box.y0, box.width(),
+                       box.height());
+        SDL_Rect from = {s16(box.x0 + left), s16(box.y0 + top), u16(box.width()), u16(box.height())};
+        SDL_Rect to = {s16(box.x0), s16(box.y0), from.w, from.h};
         SDL_BlitSurface(source, &from, video_, &to);
+        changed[count++] = {s16(box.x0), s16(box.y0), from.w, from.h};
+        if (count == std::ssize(changed)) {
+            SDL_UpdateRects(video_, count, changed);
+            count = 0;
+        }
     }
+    if (count > 0)
+        SDL_UpdateRects(video_, count, changed);
     SDL_FreeSurface(source);
-    std::vector<SDL_Rect> changed;
-    for (const Box& area : areas)
-        if (const Box box = area.moved(-originX, -originY) & Box{0, 0, video_->w, video_->h})
-            changed.push_back({s16(box.x0), s16(box.y0), u16(box.width()), u16(box.height())});
-    SDL_UpdateRects(video_, static_cast<int>(changed.size()), changed.data());
 }
 
-bool SdlDisplay::next(InputEvent& event) {
+// Whether the window stands elsewhere than it was seen last.
+bool SdlDisplay::hasMoved() {
+    const Clock::time_point now = Clock::now();
+    placeDue_ = now - placeSeen_ < kPlaceInterval;
+    if (placeDue_)
+        return false;
+    placeSeen_ = now;
+    const auto before = std::exchange(place_, x11Position());
+    return before && place_ && before != place_;
+}
+
+bool SdlDisplay::next(InputEvent& event) noexcept {
+    if (!video_)
+        return false;
+    event = {};
+    // First, so that what else the X server has sent by then is taken below.
+    if (hasMoved()) {
+        event.kind = InputEvent::Kind::kMoved;
+        return true;
+    }
     SDL_Event from;
-    while (video_ && SDL_PollEvent(&from)) {
+    while (SDL_PollEvent(&from)) {
         event = {};
         event.qualifier = qualifiers(SDL_GetModState());
         if (translate(from, event))
@@ -187,55 +249,79 @@ bool SdlDisplay::next(InputEvent& event) {
     return false;
 }
 
-bool SdlDisplay::translate(const SDL_Event& from, InputEvent& to) const {
+Attention SdlDisplay::attention() noexcept {
+    Attention result;
+    if (!video_)
+        return result;
+    result.descriptor = x11Descriptor();
+    // SDL repeats keys when it is asked for events.
+    if (result.descriptor < 0 || held_.any())
+        result.within(kPollMilliseconds);
+    if (placeDue_)
+        result.within(static_cast<int>(kPlaceInterval.count()));
+    return result;
+}
+
+bool SdlDisplay::translate(const SDL_Event& from, InputEvent& to) {
     using Kind = InputEvent::Kind;
     switch (from.type) {
     case SDL_KEYDOWN:
-    case SDL_KEYUP: {
-        const auto code = rawKeyCode(from.key.keysym, xKeycodes_);
-        if (!code)
-            return false;
-        to.kind = Kind::Key;
-        to.code = static_cast<uint16>(*code | (from.type == SDL_KEYUP ? IECODE_UP_PREFIX : 0));
-        return true;
-    }
+    case SDL_KEYUP:
+        return translateKey(from.key, to);
     case SDL_MOUSEBUTTONDOWN:
     case SDL_MOUSEBUTTONUP:
         return translateButton(from.button, to);
     case SDL_MOUSEMOTION:
-        to.kind = Kind::Motion;
+        to.kind = Kind::kMotion;
         to.x = from.motion.x;
         to.y = from.motion.y;
         return true;
     case SDL_ACTIVEEVENT:
-        to.kind = Kind::Focus;
+        to.kind = Kind::kFocus;
         to.code = from.active.gain;
         return from.active.state & SDL_APPINPUTFOCUS;
     case SDL_VIDEOEXPOSE:
-        to.kind = Kind::Exposed;
+        to.kind = Kind::kExposed;
         return true;
     case SDL_QUIT:
-        to.kind = Kind::Close;
+        to.kind = Kind::kClose;
         return true;
     default:
         return false;
     }
 }
 
+bool SdlDisplay::translateKey(const SDL_KeyboardEvent& from, InputEvent& to) {
+    const SDLKey symbol = from.keysym.sym;
+    const auto code = rawKeyCode(from.keysym, xKeycodes_);
+    if (!code)
+        return false;
+    const bool down = from.type == SDL_KEYDOWN;
+    to.kind = InputEvent::Kind::kKey;
+    to.code = static_cast<uint16>(*code | (down ? 0 : IECODE_UP_PREFIX));
+    const bool keypad = symbol >= SDLK_KP0 && symbol <= SDLK_KP_EQUALS;
+    // SDL repeats a key by pressing it again.
+    const bool repeated = down && held_[symbol];
+    held_[symbol] = down;
+    to.qualifier = static_cast<uint16>(to.qualifier | (keypad ? IEQUALIFIER_NUMERICPAD : 0) |
+                                       (repeated ? IEQUALIFIER_REPEAT : 0));
+    return true;
+}
+
 bool SdlDisplay::translateButton(const SDL_MouseButtonEvent& from, InputEvent& to) const {
     // SDL reports the wheel as buttons 4 to 7: up, down, left, right.
-    constexpr Uint8 wheelLeft = 6, wheelRight = 7;
+    constexpr Uint8 kWheelLeft = 6, kWheelRight = 7;
     const bool down = from.type == SDL_MOUSEBUTTONDOWN;
     to.x = from.x;
     to.y = from.y;
-    if (from.button >= SDL_BUTTON_WHEELUP && from.button <= wheelRight) {
-        to.kind = InputEvent::Kind::Wheel;
+    if (from.button >= SDL_BUTTON_WHEELUP && from.button <= kWheelRight) {
+        to.kind = InputEvent::Kind::kWheel;
         to.wheelY =
             static_cast<int16>((from.button == SDL_BUTTON_WHEELDOWN) - (from.button == SDL_BUTTON_WHEELUP));
-        to.wheelX = static_cast<int16>((from.button == wheelRight) - (from.button == wheelLeft));
+        to.wheelX = static_cast<int16>((from.button == kWheelRight) - (from.button == kWheelLeft));
         return down;
     }
-    to.kind = InputEvent::Kind::Button;
+    to.kind = InputEvent::Kind::kButton;
     to.code = static_cast<uint16>(buttonCode(from.button) | (down ? 0 : IECODE_UP_PREFIX));
     return buttonCode(from.button) != 0;
 }

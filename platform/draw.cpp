@@ -13,7 +13,7 @@ namespace host {
 
 namespace {
 
-/** Cuts [at, at + size) to [0, limit) and moves `other` along with the lower end. */
+// Cuts [at, at + size) to [0, limit) and moves `other` along with the lower end.
 void clipSpan(long& at, long& other, long& size, long limit) {
     const long before = std::max(0L, -at);
     at += before;
@@ -35,8 +35,7 @@ bool copyPixels(BitMapRecord& src, long srcX, long srcY, BitMapRecord& dst, long
     clipSpan(dstX, srcX, width, static_cast<long>(dst.width));
     clipSpan(dstY, srcY, height, static_cast<long>(dst.height));
     const bool same = src.code == dst.code;
-    if (width <= 0 || height <= 0 || src.lost || dst.lost ||
-        !(same || (src.format->isRgb() && dst.format->isRgb())))
+    if (width <= 0 || height <= 0 || !(same || (src.format->isRgb() && dst.format->isRgb())))
         return false;
     // Within one bitmap a copy downwards goes from the last row up, so that no row is read after it was
     // written.
@@ -50,13 +49,13 @@ bool copyPixels(BitMapRecord& src, long srcX, long srcY, BitMapRecord& dst, long
         else
             convertRow(*src.format, from, *dst.format, to, width);
     }
-    ++dst.changes;
+    dst.touch();
     return true;
 }
 
 void fillPixels(BitMapRecord& bitmap, const Box& area, uint32 value) {
     const Box box = area & bitmap.box();
-    if (!box || bitmap.lost)
+    if (!box)
         return;
     uint8* const first = bitmap.at(box.x0, box.y0);
     for (long i = 0; i < box.width(); ++i)
@@ -64,7 +63,7 @@ void fillPixels(BitMapRecord& bitmap, const Box& area, uint32 value) {
     for (long i = 1; i < box.height(); ++i)
         std::memcpy(first + i * bitmap.pitch, first,
                     static_cast<std::size_t>(box.width()) * bitmap.format->bytes);
-    ++bitmap.changes;
+    bitmap.touch();
 }
 
 } // namespace host
@@ -72,18 +71,18 @@ void fillPixels(BitMapRecord& bitmap, const Box& area, uint32 value) {
 using namespace host;
 
 namespace {
-constexpr uint32 plainCopy = 0xC0;
+constexpr uint32 kPlainCopy = 0xC0;
 }
 
 int32 BltBitMap(BitMap* src, int32 srcX, int32 srcY, BitMap* dst, int32 dstX, int32 dstY, int32 width,
-                int32 height, uint32 minterm, uint32, APTR) {
-    return minterm == plainCopy &&
+                int32 height, uint32 minterm, uint32, APTR) noexcept {
+    return minterm == kPlainCopy &&
            copyPixels(record(src), srcX, srcY, record(dst), dstX, dstY, width, height);
 }
 
 void BltBitMapRastPort(BitMap* src, int32 srcX, int32 srcY, RastPort* rp, int32 dstX, int32 dstY, int32 width,
-                       int32 height, uint32 minterm) {
-    if (minterm != plainCopy)
+                       int32 height, uint32 minterm) noexcept {
+    if (minterm != kPlainCopy)
         return;
     drawThrough(*rp, Box::sized(dstX, dstY, width, height),
                 [&](BitMapRecord& target, const Box& area, long dx, long dy) {
@@ -92,14 +91,14 @@ void BltBitMapRastPort(BitMap* src, int32 srcX, int32 srcY, RastPort* rp, int32 
                 });
 }
 
-void RectFill(RastPort* rp, int32 minX, int32 minY, int32 maxX, int32 maxY) {
+void RectFill(RastPort* rp, int32 minX, int32 minY, int32 maxX, int32 maxY) noexcept {
     drawThrough(*rp, {minX, minY, maxX + 1L, maxY + 1L},
                 [&](BitMapRecord& target, const Box& area, long, long) {
                     fillPixels(target, area, fromColor(*target.format, rp->FgColor));
                 });
 }
 
-void SetRPAttrsA(RastPort* rp, const TagItem* tags) {
+void SetRPAttrsA(RastPort* rp, const TagItem* tags) noexcept {
     rp->FgColor = static_cast<uint32>(GetTagData(RPTAG_APenColor, rp->FgColor, tags));
     rp->DrawMode = static_cast<uint8>(GetTagData(RPTAG_DrMd, rp->DrawMode, tags));
 }

@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstring>
 
+#include <ormsel/ormsel_formats.h>
+
 namespace host {
 
 namespace {
@@ -25,13 +27,13 @@ constexpr PixelFormat rgb565(uint8 r, uint8 b, bool swapped) {
     return {2, 16, swapped, {r, 5}, {5, 6}, {b, 5}, {}};
 }
 
-/** The top bit is alpha: a copied opaque pixel keeps it, and blits read it so. */
+// The top bit is alpha: a copied opaque pixel keeps it, and blits read it so.
 constexpr PixelFormat rgb555(uint8 r, uint8 b, bool swapped) {
     return {2, 15, swapped, {r, 5}, {5, 5}, {b, 5}, {15, 1}};
 }
 
-/** By format code. The YUV formats can be stored but not converted. */
-constexpr std::array<PixelFormat, RGBFB_MaxFormats> formats = {
+// By format code. The YUV formats can be stored but not converted.
+constexpr std::array<PixelFormat, RGBFB_MaxFormats> kFormats = {
     other(1, 8),          // NONE: unknown pixels of a byte
     other(1, 8),          // CLUT
     rgb24(16, 8, 0),      // R8G8B8
@@ -55,11 +57,25 @@ constexpr std::array<PixelFormat, RGBFB_MaxFormats> formats = {
     other(2, 16),         // YUV422PAPC
 };
 
+constexpr uint32 maskOf(Channel c) {
+    return c.width ? (0xFFFFFFFFU >> (32 - c.width)) << c.shift : 0;
+}
+
+// Whether a row of the library's table of formats says the same.
+constexpr bool agrees(const PixelFormat& f, unsigned bytes, uint32 r, uint32 g, uint32 b, uint32 a) {
+    return f.bytes == bytes && !f.swapped && maskOf(f.r) == r && maskOf(f.g) == g && maskOf(f.b) == b &&
+           maskOf(f.a) == a;
+}
+#define ASSERT_AGREES(name, stem, code, bytes, red, green, blue, alpha, alphaShift)                          \
+    static_assert(RGBFB_##name == (code) && agrees(kFormats[code], bytes, red, green, blue, alpha), #name);
+ORMSEL_FORMATS(ASSERT_AGREES)
+#undef ASSERT_AGREES
+
 constexpr uint16 swap16(uint16 v) {
     return static_cast<uint16>(v << 8 | v >> 8);
 }
 
-/** A channel's value stretched to 8 bits; works for widths of 1 and 4 to 8. */
+// A channel's value stretched to 8 bits; works for widths of 1 and 4 to 8.
 constexpr uint32 widen(uint32 v, unsigned width) {
     if (width == 1)
         return v ? 255 : 0;
@@ -78,7 +94,7 @@ constexpr uint32 insert(Channel c, uint32 v) {
 } // namespace
 
 const PixelFormat* findFormat(uint32 code) {
-    return code < formats.size() ? &formats[code] : nullptr;
+    return code < kFormats.size() ? &kFormats[code] : nullptr;
 }
 
 RGBFTYPE formatForDepth(uint32 depth) {

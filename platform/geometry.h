@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Zlib
-/** @file geometry.h  Rectangles and lists of rectangles that do not overlap. */
-#ifndef PLATFORM_GEOMETRY_H
-#define PLATFORM_GEOMETRY_H
+// Rectangles and lists of rectangles that do not overlap.
+#pragma once
 
 #include <graphics/gfx.h>
 
@@ -10,7 +9,7 @@
 
 namespace host {
 
-/** A rectangle whose maximum corner lies outside of it, one pixel beyond. */
+// A rectangle whose maximum corner lies outside of it, one pixel beyond.
 struct Box {
     long x0 = 0, y0 = 0, x1 = 0, y1 = 0;
 
@@ -26,6 +25,11 @@ inline Box operator&(const Box& a, const Box& b) {
     return {std::max(a.x0, b.x0), std::max(a.y0, b.y0), std::min(a.x1, b.x1), std::min(a.y1, b.y1)};
 }
 
+// The smallest rectangle that holds both.
+inline Box around(const Box& a, const Box& b) {
+    return {std::min(a.x0, b.x0), std::min(a.y0, b.y0), std::max(a.x1, b.x1), std::max(a.y1, b.y1)};
+}
+
 inline Box toBox(const Rectangle& r) {
     return {r.MinX, r.MinY, r.MaxX + 1L, r.MaxY + 1L};
 }
@@ -37,12 +41,10 @@ inline Rectangle toRectangle(const Box& b) {
 
 using Boxes = std::vector<Box>;
 
-/** What of `from` lies inside `cut`. */
+// What of `from` lies inside `cut`.
 Boxes intersect(const Boxes& from, const Box& cut);
 
-/** What of `from` lies outside `cut`. */
+// What of `from` lies outside `cut`.
 Boxes subtract(const Boxes& from, const Box& cut);
 
 } // namespace host
-
-#endif

@@ -15,8 +15,8 @@ struct SymbolKey {
     uint8 code;
 };
 
-/** Keys that bear no letter: their symbol is the same in every layout. */
-constexpr SymbolKey layoutFree[] = {
+// Keys that bear no letter: their symbol is the same in every layout.
+constexpr SymbolKey kLayoutFree[] = {
     {SDLK_ESCAPE, 0x45},    {SDLK_F1, 0x50},        {SDLK_F2, 0x51},          {SDLK_F3, 0x52},
     {SDLK_F4, 0x53},        {SDLK_F5, 0x54},        {SDLK_F6, 0x55},          {SDLK_F7, 0x56},
     {SDLK_F8, 0x57},        {SDLK_F9, 0x58},        {SDLK_F10, 0x59},         {SDLK_F11, 0x4B},
@@ -35,8 +35,8 @@ constexpr SymbolKey layoutFree[] = {
     {SDLK_KP_PLUS, 0x5E},   {SDLK_KP_ENTER, 0x43},
 };
 
-/** Keys that bear letters, by the symbol they have in the US layout; for displays without X keycodes. */
-constexpr SymbolKey usLayout[] = {
+// Keys that bear letters, by the symbol they have in the US layout; for displays without X keycodes.
+constexpr SymbolKey kUsLayout[] = {
     {SDLK_BACKQUOTE, 0x00},   {SDLK_1, 0x01},
     {SDLK_2, 0x02},           {SDLK_3, 0x03},
     {SDLK_4, 0x04},           {SDLK_5, 0x05},
@@ -64,11 +64,11 @@ constexpr SymbolKey usLayout[] = {
     {SDLK_SLASH, 0x3A},
 };
 
-/** X keycodes of keys that bear letters: runs of neighbours. They are the same in all of its keycode sets. */
+// X keycodes of keys that bear letters: runs of neighbours. They are the same in all of its keycode sets.
 struct KeycodeRun {
     uint8 first, last, code;
 };
-constexpr KeycodeRun xRuns[] = {
+constexpr KeycodeRun kXRuns[] = {
     {10, 21, 0x01}, // 1 to =
     {24, 35, 0x10}, // Q to ]
     {38, 48, 0x20}, // A to '
@@ -86,7 +86,7 @@ std::optional<uint16> find(const Table& table, SDLKey symbol) {
 }
 
 std::optional<uint16> findKeycode(unsigned keycode) {
-    for (const KeycodeRun& run : xRuns)
+    for (const KeycodeRun& run : kXRuns)
         if (keycode >= run.first && keycode <= run.last)
             return static_cast<uint16>(run.code + (keycode - run.first));
     return std::nullopt;
@@ -95,24 +95,24 @@ std::optional<uint16> findKeycode(unsigned keycode) {
 } // namespace
 
 std::optional<uint16> rawKeyCode(const SDL_keysym& key, bool xKeycodes) {
-    if (const auto code = find(layoutFree, key.sym))
+    if (const auto code = find(kLayoutFree, key.sym))
         return code;
     if (xKeycodes)
         if (const auto code = findKeycode(key.scancode))
             return code;
-    return find(usLayout, key.sym);
+    return find(kUsLayout, key.sym);
 }
 
 uint16 qualifiers(int modifiers) {
     constexpr struct {
         int modifier;
         unsigned qualifier;
-    } map[] = {{KMOD_LSHIFT, IEQUALIFIER_LSHIFT},  {KMOD_RSHIFT, IEQUALIFIER_RSHIFT},
-               {KMOD_CAPS, IEQUALIFIER_CAPSLOCK},  {KMOD_CTRL, IEQUALIFIER_CONTROL},
-               {KMOD_LALT, IEQUALIFIER_LALT},      {KMOD_RALT, IEQUALIFIER_RALT},
-               {KMOD_LMETA, IEQUALIFIER_LCOMMAND}, {KMOD_RMETA, IEQUALIFIER_RCOMMAND}};
+    } kMap[] = {{KMOD_LSHIFT, IEQUALIFIER_LSHIFT},  {KMOD_RSHIFT, IEQUALIFIER_RSHIFT},
+                {KMOD_CAPS, IEQUALIFIER_CAPSLOCK},  {KMOD_CTRL, IEQUALIFIER_CONTROL},
+                {KMOD_LALT, IEQUALIFIER_LALT},      {KMOD_RALT, IEQUALIFIER_RALT},
+                {KMOD_LMETA, IEQUALIFIER_LCOMMAND}, {KMOD_RMETA, IEQUALIFIER_RCOMMAND}};
     unsigned result = 0;
-    for (const auto& entry : map)
+    for (const auto& entry : kMap)
         if (modifiers & entry.modifier)
             result |= entry.qualifier;
     return static_cast<uint16>(result);

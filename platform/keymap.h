@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Zlib
-/** @file keymap.h  Raw key codes for the host's keys. */
-#ifndef PLATFORM_KEYMAP_H
-#define PLATFORM_KEYMAP_H
+// Raw key codes for the host's keys.
+#pragma once
 
 #include <exec/types.h>
 
@@ -11,15 +10,11 @@
 
 namespace host {
 
-/**
- * The raw code of a key's place on the keyboard; empty for keys that the platform does not have.
- * @param xKeycodes whether `key.scancode` is a keycode of the X Window System
- */
+// The raw code of a key's place on the keyboard; empty for keys that the platform does not have.
+// @param xKeycodes whether `key.scancode` is a keycode of the X Window System
 std::optional<uint16> rawKeyCode(const SDL_keysym& key, bool xKeycodes);
 
-/** The qualifier bits for the modifiers held. */
+// The qualifier bits for the modifiers held.
 uint16 qualifiers(int modifiers);
 
 } // namespace host
-
-#endif

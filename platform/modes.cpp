@@ -14,19 +14,19 @@ namespace host {
 
 namespace {
 
-constexpr uint32 depths[] = {15, 16, 24, 32};
-constexpr unsigned sideBits = 14;
-constexpr uint32 sideMask = (1U << sideBits) - 1;
+constexpr uint32 kDepths[] = {15, 16, 24, 32};
+constexpr unsigned kSideBits = 14;
+constexpr uint32 kSideMask = (1U << kSideBits) - 1;
 
 } // namespace
 
 bool isScreenDepth(uint32 depth) {
-    return std::find(std::begin(depths), std::end(depths), depth) != std::end(depths);
+    return std::find(std::begin(kDepths), std::end(kDepths), depth) != std::end(kDepths);
 }
 
 std::optional<Mode> findMode(uint32 id) {
-    const Mode mode = {id >> sideBits & sideMask, id & sideMask, depths[id >> 2 * sideBits & 3]};
-    if (id >> (2 * sideBits + 2) || mode.width == 0 || mode.height == 0)
+    const Mode mode = {id >> kSideBits & kSideMask, id & kSideMask, kDepths[id >> 2 * kSideBits & 3]};
+    if (id >> (2 * kSideBits + 2) || mode.width == 0 || mode.height == 0)
         return std::nullopt;
     return mode;
 }
@@ -35,7 +35,7 @@ std::optional<Mode> findMode(uint32 id) {
 
 using namespace host;
 
-uint32 BestModeIDA(const TagItem* tags) {
+uint32 BestModeIDA(const TagItem* tags) noexcept {
     auto width = static_cast<uint32>(GetTagData(BIDTAG_NominalWidth, 0, tags));
     auto height = static_cast<uint32>(GetTagData(BIDTAG_NominalHeight, 0, tags));
     const auto depth = static_cast<uint32>(GetTagData(BIDTAG_Depth, 24, tags));
@@ -44,8 +44,9 @@ uint32 BestModeIDA(const TagItem* tags) {
         width = static_cast<uint32>(size.width);
         height = static_cast<uint32>(size.height);
     }
-    if (width > sideMask || height > sideMask || !isScreenDepth(depth))
+    if (width > kSideMask || height > kSideMask || !isScreenDepth(depth))
         return INVALID_ID;
-    const auto index = static_cast<uint32>(std::find(std::begin(depths), std::end(depths), depth) - depths);
-    return index << 2 * sideBits | width << sideBits | height;
+    const auto index =
+        static_cast<uint32>(std::find(std::begin(kDepths), std::end(kDepths), depth) - kDepths);
+    return index << 2 * kSideBits | width << kSideBits | height;
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Zlib
-/** @file modes.h  Display modes as numbers. */
-#ifndef PLATFORM_MODES_H
-#define PLATFORM_MODES_H
+// Display modes as numbers.
+#pragma once
 
 #include <exec/types.h>
 
@@ -13,12 +12,10 @@ struct Mode {
     uint32 width, height, depth;
 };
 
-/** The mode that a number from BestModeID() stands for. */
+// The mode that a number from BestModeID() stands for.
 std::optional<Mode> findMode(uint32 id);
 
-/** Whether screens can have this depth. */
+// Whether screens can have this depth.
 bool isScreenDepth(uint32 depth);
 
 } // namespace host
-
-#endif

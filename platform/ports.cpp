@@ -5,32 +5,41 @@
 #include <proto/exec.h>
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <csignal>
+#include <iterator>
 #include <mutex>
 
-/** The signals of one thread. */
+#include <poll.h>
+
+#include "wake.h"
+
+// The signals of one thread.
 struct Task {
     uint32 allocated = 0x0000FFFF; // the lower half is the system's
     uint32 received = 0;
+    // Waits for signals or is about to.
+    bool sleeping = false;
+    host::WakePipe wake;
 };
 
 namespace {
 
-/** Guards all ports and tasks. */
+// Guards all ports and tasks.
 std::mutex execMutex;
-std::condition_variable signalled;
 thread_local Task currentTask;
-
-/** Between two looks at the host's input and at Ctrl-C, neither of which can wake a condition variable. */
-constexpr std::chrono::milliseconds pollInterval{5};
 
 std::atomic<bool> breakRaised{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler");
 
-extern "C" void onInterrupt(int) {
+// Readable after a break, for every thread that waits for one.
+host::WakePipe& breakPipe() {
+    static host::WakePipe pipe;
+    return pipe;
+}
+
+void onInterrupt(int) {
     breakRaised = true;
+    breakPipe().wake();
 }
 
 bool isEmpty(const List& list) {
@@ -49,7 +58,7 @@ void remove(Node& node) {
     node.ln_Succ->ln_Pred = node.ln_Pred;
 }
 
-/** The node is the first member of its message. */
+// The node is the first member of its message.
 Message* messageOf(Node* node) {
     return reinterpret_cast<Message*>(node);
 }
@@ -79,16 +88,17 @@ Message* lastMessage(MsgPort& port) {
 }
 
 void catchBreak() {
+    breakPipe(); // made before a handler needs it
     std::signal(SIGINT, onInterrupt);
 }
 
 void raiseBreak() {
-    breakRaised = true;
+    onInterrupt(SIGINT);
 }
 
 } // namespace host
 
-MsgPort* CreateMsgPort() {
+MsgPort* CreateMsgPort() noexcept {
     auto* const port = static_cast<MsgPort*>(AllocVec(sizeof(MsgPort), MEMF_ANY));
     if (!port)
         return nullptr;
@@ -106,7 +116,7 @@ MsgPort* CreateMsgPort() {
     return port;
 }
 
-void DeleteMsgPort(MsgPort* port) {
+void DeleteMsgPort(MsgPort* port) noexcept {
     if (!port)
         return;
     {
@@ -116,38 +126,66 @@ void DeleteMsgPort(MsgPort* port) {
     FreeVec(port);
 }
 
-void PutMsg(MsgPort* port, Message* message) {
+void PutMsg(MsgPort* port, Message* message) noexcept {
     const std::lock_guard lock(execMutex);
     addTail(port->mp_MsgList, message->mn_Node);
-    if (port->mp_SigTask)
-        port->mp_SigTask->received |= 1U << port->mp_SigBit;
-    signalled.notify_all();
+    Task* const task = port->mp_SigTask;
+    if (!task)
+        return;
+    task->received |= 1U << port->mp_SigBit;
+    if (task->sleeping)
+        task->wake.wake();
 }
 
-Message* GetMsg(MsgPort* port) {
+Message* GetMsg(MsgPort* port) noexcept {
     // Every time and not just when the port is empty: SDL's queue of 128 events would overflow while a
     // program works off a long one of ours.
     host::serviceDisplay();
     return host::takeMessage(*port);
 }
 
-void ReplyMsg(Message* message) {
+void ReplyMsg(Message* message) noexcept {
     if (message->mn_ReplyPort)
         PutMsg(message->mn_ReplyPort, message);
 }
 
-uint32 Wait(uint32 signals) {
-    if (signals & SIGBREAKF_CTRL_C)
+namespace {
+
+// Sleeps until something may have happened that Wait() has to look at.
+void sleepUntilWoken(Task& task, bool heedBreak, const host::DisplayAttention& display) {
+    const int descriptors[] = {task.wake.descriptor(), heedBreak ? breakPipe().descriptor() : -1,
+                               display.host.descriptor, display.drawn};
+    pollfd sources[std::size(descriptors)];
+    for (std::size_t i = 0; i < std::size(descriptors); ++i)
+        sources[i] = {descriptors[i], POLLIN, 0}; // poll() skips -1
+    host::Attention limit = display.host;
+    if (descriptors[0] < 0 || (heedBreak && descriptors[1] < 0))
+        limit.within(host::kPollMilliseconds);
+    poll(sources, std::size(sources), limit.milliseconds);
+}
+
+} // namespace
+
+uint32 Wait(uint32 signals) noexcept {
+    Task& task = currentTask;
+    const bool heedBreak = signals & SIGBREAKF_CTRL_C;
+    if (heedBreak)
         host::catchBreak();
     for (;;) {
-        host::serviceDisplay();
-        std::unique_lock lock(execMutex);
-        if ((signals & SIGBREAKF_CTRL_C) && breakRaised.exchange(false))
-            currentTask.received |= static_cast<uint32>(SIGBREAKF_CTRL_C);
-        if (const uint32 got = currentTask.received & signals) {
-            currentTask.received &= ~got;
-            return got;
+        const host::DisplayAttention display = host::serviceDisplay();
+        {
+            const std::lock_guard lock(execMutex);
+            if (heedBreak && breakRaised.exchange(false))
+                task.received |= static_cast<uint32>(SIGBREAKF_CTRL_C);
+            const uint32 got = task.received & signals;
+            task.received &= ~got;
+            task.sleeping = got == 0;
+            if (got)
+                return got;
         }
-        signalled.wait_for(lock, pollInterval);
+        sleepUntilWoken(task, heedBreak, display);
+        task.wake.drain();
+        if (heedBreak)
+            breakPipe().drain();
     }
 }

@@ -3,7 +3,7 @@
 
 #include <chrono>
 
-void GetSysTime(TimeVal* dest) {
+void GetSysTime(TimeVal* dest) noexcept {
     using namespace std::chrono;
     const auto now = duration_cast<microseconds>(system_clock::now().time_since_epoch()).count();
     dest->Seconds = static_cast<uint32>(now / 1000000);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Zlib
 // utility: tag lists.
-#include <proto/utility.h>
+#include "tags.h"
 
-const TagItem* NextTagItem(const TagItem** list) {
+const TagItem* NextTagItem(const TagItem** list) noexcept {
     const TagItem* item = *list;
     while (item) {
         switch (item->ti_Tag) {
@@ -13,7 +13,7 @@ const TagItem* NextTagItem(const TagItem** list) {
             ++item;
             break;
         case TAG_MORE:
-            item = reinterpret_cast<const TagItem*>(item->ti_Data);
+            item = host::asPointer<const TagItem*>(item->ti_Data);
             break;
         case TAG_SKIP:
             item += 1 + item->ti_Data;
@@ -27,14 +27,14 @@ const TagItem* NextTagItem(const TagItem** list) {
     return nullptr;
 }
 
-const TagItem* FindTagItem(Tag tag, const TagItem* list) {
+const TagItem* FindTagItem(Tag tag, const TagItem* list) noexcept {
     while (const TagItem* const item = NextTagItem(&list))
         if (item->ti_Tag == tag)
             return item;
     return nullptr;
 }
 
-TagData GetTagData(Tag tag, TagData fallback, const TagItem* list) {
+TagData GetTagData(Tag tag, TagData fallback, const TagItem* list) noexcept {
     const TagItem* const item = FindTagItem(tag, list);
     return item ? item->ti_Data : fallback;
 }

@@ -5,9 +5,9 @@
 #include <array>
 
 #include <graphics/rastport.h>
-#include <host/testing.h>
 
 #include "ormsel/ormsel.h"
+#include "tests/faults.h"
 
 bool sourceIsSurface(Entry entry) {
     return entry != Entry::BitmapToSurface && entry != Entry::Bitmap && entry != Entry::BitmapMask &&
@@ -97,12 +97,12 @@ public:
         if (model::clip(clipped))
             model::draw(arena_.memory, clipped);
         const long carry = random_.oneIn(16) ? 65536 * random_.between(-2, 2) : 0;
-        HOST_FailAllocations(allocations, 1000000);
+        failAllocations(allocations, 1000000);
         unsigned long result = 0;
         std::string wrong = printedBy([&] {
             result = callEntry(entry_, blit_, src_, target(), mask_, arena_.at(blit_.src.first), carry);
         });
-        HOST_FailAllocations(0, 0);
+        failAllocations(0, 0);
         for (const Window& window : windows_)
             wrong += arena_.difference(window.from, window.to);
         for (const Picture* p : {&src_, &dst_, &mask_})
@@ -110,10 +110,10 @@ public:
                 wrong += "a surface is still locked\n";
         if (result != 0)
             wrong += "the result is not 0\n";
-        if (wrong.empty() && HOST_HeldBitMapLocks() == 0)
+        if (wrong.empty() && heldBitMapLocks() == 0)
             return {};
         return wrong + "entry " + std::to_string(static_cast<int>(entry_)) + ", held locks " +
-               std::to_string(HOST_HeldBitMapLocks()) + "\n" + describe(blit_);
+               std::to_string(heldBitMapLocks()) + "\n" + describe(blit_);
     }
 
 private:

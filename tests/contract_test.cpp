@@ -7,11 +7,11 @@
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <host/testing.h>
 
 #include <ormsel/ormsel_target.h>
 #include "ormsel/ormsel.h"
 #include "tests/blits.h"
+#include "tests/faults.h"
 
 extern "C" unsigned long blitFromC(SDL_Surface* src, SDL_Surface* dst); // c_header_test.c
 
@@ -44,7 +44,7 @@ struct Images {
         const auto before = pixels;
         const std::string text = printedBy([&] { EXPECT_EQ(work(), 0U); });
         EXPECT_EQ(pixels, before);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks(), 0);
         for (const Picture* picture : {&surface, &target, &mask})
             EXPECT_EQ(picture->sdl()->locked, 0U);
         return text;
@@ -112,13 +112,13 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
                                  "Could not lock bitmap.\nInitContext (dst) failed!\n",
                                  "Could not lock mask bitmap.\nInitContext (mask) failed!\n"};
     for (long lock = 0; lock < 3; ++lock) {
-        HOST_FailLocks(lock, 1);
+        failLocks(lock, 1);
         EXPECT_EQ(i.refused(Entry::BitmapMask, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
     }
-    HOST_FailLocks(0, 0);
-    HOST_LosePixels(i.targetBitmap.native(), TRUE);
+    failLocks(0, 0);
+    losePixels(i.targetBitmap.native(), true);
     EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, i.surface, i.targetBitmap), lines[1]);
-    HOST_LosePixels(i.targetBitmap.native(), FALSE);
+    losePixels(i.targetBitmap.native(), false);
 
     const char* notAMask = "Mask is not 8 bit format. Bailing out!\nInitContext (mask) failed!\n";
     EXPECT_EQ(i.refused(Entry::SurfaceMask, i.surface, i.target, i.surface), notAMask);
@@ -223,11 +223,11 @@ TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
         expectContext(ctx,
                       contextFor({described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false},
                                  pixels.data()));
-        EXPECT_EQ(HOST_HeldBitMapLocks(), locks);
+        EXPECT_EQ(heldBitMapLocks(), locks);
         for (int twice = 0; twice < 2; ++twice)
             BLT_FreeContext(ctx, image, image, maskImage);
         EXPECT_EQ(ctx.src.lock | ctx.dst.lock | ctx.maskLock, 0U);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks(), 0);
     };
     const Picture mask(surfaceMask, pixels.data(), 3, 3, 5), ofBitmap(bitmapMask, pixels.data(), 3, 3, 5);
     for (const Kind& kind : surfaceKinds) {
@@ -272,7 +272,7 @@ TEST(Contract, ThreadsShareASource) {
         EXPECT_EQ(own, pixels[0]);
     EXPECT_NE(pixels[0], before);
     EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
-    EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+    EXPECT_EQ(heldBitMapLocks(), 0);
 }
 
 TEST(Contract, TargetsCanBeForced) {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <host/testing.h>
+#include <host/debug.h>
 #include <intuition/intuition.h>
 #include <intuition/screens.h>
 #include <libraries/Picasso96.h>
@@ -14,22 +14,23 @@
 #include "demo/demo_modes.h"
 #include "demo/demo_reports.h"
 #include "ormsel/ormsel_utils.h"
+#include "tests/faults.h"
 
 namespace {
 
-/// Collects the debug output, and checks that whatever was taken is given back. When the native mode has
-/// opened its display, a user moves the picture once and leaves.
+// Collects the debug output, and checks that whatever was taken is given back. When the native mode has
+// opened its display, a user moves the picture once and leaves.
 struct Watch {
     Watch() {
         HOST_SetDebugSink([](const char* text, void* watch) { static_cast<Watch*>(watch)->hear(text); },
                           this);
     }
     ~Watch() {
-        HOST_FailAllocations(0, 0);
-        HOST_FailLocks(0, 0);
+        failAllocations(0, 0);
+        failLocks(0, 0);
         HOST_SetDebugSink(nullptr, nullptr);
-        EXPECT_EQ(HOST_LiveAllocations(), allocations);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+        EXPECT_EQ(liveAllocations(), allocations);
+        EXPECT_EQ(heldBitMapLocks(), 0);
     }
     void hear(const std::string& text) {
         said += text;
@@ -43,7 +44,7 @@ struct Watch {
         }
     }
     std::string said;
-    long allocations = HOST_LiveAllocations();
+    long allocations = liveAllocations();
 };
 
 TEST(Utils, FormatNames) {
@@ -79,7 +80,7 @@ TEST(NativeMode, FaultsLeaveNothingOpen) {
     ASSERT_EQ(TTF_Init(), 0);
     for (const bool fullscreen : {false, true}) {
         std::set<std::string> complaints;
-        /// @return whether the display opened
+        // @return whether the display opened
         const auto run = [&](void (*fail)(long, long), long skip, long count) {
             const Watch watch;
             fail(skip, count);
@@ -89,12 +90,15 @@ TEST(NativeMode, FaultsLeaveNothingOpen) {
                 complaints.insert(watch.said.substr(watch.said.rfind("-\n") + 2));
             return opened;
         };
-        EXPECT_TRUE(run(HOST_FailLocks, 0, 100000));
+        EXPECT_TRUE(run(failLocks, 0, 100000));
         for (long skip = 0; skip < 60; ++skip) {
-            EXPECT_TRUE(run(HOST_FailLocks, skip, 1));
-            run(HOST_FailAllocations, skip, 1);
+            EXPECT_TRUE(run(failLocks, skip, 1));
+            run(failAllocations, skip, 1);
         }
-        EXPECT_EQ(complaints, (std::set<std::string>{"OpenScreen failed!\n", "OpenWindow failed!\n", ""}));
+        const std::string size = fullscreen ? "800x600" : "1024x768";
+        EXPECT_EQ(complaints, (std::set<std::string>{
+                                  "OpenScreen failed!\nNo memory for a screen of " + size + " pixels\n",
+                                  "OpenWindow failed!\nNo memory for a window\n", ""}));
     }
     TTF_Quit();
     SDL_FreeSurface(picture);

@@ -4,6 +4,7 @@
 // CTest sets KORVALEN_PROGRAM and KORVALEN_VOLUME.
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 #include <SDL_ttf.h>
@@ -16,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using x11::Image, x11::Program, x11::Words;
 
-constexpr x11::Duration Patience = std::chrono::minutes(2);
+constexpr x11::Duration kPatience = std::chrono::minutes(2);
 
 const std::string& display() {
     static const x11::Server xvfb(1024, 768);
@@ -31,23 +32,42 @@ class Korvalen : public Program {
 public:
     explicit Korvalen(Words words, const std::string& driver = "x11", const std::string& folder = volume(),
                       const char* workbenchDepth = "32")
-        : Program((words.insert(words.begin(), std::getenv("KORVALEN_PROGRAM")), words), Output::Captured,
-                  {{"DISPLAY", display()},
-                   {"SDL_VIDEODRIVER", driver},
+        : Program((words.insert(words.begin(), std::getenv("KORVALEN_PROGRAM")), words), Output::kCaptured,
+                  {{"DISPLAY", driver.empty() ? std::nullopt : std::optional(display())},
+                   {"SDL_VIDEODRIVER", driver.empty() ? std::nullopt : std::optional(driver)},
                    {"KORVALEN_VOLUME", folder},
-                   {"LSAN_OPTIONS", "print_suppressions=0"}, // says what it does on standard error
+                   // Without what it would say about them on standard error.
+                   {"LSAN_OPTIONS", "print_suppressions=0:suppressions=\"" ORMSEL_LEAKS_FILE "\""},
                    {"ORMSEL_WORKBENCH_DEPTH", workbenchDepth}}) {}
 
-    /// Waits until the condition holds. @return whether it does, unless the program ended before
+    // Waits until the condition holds. @return whether it does, unless the program ended before
     bool waitUntil(const std::function<bool()>& condition) {
-        return x11::waitFor([&] { return condition() || ended(); }, Patience) && condition();
+        return x11::waitFor([&] { return condition() || ended(); }, kPatience) && condition();
+    }
+    // Whether it wakes up but a few times while nothing happens: looking every 20 milliseconds would do it
+    // more often.
+    bool sleeps() {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        const long before = timesAsleep();
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        return timesAsleep() - before < 10;
     }
     bool says(const std::string& text) {
         return waitUntil([&] { return (out() + err()).find(text) != std::string::npos; });
     }
+
+private:
+    long timesAsleep() const {
+        std::ifstream status("/proc/" + std::to_string(id()) + "/status");
+        const std::string name = "voluntary_ctxt_switches:";
+        for (std::string line; std::getline(status, line);)
+            if (line.starts_with(name))
+                return std::stol(line.substr(name.size()));
+        throw std::runtime_error("no such program");
+    }
 };
 
-/// A frame in the making: each channel in the upper bits of its byte.
+// A frame in the making: each channel in the upper bits of its byte.
 struct Frame : Image {
     int depth;
 
@@ -70,14 +90,14 @@ struct Frame : Image {
     }
 };
 
-const std::string Stars(60, '*');
-const std::string Shift = "Shift: a[      24] r[      16] g[       8] b[       0]";
-const std::string Mask = "Mask:  a[ff000000] r[00ff0000] g[0000ff00] b[000000ff]";
-const std::string Loss = "Loss:  a[       0] r[       0] g[       0] b[       0]";
+const std::string kStars(60, '*');
+const std::string kShift = "Shift: a[      24] r[      16] g[       8] b[       0]";
+const std::string kMask = "Mask:  a[ff000000] r[00ff0000] g[0000ff00] b[000000ff]";
+const std::string kLoss = "Loss:  a[       0] r[       0] g[       0] b[       0]";
 
-constexpr uint32_t Unknown = 0xFF000000; // in a frame
+constexpr uint32_t kUnknown = 0xFF000000; // in a frame
 
-/// Both pictures.
+// Both pictures.
 Frame frameOf(int depth, int x, int y, int alpha) {
     static const Image background = Image::load(volume("/pictures/blue.png"));
     static const Image alphaPicture = Image::load(volume("/pictures/alpha.png"));
@@ -87,7 +107,7 @@ Frame frameOf(int depth, int x, int y, int alpha) {
     return frame;
 }
 
-/// The native mode's frame.
+// The native mode's frame.
 Frame nativeFrame(int x, int y, int alpha) {
     static TTF_Font* const sans = (TTF_Init(), TTF_OpenFont(volume("/fonts/FreeSans.ttf").c_str(), 18));
     static TTF_Font* const mono = TTF_OpenFont(volume("/fonts/FreeMono.ttf").c_str(), 12);
@@ -101,27 +121,33 @@ Frame nativeFrame(int x, int y, int alpha) {
     const std::string value = std::to_string(alpha);
     write("Alpha: " + value + ", " + std::to_string(x) + "x" + std::to_string(y), sans, 255, 3, 3);
     const std::string name = "Surface 'AlphaSurface': depth = 32, bpp = 4, blend = ON value = " + value;
-    for (int top = 38; const std::string& line : {Stars, name, Shift, Mask, Loss, Stars}) {
+    for (int top = 38; const std::string& line : {kStars, name, kShift, kMask, kLoss, kStars}) {
         write(line, mono, 0, 4, top + 1);
         write(line, mono, 255, 3, top);
         top += 13;
     }
     for (const auto& [first, last] : {std::pair{25, 43}, {580, 600}}) // two lines with timings
-        std::fill(frame.pixels.begin() + 800 * first, frame.pixels.begin() + 800 * last, Unknown);
+        std::fill(frame.pixels.begin() + 800 * first, frame.pixels.begin() + 800 * last, kUnknown);
     return frame;
 }
 
-/// Waits until the user sees this frame, up to bits that its pixels lack.
-bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame) {
-    const uint32_t bits = frame.depth == 16 ? 0xF8FCF8 : 0xFFFFFF;
-    const auto same = [&](uint32_t is, uint32_t shall) { return shall == Unknown || !((is ^ shall) & bits); };
+// Each channel widened by its own upper bits, as a 24-bit display shows a 16-bit screen: white stays white.
+uint32_t widened(uint32_t pixel) {
+    return (pixel & 0xF8FCF8) | (pixel >> 5 & 0x070007) | (pixel >> 6 & 0x000300);
+}
+
+// Waits until the user sees this frame, on a screen whose pixels the provider widens or not.
+bool sees(x11::User& user, Korvalen& korvalen, const Frame& frame, bool widens = false) {
+    const auto same = [&](uint32_t is, uint32_t shall) {
+        return shall == kUnknown || is == (widens ? widened(shall) : shall);
+    };
     return korvalen.waitUntil([&] {
         const Image shown = user.find(800, 600) ? user.look() : Image{};
         return std::ranges::equal(shown.pixels, frame.pixels, same);
     });
 }
 
-/// The line on a blit of so many bytes, with the time that `line` itself states.
+// The line on a blit of so many bytes, with the time that `line` itself states.
 std::string timing(const std::string& line, double bytes) {
     const double fps = 1.0 / std::atoi(line.c_str()) * 1000.0, megabytes = bytes / 1024 / 1024;
     char text[128];
@@ -130,18 +156,18 @@ std::string timing(const std::string& line, double bytes) {
     return text;
 }
 
-/// The SDL mode's standard error on 16 bits, but for its start: the layout of the picture as it is loaded.
+// The SDL mode's standard error on 16 bits, but for its start: the layout of the picture as it is loaded.
 std::string sdlReport(const std::string& backgroundTiming, const std::string& alphaTiming) {
-    const std::string stars = Stars + "\n", dashes = std::string(60, '-') + "\n";
-    return Loss + "\n" + stars + stars +
-           "Surface 'alpha' after convert: depth = 32, bpp = 4, blend = ON value = 255\n" + Shift + "\n" +
-           Mask + "\n" + Loss + "\n" + stars + "Running korvalen - SDL version\n" + dashes +
+    const std::string stars = kStars + "\n", dashes = std::string(60, '-') + "\n";
+    return kLoss + "\n" + stars + stars +
+           "Surface 'alpha' after convert: depth = 32, bpp = 4, blend = ON value = 255\n" + kShift + "\n" +
+           kMask + "\n" + kLoss + "\n" + stars + "Running korvalen - SDL version\n" + dashes +
            "Korvalen SDL_image version\n" + "Blitting Image to a SDL_Surface ... " + backgroundTiming +
            "Screen Format: 16\n" + dashes +
            "Screen Shift: a[       0] r[      11] g[       5] b[       0]\n" +
            "Screen Mask:  a[00000000] r[0000f800] g[000007e0] b[0000001f]\n" +
            "Screen Loss:  a[       0] r[       3] g[       2] b[       3]\n" + dashes + "Alpha Format: 16\n" +
-           dashes + "Alpha " + Shift + "\nBlue " + Mask + "\nBlue " + Loss + "\n" + dashes +
+           dashes + "Alpha " + kShift + "\nBlue " + kMask + "\nBlue " + kLoss + "\n" + dashes +
            "Blue Flags: RLE: NO, ALPHA: YES \nBlitting Image to a SDL_Surface ... " + alphaTiming;
 }
 
@@ -151,7 +177,7 @@ TEST(Korvalen, SdlModeShowsBothPicturesReportsAndEndsWithEsc) {
         x11::User user(display());
         ASSERT_TRUE(sees(user, korvalen, frameOf(depth, 0, 0, 255))) << korvalen.err();
         user.type(XK_Escape);
-        EXPECT_EQ(korvalen.exitCode(Patience), 0);
+        EXPECT_EQ(korvalen.exitCode(kPatience), 0);
         const std::string out = korvalen.out(), background = timing(out, 800 * 600 * 4);
         const std::string alpha = timing(out.substr(out.find('\n') + 1), 300 * 300 * 4);
         EXPECT_EQ(out, background + alpha);
@@ -168,6 +194,7 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
         Words arguments;
         std::string says;
         int code = 0;
+        // No driver: as SDL chooses, where there is no display.
         std::string driver = "dummy", folder = volume();
     } cases[] = {
         {{"--depth", "24", "-s", "-d", "8"},
@@ -180,11 +207,15 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
          0,
          "dummy",
          part / "pictures"},
+        // An empty name of a folder counts as none: the pictures are those of the build.
+        {{}, "Destintion is in sys\n", 0, "dummy", ""},
+        {{}, "No picture in '/nowhere/pictures/blue.png': ", 20, "none", "/nowhere"},
         {{}, "Could not load 'blue.png'\n", 20, "none", "/nowhere"},
         {{"--sdl"}, "Could not load 'alpha.png'\n", 20, "none", part},
         {{"-s"}, "\nCouldn't initialize SDL: No available video device\n", 1, "none"},
-        {{"-f", "--window"}, "OpenWindow failed!\n", 0, "none"},
-        {{"-f", "-w", "--fullscreen"}, "OpenScreen failed!\n", 0, "none"},
+        {{"-s"}, "\nCouldn't initialize SDL: No available video device\n", 1, ""},
+        {{"-f", "--window"}, "OpenWindow failed!\nNo available video device\n", 0, ""},
+        {{"-f", "-w", "--fullscreen"}, "OpenScreen failed!\nNo available video device\n", 0, "none"},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(testing::PrintToString(test.arguments));
@@ -192,12 +223,13 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
         EXPECT_TRUE(korvalen.says(test.says)) << korvalen.out() << korvalen.err();
         if (test.driver == "dummy")
             korvalen.signal(SIGINT);
-        EXPECT_EQ(korvalen.exitCode(Patience), test.code);
+        EXPECT_EQ(korvalen.exitCode(kPatience), test.code);
     }
     fs::remove_all(part);
 }
 
-void visit(const Words& arguments, const char* workbenchDepth, void (*end)(x11::User&, Korvalen&)) {
+void visit(const Words& arguments, const char* workbenchDepth, int screenDepth,
+           void (*end)(x11::User&, Korvalen&)) {
     SCOPED_TRACE(testing::PrintToString(arguments));
     Korvalen korvalen(arguments, "x11", volume(), workbenchDepth);
     x11::User user(display());
@@ -227,10 +259,12 @@ void visit(const Words& arguments, const char* workbenchDepth, void (*end)(x11::
     };
     for (const auto& [act, x, y, alpha] : steps) {
         act();
-        ASSERT_TRUE(sees(user, korvalen, nativeFrame(x, y, alpha))) << x << ' ' << y << ' ' << alpha;
+        ASSERT_TRUE(sees(user, korvalen, nativeFrame(x, y, alpha), screenDepth == 16))
+            << x << ' ' << y << ' ' << alpha;
     }
+    EXPECT_TRUE(korvalen.sleeps()) << "it polls";
     end(user, korvalen);
-    EXPECT_EQ(korvalen.exitCode(Patience), 0);
+    EXPECT_EQ(korvalen.exitCode(kPatience), 0);
     const std::string dashes = std::string(51, '-') + "\n";
     const std::string banner = dashes + "Running korvalen - Amiga native version\n" + dashes;
     EXPECT_EQ(korvalen.out(), banner);
@@ -244,10 +278,10 @@ TEST(Korvalen, InNativeModeThePictureFollowsTheUser) {
     const auto escape = [](x11::User& user, Korvalen&) { user.type(XK_Escape); };
     const auto close = [](x11::User& user, Korvalen&) { user.closeWindow(); };
     const auto interrupt = [](x11::User&, Korvalen& korvalen) { korvalen.signal(SIGINT); };
-    ASSERT_NO_FATAL_FAILURE(visit({"--depth", "16"}, "16", close));
-    ASSERT_NO_FATAL_FAILURE(visit({"-d", "32"}, "32", interrupt));
-    ASSERT_NO_FATAL_FAILURE(visit({"--fullscreen"}, "32", escape));
-    ASSERT_NO_FATAL_FAILURE(visit({"-f", "-d", "32"}, "16", escape));
+    ASSERT_NO_FATAL_FAILURE(visit({"--depth", "16"}, "16", 16, close));
+    ASSERT_NO_FATAL_FAILURE(visit({"-d", "32"}, "32", 32, interrupt));
+    ASSERT_NO_FATAL_FAILURE(visit({"--fullscreen"}, "32", 16, escape));
+    ASSERT_NO_FATAL_FAILURE(visit({"-f", "-d", "32"}, "16", 32, escape));
 }
 
 } // namespace

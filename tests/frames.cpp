@@ -37,22 +37,22 @@ void takeFrame() {
 
 // Drags the picture partly out of the frame, fades it, nudges it and leaves; the SDL mode heeds only the end.
 void userDoesNext() {
-    constexpr SDL_MouseButtonEvent wheel{SDL_MOUSEBUTTONDOWN, 0, SDL_BUTTON_WHEELUP, SDL_PRESSED, 690, 480};
-    static constexpr SDL_Event visit[] = {
+    constexpr SDL_MouseButtonEvent kWheel{SDL_MOUSEBUTTONDOWN, 0, SDL_BUTTON_WHEELUP, SDL_PRESSED, 690, 480};
+    static constexpr SDL_Event kVisit[] = {
         {.button = {SDL_MOUSEBUTTONDOWN, 0, SDL_BUTTON_LEFT, SDL_PRESSED, 400, 300}},
         {.motion = {SDL_MOUSEMOTION, 0, 0, 690, 480, 0, 0}},
         {.button = {SDL_MOUSEBUTTONUP, 0, SDL_BUTTON_LEFT, SDL_RELEASED, 690, 480}},
-        {.button = wheel},
-        {.button = wheel},
-        {.button = wheel},
+        {.button = kWheel},
+        {.button = kWheel},
+        {.button = kWheel},
         {.key = {SDL_KEYDOWN, 0, SDL_PRESSED, {0, SDLK_LEFT, KMOD_NONE, 0}}},
         {.key = {SDL_KEYDOWN, 0, SDL_PRESSED, {0, SDLK_UP, KMOD_NONE, 0}}},
         {.key = {SDL_KEYDOWN, 0, SDL_PRESSED, {0, SDLK_ESCAPE, KMOD_NONE, 0}}},
     };
     static size_t step = 0;
-    if (step == std::size(visit))
+    if (step == std::size(kVisit))
         return;
-    SDL_Event event = visit[step++];
+    SDL_Event event = kVisit[step++];
     SDL_PushEvent(&event);
 }
 

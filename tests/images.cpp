@@ -11,7 +11,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <host/testing.h>
+#include <host/bitmap.h>
+#include <host/debug.h>
 #include <proto/graphics.h>
 
 // --- Random numbers -----------------------------------------------------------------------------------

@@ -14,13 +14,14 @@
 #include <SDL.h>
 
 #include <graphics/clip.h>
-#include <host/testing.h>
 #include <intuition/intuition.h>
 #include <libraries/Picasso96.h>
 #include <ormsel/ormsel.h>
 #include <proto/Picasso96API.h>
 #include <proto/graphics.h>
 #include <proto/intuition.h>
+
+#include "tests/faults.h"
 
 namespace {
 
@@ -38,25 +39,25 @@ uint8* rowOf(const OwnBitMap& bitmap, long y) {
     return static_cast<uint8*>(info.Memory) + y * static_cast<uint16>(info.BytesPerRow);
 }
 
-/// A bitmap or a surface; with a format code the surface is passed as an array of pixels.
+// A bitmap or a surface; with a format code the surface is passed as an array of pixels.
 struct Source {
     long width, height;
     OwnBitMap bitmap;
     std::shared_ptr<SDL_Surface> surface;
     uint32 arrayFormat;
 };
-/// Depth and masks. The last four are in the order of the format codes from RGBFB_A8R8G8B8.
-constexpr uint32 surfaceFormats[][5] = {{15, 0x7C00, 0x3E0, 0x1F, 0},
-                                        {16, 0xF800, 0x7E0, 0x1F, 0},
-                                        {24, 0xFF0000, 0xFF00, 0xFF, 0},
-                                        {24, 0xFF, 0xFF00, 0xFF0000, 0},
-                                        {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000},
-                                        {32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000},
-                                        {32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF},
-                                        {32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF}};
-constexpr uint32 bitmapFormats[] = {RGBFB_R8G8B8,   RGBFB_B8G8R8,   RGBFB_A8R8G8B8, RGBFB_A8B8G8R8,
-                                    RGBFB_R8G8B8A8, RGBFB_B8G8R8A8, RGBFB_R5G6B5,   RGBFB_R5G5B5};
-constexpr unsigned char alphas[] = {255, 255, 255, 254, 248, 247, 200, 128, 31, 8, 7, 0};
+// Depth and masks. The last four are in the order of the format codes from RGBFB_A8R8G8B8.
+constexpr uint32 kSurfaceFormats[][5] = {{15, 0x7C00, 0x3E0, 0x1F, 0},
+                                         {16, 0xF800, 0x7E0, 0x1F, 0},
+                                         {24, 0xFF0000, 0xFF00, 0xFF, 0},
+                                         {24, 0xFF, 0xFF00, 0xFF0000, 0},
+                                         {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000},
+                                         {32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000},
+                                         {32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF},
+                                         {32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF}};
+constexpr uint32 kBitmapFormats[] = {RGBFB_R8G8B8,   RGBFB_B8G8R8,   RGBFB_A8R8G8B8, RGBFB_A8B8G8R8,
+                                     RGBFB_R8G8B8A8, RGBFB_B8G8R8A8, RGBFB_R5G6B5,   RGBFB_R5G5B5};
+constexpr unsigned char kAlphas[] = {255, 255, 255, 254, 248, 247, 200, 128, 31, 8, 7, 0};
 
 struct Request {
     long srcX, srcY, dstX, dstY, width, height;
@@ -67,7 +68,7 @@ struct Request {
 struct TestWindow {
     Window* window;
     long width, height;
-    /// Of a super-bitmap window, and what the window shows, made without layers.
+    // Of a super-bitmap window, and what the window shows, made without layers.
     OwnBitMap super, plain;
 };
 
@@ -75,8 +76,8 @@ class Layers : public testing::TestWithParam<unsigned> {
 protected:
     void SetUp() override {
         setenv("SDL_VIDEODRIVER", "dummy", 1);
-        setenv("ORMSEL_WORKBENCH_DEPTH", bytes_ == 2 ? "16" : "32", 1);
-        screen_ = LockPubScreen("Workbench");
+        setenv("ORMSEL_WORKBENCH_DEPTH", bytes == 2 ? "16" : "32", 1);
+        screen = LockPubScreen("Workbench");
         const unsigned long kinds[] = {WFLG_SMART_REFRESH, WFLG_SIMPLE_REFRESH, WFLG_SUPER_BITMAP};
         for (int n = 0; n < 7; ++n)
             openWindow(kinds[n % 3]);
@@ -84,16 +85,16 @@ protected:
             addSource(n);
     }
     void TearDown() override {
-        for (const TestWindow& w : windows_)
+        for (const TestWindow& w : windows)
             CloseWindow(w.window);
-        UnlockPubScreen("Workbench", screen_);
-        windows_.clear();
-        sources_.clear();
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
-        EXPECT_EQ(HOST_LiveAllocations(), allocations_);
+        UnlockPubScreen("Workbench", screen);
+        windows.clear();
+        sources.clear();
+        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(liveAllocations(), allocations);
     }
 
-    long within(long low, long high) { return std::uniform_int_distribution<long>(low, high)(random_); }
+    long within(long low, long high) { return std::uniform_int_distribution<long>(low, high)(random); }
     template <class List>
     auto& pick(List& list) {
         return list[static_cast<std::size_t>(within(0, std::ssize(list) - 1))];
@@ -101,40 +102,40 @@ protected:
 
     void openWindow(unsigned long kind) {
         const long width = within(20, 150), height = within(15, 100);
-        const OwnBitMap super = kind == WFLG_SUPER_BITMAP ? makeBitMap(width, height, format_) : nullptr;
-        Window* const window = OpenWindowTags(nullptr, WA_CustomScreen, screen_, WA_Left, within(0, 150),
+        const OwnBitMap super = kind == WFLG_SUPER_BITMAP ? makeBitMap(width, height, format) : nullptr;
+        Window* const window = OpenWindowTags(nullptr, WA_CustomScreen, screen, WA_Left, within(0, 150),
                                               WA_Top, within(0, 100), WA_InnerWidth, width, WA_InnerHeight,
                                               height, WA_Flags, kind, WA_SuperBitMap, super.get(), TAG_DONE);
         if (!super)
             window->WLayer->Scroll_X = window->WLayer->Scroll_Y = static_cast<int16>(within(-5, 5));
-        windows_.insert(windows_.begin(), {window, width, height, super, makeBitMap(width, height, format_)});
+        windows.insert(windows.begin(), {window, width, height, super, makeBitMap(width, height, format)});
     }
 
     void addSource(int n) {
         Source s = {within(1, 170), within(1, 110), nullptr, nullptr, 0};
         const auto byte = [&] { return static_cast<uint8>(std::clamp(within(-128, 383), 0L, 255L)); };
         if (n < 8) {
-            s.bitmap = makeBitMap(s.width, s.height, bitmapFormats[n]);
+            s.bitmap = makeBitMap(s.width, s.height, kBitmapFormats[n]);
             std::generate(rowOf(s.bitmap, 0), rowOf(s.bitmap, s.height), byte);
         } else {
-            const auto& [depth, r, g, b, a] = surfaceFormats[n < 16 ? n - 8 : 4 + n % 4];
+            const auto& [depth, r, g, b, a] = kSurfaceFormats[n < 16 ? n - 8 : 4 + n % 4];
             const int width = static_cast<int>(s.width), height = static_cast<int>(s.height);
             s.surface = {SDL_CreateRGBSurface(0, width, height, static_cast<int>(depth), r, g, b, a),
                          SDL_FreeSurface};
             std::generate_n(static_cast<uint8*>(s.surface->pixels), height * s.surface->pitch, byte);
             s.arrayFormat = n < 16 ? 0U : static_cast<uint32>(RGBFB_A8R8G8B8 + n % 4);
         }
-        sources_.push_back(s);
+        sources.push_back(s);
     }
 
     void blit() {
-        const TestWindow& w = pick(windows_);
-        const Source& s = pick(sources_);
+        const TestWindow& w = pick(windows);
+        const Source& s = pick(sources);
         // Only 32-bit destinations know the copy flag, with which an odd width reaches into neighbouring
         // pieces.
-        const auto flags = static_cast<unsigned long>(bytes_ == 2 ? within(0, 7) : within(0, 1));
+        const auto flags = static_cast<unsigned long>(bytes == 2 ? within(0, 7) : within(0, 1));
         const long x = within(-40, w.width), y = within(-30, w.height);
-        Request r = {within(0, s.width / 2), within(0, s.height / 2), x, y, 0, 0, pick(alphas), flags};
+        Request r = {within(0, s.width / 2), within(0, s.height / 2), x, y, 0, 0, pick(kAlphas), flags};
         // Mostly as programs do it, the source to its right and bottom edges; else less of it, which makes
         // pieces one column and row larger than the request. The request vouches for an array's rows.
         r.width = within(0, 3) ? s.width - r.srcX : within(0, s.width);
@@ -159,8 +160,8 @@ protected:
                                  r.alpha, static_cast<unsigned char>(s.arrayFormat));
     }
 
-    /// The same blit without a layer: one rectangle, a column and a row larger than the request, cut to the
-    /// window.
+    // The same blit without a layer: one rectangle, a column and a row larger than the request, cut to the
+    // window.
     void onPlain(const TestWindow& w, const Source& s, const Request& r) {
         const long x0 = std::max(r.dstX, 0L), y0 = std::max(r.dstY, 0L);
         const long x1 = std::min(r.dstX + r.width + 1, w.width);
@@ -171,7 +172,7 @@ protected:
         const long srcX = r.srcX + x0 - r.dstX, srcY = r.srcY + y0 - r.dstY;
         const auto flags = static_cast<Uint32>(s.arrayFormat ? 0 : r.flags);
         BitMap* const dst = w.plain.get();
-        const OwnBitMap before = makeBitMap(w.width, w.height, format_);
+        const OwnBitMap before = makeBitMap(w.width, w.height, format);
         BltBitMap(dst, 0, 0, before.get(), 0, 0, w.window->Width, w.window->Height, 0xC0, 0xFF, nullptr);
         if (s.bitmap) {
             BltAlphaBitMap(s.bitmap.get(), srcX, srcY, dst, x0, y0, width, height, r.alpha, flags);
@@ -184,55 +185,55 @@ protected:
             setCovered(w, before);
     }
 
-    /// Gives the covered part of a window's plain bitmap the pixels of another one.
+    // Gives the covered part of a window's plain bitmap the pixels of another one.
     void setCovered(const TestWindow& w, const OwnBitMap& to) const {
         for (long y = 0; y < w.height; ++y)
             for (long x = 0; x < w.width; ++x)
-                if (std::any_of(windows_.data(), &w, [&](const TestWindow& front) {
+                if (std::any_of(windows.data(), &w, [&](const TestWindow& front) {
                         const long fx = w.window->LeftEdge + x - front.window->LeftEdge;
                         const long fy = w.window->TopEdge + y - front.window->TopEdge;
                         return fx >= 0 && fx < front.width && fy >= 0 && fy < front.height;
                     }))
-                    std::copy_n(rowOf(to, y) + x * bytes_, bytes_, rowOf(w.plain, y) + x * bytes_);
+                    std::copy_n(rowOf(to, y) + x * bytes, bytes, rowOf(w.plain, y) + x * bytes);
     }
 
-    /// Brings a window to the front, puts it behind all others or moves it.
+    // Brings a window to the front, puts it behind all others or moves it.
     void rearrange(TestWindow& w, long action) {
-        const auto at = windows_.begin() + (&w - windows_.data());
+        const auto at = windows.begin() + (&w - windows.data());
         if (action == 0) {
             WindowToFront(w.window);
-            std::rotate(windows_.begin(), at, at + 1);
+            std::rotate(windows.begin(), at, at + 1);
         } else if (action == 1) {
             WindowToBack(w.window);
-            std::rotate(at, at + 1, windows_.end());
+            std::rotate(at, at + 1, windows.end());
         } else {
             MoveWindow(w.window, static_cast<int32>(within(-60, 60)), static_cast<int32>(within(-40, 40)));
         }
         // Simple-refresh windows lose what is covered.
-        for (const TestWindow& lost : windows_)
+        for (const TestWindow& lost : windows)
             if (lost.window->Flags & WFLG_SIMPLE_REFRESH)
-                setCovered(lost, makeBitMap(lost.width, lost.height, format_));
+                setCovered(lost, makeBitMap(lost.width, lost.height, format));
     }
 
     void compareAll() {
-        const OwnBitMap screen(screen_->RastPort.BitMap, [](BitMap*) {});
-        for (std::size_t n = 0; n < windows_.size(); ++n) {
-            rearrange(windows_.back(), 0);
-            const auto& [window, width, height, super, plain] = windows_.front();
+        const OwnBitMap shown(screen->RastPort.BitMap, [](BitMap*) {});
+        for (std::size_t n = 0; n < windows.size(); ++n) {
+            rearrange(windows.back(), 0);
+            const auto& [window, width, height, super, plain] = windows.front();
             for (long y = 0; y < height; ++y)
-                ASSERT_TRUE(std::equal(rowOf(plain, y), rowOf(plain, y) + width * bytes_,
-                                       rowOf(screen, window->TopEdge + y) + window->LeftEdge * bytes_))
+                ASSERT_TRUE(std::equal(rowOf(plain, y), rowOf(plain, y) + width * bytes,
+                                       rowOf(shown, window->TopEdge + y) + window->LeftEdge * bytes))
                     << "row " << y << " of a window with flags " << window->Flags;
         }
     }
 
-    const long allocations_ = HOST_LiveAllocations();
-    const uint32 format_ = GetParam() % 2 ? RGBFB_A8R8G8B8 : RGBFB_R5G6B5;
-    const long bytes_ = GetParam() % 2 ? 4 : 2;
-    std::mt19937 random_{GetParam()};
-    Screen* screen_ = nullptr;
-    std::vector<TestWindow> windows_; // front to back
-    std::vector<Source> sources_;
+    const long allocations = liveAllocations();
+    const uint32 format = GetParam() % 2 ? RGBFB_A8R8G8B8 : RGBFB_R5G6B5;
+    const long bytes = GetParam() % 2 ? 4 : 2;
+    std::mt19937 random{GetParam()};
+    Screen* screen = nullptr;
+    std::vector<TestWindow> windows; // front to back
+    std::vector<Source> sources;
 };
 
 TEST_P(Layers, RandomBlitsEqualThoseOnAPlainBitmap) {
@@ -240,7 +241,7 @@ TEST_P(Layers, RandomBlitsEqualThoseOnAPlainBitmap) {
         SCOPED_TRACE(n);
         blit();
         if (n % 7 == 0)
-            rearrange(pick(windows_), within(0, 2));
+            rearrange(pick(windows), within(0, 2));
         if (n % 50 == 49)
             compareAll();
     }

@@ -20,7 +20,6 @@
 
 #include <SDL.h>
 
-#include <host/testing.h>
 #include <proto/Picasso96API.h>
 #include <proto/exec.h>
 #include <proto/graphics.h>
@@ -29,6 +28,7 @@
 #include <proto/utility.h>
 
 #include "platform/keymap.h"
+#include "tests/faults.h"
 
 namespace {
 
@@ -37,13 +37,13 @@ class Platform : public testing::Test {
 protected:
     void SetUp() override { setenv("SDL_VIDEODRIVER", "dummy", 1); }
     void TearDown() override {
-        EXPECT_EQ(HOST_LiveAllocations(), before_);
-        EXPECT_EQ(HOST_HeldBitMapLocks(), 0);
+        EXPECT_EQ(liveAllocations(), before);
+        EXPECT_EQ(heldBitMapLocks(), 0);
         EXPECT_EQ(SDL_WasInit(SDL_INIT_VIDEO), 0U);
     }
-    int within(int low, int high) { return std::uniform_int_distribution(low, high)(random_); }
-    const long before_ = HOST_LiveAllocations();
-    std::mt19937 random_{1};
+    int within(int low, int high) { return std::uniform_int_distribution(low, high)(random); }
+    const long before = liveAllocations();
+    std::mt19937 random{1};
 };
 
 TEST_F(Platform, TagListsAreFollowed) {
@@ -57,7 +57,7 @@ TEST_F(Platform, TagListsAreFollowed) {
     EXPECT_EQ(seen, (std::vector<TagData>{1, 2, 3}));
 }
 
-// ---- Bitmaps and memory ----
+// --- Bitmaps and memory ------------------------------------------------------------------------------------
 
 using OwnBitMap = std::shared_ptr<BitMap>;
 
@@ -91,16 +91,16 @@ TEST_F(Platform, AllocationsAndLocksAreCountedAndFailOnDemand) {
     RenderInfo info;
     const auto lock = [&] { return p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info); };
     EXPECT_EQ(p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info - 1), 0);
-    HOST_FailLocks(1, 1);
+    failLocks(1, 1);
     const int32 locks[] = {lock(), lock(), lock()};
-    EXPECT_TRUE(locks[0] && !locks[1] && locks[2] && HOST_HeldBitMapLocks() == 2);
+    EXPECT_TRUE(locks[0] && !locks[1] && locks[2] && heldBitMapLocks() == 2);
     for (const int32 held : locks)
         p96UnlockBitMap(bm.get(), held);
-    HOST_FailAllocations(1, 2);
+    failAllocations(1, 2);
     auto* const memory = static_cast<uint8*>(AllocVec(1000, MEMF_CLEAR));
     EXPECT_EQ(std::count(memory, memory + 1000, 0), 1000);
     EXPECT_TRUE(!AllocVec(8, MEMF_ANY) && !makeBitMap(4, 4, RGBFB_CLUT));
-    EXPECT_EQ(HOST_LiveAllocations(), before_ + 2);
+    EXPECT_EQ(liveAllocations(), before + 3) << "a bitmap has its record and its pixels";
     FreeVec(memory);
 }
 
@@ -123,8 +123,8 @@ std::string layoutOf(const std::string& name) {
     return result;
 }
 // From RGBFB_R8G8B8 on. P: the bytes are swapped.
-const char* const formats[] = {"R8G8B8",   "B8G8R8",   "R5G6B5P1", "A1R5G5B5P1", "A8R8G8B8", "A8B8G8R8",
-                               "R8G8B8A8", "B8G8R8A8", "R5G6B5",   "A1R5G5B5",   "B5G6R5P1", "A1B5G5R5P1"};
+const char* const kFormats[] = {"R8G8B8",   "B8G8R8",   "R5G6B5P1", "A1R5G5B5P1", "A8R8G8B8", "A8B8G8R8",
+                                "R8G8B8A8", "B8G8R8A8", "R5G6B5",   "A1R5G5B5",   "B5G6R5P1", "A1B5G5R5P1"};
 
 std::string bitsAt(const std::string& format, const uint8* at) {
     const bool bigEndian = (std::endian::native == std::endian::big) != (format.back() == 'P');
@@ -145,33 +145,33 @@ std::string converted(const std::string& from, const std::string& bits, const st
 }
 
 TEST_F(Platform, CopiesConvertClipAndOverlap) {
-    constexpr Rectangle whole = {0, 0, 12, 8};
+    constexpr Rectangle kWhole = {0, 0, 12, 8};
     for (uint32 n = 0; n < 20 * 144; ++n) {
         const uint32 f = n % 12, t = n / 12 % 12;
-        const std::string from = layoutOf(formats[f]), to = layoutOf(formats[t]);
+        const std::string from = layoutOf(kFormats[f]), to = layoutOf(kFormats[t]);
         const OwnBitMap src = makeBitMap(13, 9, RGBFB_R8G8B8 + f),
                         other = makeBitMap(13, 9, RGBFB_R8G8B8 + t);
         BitMap* const dst = f == t && within(0, 3) ? src.get() : other.get();
         const Pixels s(src.get()), d(dst);
-        std::generate(s.row(0), s.row(9), std::ref(random_));
-        std::generate(d.row(0), d.row(9), std::ref(random_));
+        std::generate(s.row(0), s.row(9), std::ref(random));
+        std::generate(d.row(0), d.row(9), std::ref(random));
         const std::vector<uint8> oldSrc(s.row(0), s.row(9)), oldDst(d.row(0), d.row(9));
         const int sx = within(-5, 15), sy = within(-5, 11), dx = within(-5, 15), dy = within(-5, 11);
         const int w = within(-2, 16), h = within(-2, 12);
         BltBitMap(src.get(), sx, sy, dst, dx, dy, w, h, 0xC0, 0xFF, nullptr);
-        for (const auto& [x, y] : points(whole)) {
+        for (const auto& [x, y] : points(kWhole)) {
             const long fromX = x - dx + sx, fromY = y - dy + sy;
             const long fromAt = fromY * s.pitch() + fromX * (std::ssize(from) / 8),
                        at = y * d.pitch() + x * (std::ssize(to) / 8);
             std::string expected = bitsAt(to, &oldDst.data()[at]);
-            if (x >= dx && y >= dy && x < dx + w && y < dy + h && contains(whole, fromX, fromY))
+            if (x >= dx && y >= dy && x < dx + w && y < dy + h && contains(kWhole, fromX, fromY))
                 expected = converted(from, bitsAt(from, &oldSrc.data()[fromAt]), to);
             ASSERT_EQ(bitsAt(to, d.row(0) + at), expected) << from << ' ' << to << ' ' << x << ',' << y;
         }
     }
 }
 
-// ---- Messages and signals ----
+// --- Messages and signals ----------------------------------------------------------------------------------
 
 TEST_F(Platform, MessagesAndSignals) {
     std::vector<MsgPort*> ports;
@@ -198,9 +198,9 @@ TEST_F(Platform, MessagesAndSignals) {
     std::for_each(ports.begin(), ports.end(), DeleteMsgPort);
 }
 
-// ---- Layers ----
+// --- Layers ------------------------------------------------------------------------------------------------
 
-constexpr Rectangle screenArea = {0, 0, 89, 59};
+constexpr Rectangle kScreenArea = {0, 0, 89, 59};
 
 struct ModelLayer {
     Layer* layer;
@@ -210,13 +210,13 @@ struct ModelLayer {
 // What is in front at a place of the screen.
 Layer* topmost(const std::vector<ModelLayer>& layers, int x, int y) {
     for (const ModelLayer& l : layers)
-        if (contains(screenArea, x, y) && contains(l.layer->bounds, x, y))
+        if (contains(kScreenArea, x, y) && contains(l.layer->bounds, x, y))
             return l.layer;
     return nullptr;
 }
 
 void checkLayers(const std::vector<ModelLayer>& layers, BitMap* screen) {
-    for (const auto& [x, y] : points(screenArea))
+    for (const auto& [x, y] : points(kScreenArea))
         ASSERT_TRUE(topmost(layers, x, y) || Pixels(screen).word(x, y) == 0) << x << ',' << y;
     for (const auto& [layer, super, plain] : layers) {
         const Rectangle& b = layer->bounds;
@@ -243,7 +243,7 @@ void checkLayers(const std::vector<ModelLayer>& layers, BitMap* screen) {
 }
 
 TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
-    constexpr uint32 kinds[] = {LAYERSIMPLE, LAYERSMART, LAYERSUPER};
+    constexpr uint32 kKinds[] = {LAYERSIMPLE, LAYERSMART, LAYERSUPER};
     const OwnBitMap screen = makeBitMap(90, 60, RGBFB_R5G6B5);
     Layer_Info* const info = NewLayerInfo();
     std::vector<ModelLayer> layers; // front to back
@@ -261,9 +261,9 @@ TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
         const OwnBitMap picture = makeBitMap(w, h, RGBFB_R5G6B5);
         // Sometimes memory runs out on the way: nothing may change then.
         if (action < 7 && within(0, 4) == 0)
-            HOST_FailAllocations(within(0, 12), 1);
+            failAllocations(within(0, 12), 1);
         if (action == 0 && count < 7) {
-            const uint32 kind = kinds[within(0, 2)], backdrop = within(0, 5) ? 0 : LAYERBACKDROP;
+            const uint32 kind = kKinds[within(0, 2)], backdrop = within(0, 5) ? 0 : LAYERBACKDROP;
             const OwnBitMap super = kind == LAYERSUPER ? makeBitMap(w, h, RGBFB_R5G6B5) : nullptr;
             if (Layer* const layer = (front ? CreateUpfrontLayer : CreateBehindLayer)(
                     info, screen.get(), x, y, x + w - 1, y + h - 1, kind | backdrop, super.get())) {
@@ -280,11 +280,11 @@ TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
         } else if (action == 5 || action == 6) {
             MoveLayer(0, which->layer, x, y);
         } else if (action >= 7) {
-            std::generate(Pixels(picture.get()).row(0), Pixels(picture.get()).row(h), std::ref(random_));
+            std::generate(Pixels(picture.get()).row(0), Pixels(picture.get()).row(h), std::ref(random));
             BltBitMap(picture.get(), 0, 0, which->plain.get(), x, y, w, h, 0xC0, 0xFF, nullptr);
             BltBitMapRastPort(picture.get(), 0, 0, which->layer->rp, x, y, w, h, 0xC0);
         }
-        HOST_FailAllocations(0, 0);
+        failAllocations(0, 0);
         checkLayers(layers, screen.get());
     }
     DisposeLayerInfo(info);
@@ -307,7 +307,7 @@ TEST_F(Platform, LayerLocksExcludeOtherThreads) {
     DisposeLayerInfo(info);
 }
 
-// ---- Screens, windows, input ----
+// --- Screens, windows, input -------------------------------------------------------------------------------
 
 TEST_F(Platform, InputBecomesTheMessagesAskedFor) {
     const struct {

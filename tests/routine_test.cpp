@@ -7,11 +7,11 @@
 #include <utility>
 
 #include <gtest/gtest.h>
-#include <host/testing.h>
 #include <sys/mman.h>
 
 #include "blt/blt_fallback.h"
 #include "blt/blt_routines.h"
+#include "tests/faults.h"
 #include "tests/images.h"
 
 namespace {
@@ -31,11 +31,11 @@ struct Generic {
     unsigned long (*run)(const BltContext*, unsigned char alphaFill);
     bool narrowSource, narrowDestination, masked;
 };
-constexpr Generic generics[] = {Generic{BLT_FallbackBltT<uint16_t, uint16_t>, true, true, false},
-                                Generic{BLT_FallbackBltT<uint32_t, uint16_t>, false, true, false},
-                                Generic{BLT_FallbackBltT<uint32_t, uint32_t>, false, false, false},
-                                Generic{BLT_FallbackBltMaskT<uint32_t, uint16_t>, false, true, true},
-                                Generic{BLT_FallbackBltMaskT<uint32_t, uint32_t>, false, false, true}};
+constexpr Generic generics[] = {Generic{BLT_FallbackBltT<unsigned short, unsigned short>, true, true, false},
+                                Generic{BLT_FallbackBltT<unsigned long, unsigned short>, false, true, false},
+                                Generic{BLT_FallbackBltT<unsigned long, unsigned long>, false, false, false},
+                                Generic{BLT_FallbackBltMaskT<unsigned long, unsigned short>, false, true, true},
+                                Generic{BLT_FallbackBltMaskT<unsigned long, unsigned long>, false, false, true}};
 
 // A call of a routine, a generic instance or, with neither, a dispatcher. Source, destination and mask lie
 // anywhere in one arena of three parts, at any alignment, running up or down.
@@ -164,14 +164,14 @@ TEST(Routine, RandomContextsEqualTheModel) {
         random.fill(arena.at(begin), 3 * part);
         arena.share(begin, end);
         bare.draw(arena.memory);
-        HOST_FailAllocations(0, bare.blit.noMemory ? 1000 : 0);
+        failAllocations(0, bare.blit.noMemory ? 1000 : 0);
         const unsigned long result = bare.draw(arena);
-        HOST_FailAllocations(0, 0);
+        failAllocations(0, 0);
         const std::string wrong = (result ? "result is not 0\n" : "") + arena.difference(begin, end);
         return wrong.empty() ? wrong : wrong + bare.text();
     };
     EXPECT_EQ(forCases(150000, body), "");
-    EXPECT_EQ(HOST_LiveAllocations(), 0);
+    EXPECT_EQ(liveAllocations(), 0);
 }
 
 // A page boundary runs through the destination, and the pages on one side of it are read-only: the call must

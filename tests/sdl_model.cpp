@@ -45,16 +45,17 @@ uint32_t lossOf(uint32_t mask) {
     return 8 - static_cast<uint32_t>(std::popcount(mask));
 }
 
-// In 64 bits, which no product here leaves.
-uint32_t mixed(const Choice& choice, int64_t s, int64_t d, int64_t a) {
-    const auto down = [](int64_t value, int64_t by) { return value >= 0 ? value / by : -((by - 1 - value) / by); };
-    int64_t result = s;
+// Signed numbers shift to the right by rounding down.
+uint32_t mixed(const Choice& choice, uint32_t source, uint32_t old, uint32_t a) {
+    const auto s = static_cast<int>(source), d = static_cast<int>(old), weight = static_cast<int>(a);
+    const bool opaque = choice.encoded || !choice.perPixel ? a == 255 : a / 8 == 31;
+    int result = s;
     if (choice.rule == Rule::kRoundDown && a != 255)
-        result = d + down((s - d) * a, 256);
+        result = d + ((s - d) * weight >> 8);
     else if (choice.rule == Rule::kRoundUp)
-        result = d + down((s - d) * a + 255, 256);
-    else if (choice.rule == Rule::kFiveBits && !(choice.encoded || !choice.perPixel ? a == 255 : a / 8 == 31))
-        result = d + down((s - d) * (a / 8), 32);
+        result = d + (((s - d) * weight + 255) >> 8);
+    else if (choice.rule == Rule::kFiveBits && !opaque)
+        result = d + ((s - d) * (weight / 8) >> 5);
     return static_cast<uint32_t>(result);
 }
 
@@ -71,7 +72,8 @@ Choice choose(const SDL_Surface& src, const SDL_Surface& dst) {
         if (from.BytesPerPixel != 4)
             return c;
         c.perPixel = true;
-        if (encode && !(src.flags & SDL_SRCCOLORKEY) && (to.BytesPerPixel == 2 || (to.BytesPerPixel == 4 && coloursOf(to) == 0xFFFFFF))) {
+        if (encode && !(src.flags & SDL_SRCCOLORKEY) &&
+            (to.BytesPerPixel == 2 || (to.BytesPerPixel == 4 && coloursOf(to) == 0xFFFFFF))) {
             c.encoded = true;
             c.noteBorrow = false;
             c.rule = to.BytesPerPixel == 2 ? Rule::kFiveBits : Rule::kRoundDown;
@@ -113,8 +115,9 @@ Choice choose(const SDL_Surface& src, const SDL_Surface& dst) {
         }
     } else if (c.keyed && sameColours(from, to) && from.BytesPerPixel == to.BytesPerPixel) {
         c.rule = Rule::kCopy;
-        c.spare = from.BitsPerPixel == to.BitsPerPixel && to.BytesPerPixel == 2 && !to.Amask ? Spare::kSource
-                                                                                              : Spare::kAlphaOnes;
+        c.spare = from.BitsPerPixel == to.BitsPerPixel && to.BytesPerPixel == 2 && !to.Amask
+                      ? Spare::kSource
+                      : Spare::kAlphaOnes;
         c.noteBorrow = false;
     }
     return c;
@@ -149,19 +152,26 @@ uint32_t pixel(const Choice& c, const SDL_PixelFormat& from, const SDL_PixelForm
 
     const uint32_t spare = all & ~coloursOf(to);
     switch (c.spare) {
-    case Spare::kKept: return result | (d & spare);
-    case Spare::kSource: return result | (s & spare);
-    case Spare::kOnes: return result | spare;
-    case Spare::kAlphaKept: return result | (d & to.Amask);
-    case Spare::kAlphaOnes: return result | to.Amask;
-    case Spare::kZero: break;
+    case Spare::kKept:
+        return result | (d & spare);
+    case Spare::kSource:
+        return result | (s & spare);
+    case Spare::kOnes:
+        return result | spare;
+    case Spare::kAlphaKept:
+        return result | (d & to.Amask);
+    case Spare::kAlphaOnes:
+        return result | to.Amask;
+    case Spare::kZero:
+        break;
     }
     return c.encoded && a == 255 && to.BytesPerPixel == 4 ? result | spare : result;
 }
 
 uint32_t load(const SDL_Surface& surface, int x, int y) {
     const uint32_t bytes = surface.format->BytesPerPixel;
-    const auto* at = static_cast<const uint8_t*>(surface.pixels) + y * surface.pitch + x * static_cast<int>(bytes);
+    const auto* at =
+        static_cast<const uint8_t*>(surface.pixels) + y * surface.pitch + x * static_cast<int>(bytes);
     uint32_t value = 0;
     for (uint32_t i = 0; i < bytes; ++i)
         value |= uint32_t{at[i]} << 8 * (SDL_BYTEORDER == SDL_LIL_ENDIAN ? i : bytes - 1 - i);
@@ -233,7 +243,8 @@ void draw(const Request& r, const SDL_Surface& src, const SDL_Surface& dst) {
     for (int y = 0; y < r.height; ++y)
         for (int x = 0; x < r.width; ++x) {
             const uint32_t s = load(src, r.srcX + x, r.srcY + y), d = load(dst, r.dstX + x, r.dstY + y);
-            store(dst, r.dstX + x, r.dstY + y, pixel(choice, *src.format, *dst.format, src.format->alpha, s, d));
+            store(dst, r.dstX + x, r.dstY + y,
+                  pixel(choice, *src.format, *dst.format, src.format->alpha, s, d));
         }
 }
 

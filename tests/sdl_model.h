@@ -53,9 +53,9 @@ void store(const SDL_Surface& surface, int x, int y, uint32_t value);
 
 // What SDL_BlitSurface says and does before it draws.
 struct Request {
-    int result = 0;            // what SDL_BlitSurface returns
-    std::string error;         // and the text of SDL_GetError, when that is not 0
-    int srcX = 0, srcY = 0;    // the clipped rectangle, if anything is left
+    int result = 0;         // what SDL_BlitSurface returns
+    std::string error;      // and the text of SDL_GetError, when that is not 0
+    int srcX = 0, srcY = 0; // the clipped rectangle, if anything is left
     int dstX = 0, dstY = 0;
     int width = 0, height = 0;
 };

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Follows the program's own reading of its words.
+// Follows the program's own reading of its words.
 bool runsSdlMode(const x11::Words& command) {
     bool sdl = false;
     for (size_t i = 1; i < command.size(); ++i) {
@@ -21,7 +21,7 @@ bool runsSdlMode(const x11::Words& command) {
     return sdl;
 }
 
-/// Looks until the screen shows something and has stayed as it is for a while.
+// Looks until the screen shows something and has stayed as it is for a while.
 x11::Image lookWhenStill(x11::User& user, x11::Program& program) {
     x11::Image last;
     auto since = std::chrono::steady_clock::now();
@@ -37,7 +37,7 @@ x11::Image lookWhenStill(x11::User& user, x11::Program& program) {
     return last;
 }
 
-/// Moves the picture and lets some of the background shine through it.
+// Moves the picture and lets some of the background shine through it.
 void play(x11::User& user) {
     user.drag(400, 300, 545, 365);
     user.type(XK_Left, 12);
@@ -48,7 +48,7 @@ void play(x11::User& user) {
 
 int run(const std::string& picture, const x11::Words& command) {
     x11::Server server(1024, 768);
-    x11::Program program(command, x11::Program::Output::Shared,
+    x11::Program program(command, x11::Program::Output::kShared,
                          {{"DISPLAY", server.name()}, {"SDL_VIDEODRIVER", "x11"}, {"WAYLAND_DISPLAY", {}}});
     x11::User user(server.name());
     bool found = false;

@@ -25,19 +25,20 @@
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
-#include <png.h>
+
+#include "image.h"
 
 namespace x11 {
 
 using namespace std::chrono_literals;
 using Duration = std::chrono::milliseconds;
 
-/// How long anything may take. Generous: sanitizers and emulators are slow.
-inline constexpr Duration Patience = 60s;
+// How long anything may take. Generous: sanitizers and emulators are slow.
+inline constexpr Duration kPatience = 60s;
 
-/// Polls until `condition` holds. @return whether it did within `patience`
+// Polls until `condition` holds. @return whether it did within `patience`
 template <typename Condition>
-bool waitFor(Condition condition, Duration patience = Patience) {
+bool waitFor(Condition condition, Duration patience = kPatience) {
     const auto deadline = std::chrono::steady_clock::now() + patience;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
@@ -47,62 +48,17 @@ bool waitFor(Condition condition, Duration patience = Patience) {
     return true;
 }
 
-/// Pixels as 0xRRGGBB (0xAARRGGBB where a file has alpha), row by row.
-struct Image {
-    int width = 0, height = 0;
-    std::vector<uint32_t> pixels;
-
-    uint32_t at(int x, int y) const {
-        return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-    }
-    uint32_t& at(int x, int y) {
-        return pixels[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
-    }
-    bool operator==(const Image&) const = default;
-
-    static Image load(const std::string& path) {
-        png_image png{};
-        png.version = PNG_IMAGE_VERSION;
-        if (!png_image_begin_read_from_file(&png, path.c_str()))
-            throw std::runtime_error(path + ": " + png.message);
-        png.format = PNG_FORMAT_RGBA;
-        std::vector<png_byte> bytes(PNG_IMAGE_SIZE(png));
-        if (!png_image_finish_read(&png, nullptr, bytes.data(), 0, nullptr))
-            throw std::runtime_error(path + ": " + png.message);
-        Image image{static_cast<int>(png.width), static_cast<int>(png.height), {}};
-        for (size_t i = 0; i < bytes.size(); i += 4)
-            image.pixels.push_back(uint32_t{bytes[i + 3]} << 24 | uint32_t{bytes[i]} << 16 |
-                                   uint32_t{bytes[i + 1]} << 8 | bytes[i + 2]);
-        return image;
-    }
-
-    /// Without alpha.
-    void save(const std::string& path) const {
-        std::vector<png_byte> bytes;
-        for (uint32_t pixel : pixels)
-            for (int shift : {16, 8, 0})
-                bytes.push_back(static_cast<png_byte>(pixel >> shift));
-        png_image png{};
-        png.version = PNG_IMAGE_VERSION;
-        png.width = static_cast<png_uint_32>(width);
-        png.height = static_cast<png_uint_32>(height);
-        png.format = PNG_FORMAT_RGB;
-        if (!png_image_write_to_file(&png, path.c_str(), 0, bytes.data(), 0, nullptr))
-            throw std::runtime_error(path + ": " + png.message);
-    }
-};
-
 using Words = std::vector<std::string>;
-/// Environment variables to set; without a value: to unset.
+// Environment variables to set; without a value: to unset.
 using Environment = std::vector<std::pair<std::string, std::optional<std::string>>>;
 
-/// A running program; killed, if need be, with the object.
+// A running program; killed, if need be, with the object.
 class Program {
 public:
-    enum class Output { Shared, Captured };
+    enum class Output { kShared, kCaptured };
 
     Program(const Words& command, Output output, const Environment& environment = {}, int keepOpen = -1) {
-        if (output == Output::Captured) {
+        if (output == Output::kCaptured) {
             out_ = std::tmpfile();
             err_ = std::tmpfile();
         }
@@ -141,6 +97,7 @@ public:
                 std::fclose(file);
     }
 
+    pid_t id() const { return pid_; }
     void signal(int number) {
         if (!ended())
             kill(pid_, number);
@@ -150,13 +107,13 @@ public:
             ended_ = waitpid(pid_, &status_, WNOHANG) == pid_;
         return ended_;
     }
-    /// Waits for the end. @return the exit code; 128 + the signal that killed it; -1 if it goes on and on
-    int exitCode(Duration patience = Patience) {
+    // Waits for the end. @return the exit code; 128 + the signal that killed it; -1 if it goes on and on
+    int exitCode(Duration patience = kPatience) {
         if (!waitFor([&] { return ended(); }, patience))
             return -1;
         return WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
     }
-    /// What a captured program has written so far.
+    // What a captured program has written so far.
     std::string out() const { return contents(out_); }
     std::string err() const { return contents(err_); }
 
@@ -179,7 +136,7 @@ private:
     std::FILE* err_ = nullptr;
 };
 
-/// An Xvfb of its own, with one screen of 24 bits.
+// An Xvfb of its own, with one screen of 24 bits.
 class Server {
 public:
     Server(int width, int height) {
@@ -189,12 +146,12 @@ public:
         const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
         xvfb_.emplace(Words{"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", size, "-nolisten",
                             "tcp", "-noreset"},
-                      Program::Output::Captured, Environment{}, ends[1]);
+                      Program::Output::kCaptured, Environment{}, ends[1]);
         close(ends[1]);
         std::string number;
         pollfd ready{ends[0], POLLIN, 0};
         char c;
-        while (poll(&ready, 1, static_cast<int>(Patience.count())) > 0 && read(ends[0], &c, 1) == 1 &&
+        while (poll(&ready, 1, static_cast<int>(kPatience.count())) > 0 && read(ends[0], &c, 1) == 1 &&
                c != '\n')
             number += c;
         close(ends[0]);
@@ -209,7 +166,7 @@ private:
     std::string name_;
 };
 
-/// A user in front of a server's screen.
+// A user in front of a server's screen.
 class User {
 public:
     explicit User(const std::string& serverName) {
@@ -223,8 +180,8 @@ public:
     User& operator=(const User&) = delete;
     ~User() { XCloseDisplay(display_); }
 
-    /// Looks for a visible window of this size, directly on the screen or inside others, and takes it as the
-    /// one to work with.
+    // Looks for a visible window of this size, directly on the screen or inside others, and takes it as the
+    // one to work with.
     bool find(int width, int height) {
         width_ = width;
         height_ = height;
@@ -232,7 +189,7 @@ public:
         return window_ != 0;
     }
 
-    /// What the screen shows in the window's place.
+    // What the screen shows in the window's place.
     Image look() {
         locate();
         Image image{width_, height_, {}};
@@ -247,24 +204,24 @@ public:
         return image;
     }
 
-    /// Gives the window the keyboard, as a click on its title bar would.
+    // Gives the window the keyboard, as a click on its title bar would.
     void focus() {
         locate();
         XSetInputFocus(display_, topLevel(), RevertToPointerRoot, CurrentTime);
         XSync(display_, False);
     }
-    /// A key goes up and down no faster than a hand could do it: SDL takes a press within two milliseconds of
-    /// the release for a repetition by the keyboard.
+    // A key goes up and down no faster than a hand could do it: SDL takes a press within two milliseconds of
+    // the release for a repetition by the keyboard.
     void key(KeySym symbol, bool down) {
-        constexpr unsigned long handDelay = 8; // milliseconds
-        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, handDelay);
+        constexpr unsigned long kHandDelay = 8; // milliseconds
+        XTestFakeKeyEvent(display_, XKeysymToKeycode(display_, symbol), down, kHandDelay);
         XSync(display_, False);
     }
     void type(KeySym symbol, int times = 1) {
         for (int i = 0; i < 2 * times; ++i)
             key(symbol, i % 2 == 0);
     }
-    /// Buttons: 1 left, 4 wheel away from the user, 5 wheel towards the user.
+    // Buttons: 1 left, 4 wheel away from the user, 5 wheel towards the user.
     void button(unsigned number, bool down) {
         XTestFakeButtonEvent(display_, number, down, CurrentTime);
         XSync(display_, False);
@@ -273,13 +230,13 @@ public:
         for (int i = 0; i < 2 * times; ++i)
             button(number, i % 2 == 0);
     }
-    /// Moves the pointer to a place in the window.
+    // Moves the pointer to a place in the window.
     void moveTo(int x, int y) {
         locate();
         XTestFakeMotionEvent(display_, -1, left_ + x, top_ + y, CurrentTime);
         XSync(display_, False);
     }
-    /// Drags with the left button, in a few steps.
+    // Drags with the left button, in a few steps.
     void drag(int x0, int y0, int x1, int y1) {
         moveTo(x0, y0);
         button(1, true);
@@ -287,7 +244,21 @@ public:
             moveTo(x0 + (x1 - x0) * step / 8, y0 + (y1 - y0) * step / 8);
         button(1, false);
     }
-    /// Presses the window's close button: what a window manager sends then.
+    // Moves the window, as a drag of its title bar would.
+    void moveWindow(int x, int y) {
+        XMoveWindow(display_, topLevel(), x, y);
+        XSync(display_, False);
+    }
+    // Covers the screen with another window for a moment; what lies below is lost.
+    void cover() {
+        const unsigned long white = WhitePixel(display_, DefaultScreen(display_));
+        const Window above = XCreateSimpleWindow(display_, root(), 0, 0, 4096, 4096, 0, 0, white);
+        XMapRaised(display_, above);
+        XSync(display_, False);
+        XDestroyWindow(display_, above);
+        XSync(display_, False);
+    }
+    // Presses the window's close button: what a window manager sends then.
     void closeWindow() {
         XEvent event{};
         event.xclient.type = ClientMessage;
@@ -302,7 +273,7 @@ public:
 private:
     Window root() const { return DefaultRootWindow(display_); }
 
-    /// On its way to full screen a window is replaced and moved some time after it has appeared.
+    // On its way to full screen a window is replaced and moved some time after it has appeared.
     void locate() {
         if (Window now = findBelow(root()))
             window_ = now;

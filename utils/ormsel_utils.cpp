@@ -3,6 +3,7 @@
 
 #include <iterator>
 
+#include <SDL_error.h>
 #include <exec/memory.h>
 #include <graphics/modeid.h>
 #include <graphics/rastport.h>
@@ -15,16 +16,16 @@
 
 namespace {
 
-constexpr char WorkbenchName[] = "Workbench";
+constexpr char kWorkbenchName[] = "Workbench";
 
-constexpr uint32 FullscreenFlags = WFLG_BACKDROP | WFLG_REPORTMOUSE | WFLG_GIMMEZEROZERO | WFLG_BORDERLESS |
-                                   WFLG_ACTIVATE | WFLG_RMBTRAP | WFLG_NOCAREREFRESH;
-constexpr uint32 WindowFlags = WFLG_DRAGBAR | WFLG_DEPTHGADGET | WFLG_CLOSEGADGET | WFLG_REPORTMOUSE |
-                               WFLG_GIMMEZEROZERO | WFLG_ACTIVATE | WFLG_RMBTRAP | WFLG_NOCAREREFRESH;
-constexpr uint32 InputClasses = IDCMP_MOUSEBUTTONS | IDCMP_MOUSEMOVE | IDCMP_CLOSEWINDOW | IDCMP_RAWKEY |
-                                IDCMP_ACTIVEWINDOW | IDCMP_INACTIVEWINDOW | IDCMP_CHANGEWINDOW |
-                                IDCMP_EXTENDEDMOUSE;
-static_assert(FullscreenFlags == 0x00031F00 && WindowFlags == 0x0003160E && InputClasses == 0x0A0C0618);
+constexpr uint32 kFullscreenFlags = WFLG_BACKDROP | WFLG_REPORTMOUSE | WFLG_GIMMEZEROZERO | WFLG_BORDERLESS |
+                                    WFLG_ACTIVATE | WFLG_RMBTRAP | WFLG_NOCAREREFRESH;
+constexpr uint32 kWindowFlags = WFLG_DRAGBAR | WFLG_DEPTHGADGET | WFLG_CLOSEGADGET | WFLG_REPORTMOUSE |
+                                WFLG_GIMMEZEROZERO | WFLG_ACTIVATE | WFLG_RMBTRAP | WFLG_NOCAREREFRESH;
+constexpr uint32 kInputClasses = IDCMP_MOUSEBUTTONS | IDCMP_MOUSEMOVE | IDCMP_CLOSEWINDOW | IDCMP_RAWKEY |
+                                 IDCMP_ACTIVEWINDOW | IDCMP_INACTIVEWINDOW | IDCMP_CHANGEWINDOW |
+                                 IDCMP_EXTENDEDMOUSE;
+static_assert(kFullscreenFlags == 0x00031F00 && kWindowFlags == 0x0003160E && kInputClasses == 0x0A0C0618);
 
 Screen* openOwnScreen(uint32 width, uint32 height, uint32 depth) {
     const uint32 mode =
@@ -41,15 +42,22 @@ Window* openWindow(Screen* screen, uint32 width, uint32 height, bool fullscreen)
     return OpenWindowTags(nullptr, WA_Left, (screenWidth - width) / 2, WA_Top, (screenHeight - height) / 2,
                           WA_InnerWidth, fullscreen ? screenWidth : width, WA_InnerHeight,
                           fullscreen ? screenHeight : height, WA_Flags,
-                          fullscreen ? FullscreenFlags : WindowFlags, WA_IDCMP, InputClasses, WA_CustomScreen,
-                          screen, TAG_DONE);
+                          fullscreen ? kFullscreenFlags : kWindowFlags, WA_IDCMP, kInputClasses,
+                          WA_CustomScreen, screen, TAG_DONE);
 }
 
 void releaseScreen(Screen* screen, bool fullscreen) {
     if (fullscreen)
         CloseScreen(screen);
     else
-        UnlockPubScreen(WorkbenchName, screen);
+        UnlockPubScreen(kWorkbenchName, screen);
+}
+
+// Says what failed and, where SDL's error tells, why.
+void reportFailure(const char* call) {
+    DebugPrintF("%s failed!\n", call);
+    if (const char* const reason = SDL_GetError(); *reason)
+        DebugPrintF("%s\n", reason);
 }
 
 void clearToBlack(Screen* screen) {
@@ -66,15 +74,16 @@ ORU_VideoInfo* ORU_InitVideo(unsigned long width, unsigned long height, unsigned
     const auto innerHeight = static_cast<uint32>(height);
     const uint32 screenDepth = depth == 32 ? 24 : static_cast<uint32>(depth);
 
+    SDL_ClearError();
     Screen* screen =
-        ownScreen ? openOwnScreen(innerWidth, innerHeight, screenDepth) : LockPubScreen(WorkbenchName);
+        ownScreen ? openOwnScreen(innerWidth, innerHeight, screenDepth) : LockPubScreen(kWorkbenchName);
     if (!screen) {
-        DebugPrintF("OpenScreen failed!\n");
+        reportFailure("OpenScreen");
         return nullptr;
     }
     Window* window = openWindow(screen, innerWidth, innerHeight, ownScreen);
     if (!window) {
-        DebugPrintF("OpenWindow failed!\n");
+        reportFailure("OpenWindow");
         releaseScreen(screen, ownScreen);
         return nullptr;
     }
@@ -106,13 +115,13 @@ void ORU_CloseVideo(ORU_VideoInfo* vi) {
 }
 
 const char* p96Fmt2Str(unsigned long format) {
-    static constexpr const char* names[] = {
+    static constexpr const char* kNames[] = {
         "RGBFB_NONE",       "RGBFB_CLUT",     "RGBFB_R8G8B8",   "RGBFB_B8G8R8",   "RGBFB_R5G6B5PC",
         "RGBFB_R5G5B5PC",   "RGBFB_A8R8G8B8", "RGBFB_A8B8G8R8", "RGBFB_R8G8B8A8", "RGBFB_B8G8R8A8",
         "RGBFB_R5G6B5",     "RGBFB_R5G5B5",   "RGBFB_B5G6R5PC", "RGBFB_B5G5R5PC", "RGBFB_YUV422CGX",
         "RGBFB_YUV411",     "RGBFB_YUV411PC", "RGBFB_YUV422",   "RGBFB_YUV422PC", "RGBFB_YUV422PA",
         "RGBFB_YUV422PAPC",
     };
-    static_assert(std::size(names) == 21);
-    return format < std::size(names) ? names[format] : "";
+    static_assert(std::size(kNames) == 21);
+    return format < std::size(kNames) ? kNames[format] : "";
 }

@@ -70,7 +70,8 @@ struct RastPort;
  *                nothing is written back
  * @return 0
  */
-unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surface* dst, SDL_Rect* dstRect);
+unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surface* dst,
+                                   SDL_Rect* dstRect) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of one surface onto another through an 8-bit mask.
@@ -86,7 +87,7 @@ unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surf
  */
 unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, SDL_Surface* dst, long dstX,
                                        long dstY, unsigned long width, unsigned long height,
-                                       SDL_Surface* mask, unsigned char alpha, Uint32 flags);
+                                       SDL_Surface* mask, unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a surface onto a bitmap. The constant alpha comes from the source surface, as in
@@ -95,7 +96,7 @@ unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, S
  */
 unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY, struct BitMap* dst,
                                          long dstX, long dstY, unsigned long width, unsigned long height,
-                                         Uint32 flags);
+                                         Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a bitmap onto a surface.
@@ -104,7 +105,7 @@ unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY,
  */
 unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long srcY, SDL_Surface* dst,
                                          long dstX, long dstY, unsigned long width, unsigned long height,
-                                         unsigned char alpha, Uint32 flags);
+                                         unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of one bitmap onto another.
@@ -113,7 +114,7 @@ unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long src
  */
 unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
                              long dstY, unsigned long width, unsigned long height, unsigned char alpha,
-                             Uint32 flags);
+                             Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of one bitmap onto another through an 8-bit mask bitmap; the mask works as in
@@ -122,7 +123,7 @@ unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct Bi
  */
 unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
                                  long dstY, unsigned long width, unsigned long height, struct BitMap* mask,
-                                 unsigned char alpha, Uint32 flags);
+                                 unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a surface into a rastport, clipped by its layer.
@@ -136,7 +137,7 @@ unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struc
  */
 unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long srcY, struct RastPort* rp,
                                            long dstX, long dstY, unsigned long width, unsigned long height,
-                                           unsigned long flags);
+                                           unsigned long flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a bitmap into a rastport; layers are treated as in SDL_BlitAlphaSurfaceRastPort().
@@ -145,7 +146,7 @@ unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long src
  */
 unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, struct RastPort* rp, long dstX,
                                      long dstY, unsigned long width, unsigned long height,
-                                     unsigned char alpha, unsigned long flags);
+                                     unsigned char alpha, unsigned long flags) ORMSEL_NOEXCEPT;
 
 /**
  * Blends a rectangle of a caller's array of 32-bit pixels into a rastport; layers are treated as in
@@ -160,13 +161,14 @@ unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, s
  */
 unsigned long WriteAlphaPixelArray(void* array, long srcX, long srcY, unsigned long bytesPerRow,
                                    struct RastPort* rp, long dstX, long dstY, unsigned long width,
-                                   unsigned long height, unsigned char alpha, unsigned char format);
+                                   unsigned long height, unsigned char alpha,
+                                   unsigned char format) ORMSEL_NOEXCEPT;
 
 /** Prepares the engine. Does nothing today; may be called any number of times, or never. */
-void BLT_SetupBltEngine(void);
+void BLT_SetupBltEngine(void) ORMSEL_NOEXCEPT;
 
 /** Counterpart of BLT_SetupBltEngine(). Does nothing today; blits still work afterwards. */
-void BLT_ShutDownBltEngine(void);
+void BLT_ShutDownBltEngine(void) ORMSEL_NOEXCEPT;
 
 #ifdef __cplusplus
 }

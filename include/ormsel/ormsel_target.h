@@ -13,22 +13,25 @@
 #ifndef ORMSEL_TARGET_H
 #define ORMSEL_TARGET_H
 
+#include "ormsel_version.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 /** @return the name of the target in use; never NULL, never to be freed. Safe from any thread. */
-const char* ormsel_TargetName(void);
+const char* ormsel_TargetName(void) ORMSEL_NOEXCEPT;
 
-/** @return the names of the targets that this processor can run, best first, ended by NULL. Safe from any thread. */
-const char* const* ormsel_Targets(void);
+/** @return the names of the targets that this processor can run, best first, ended by NULL. Safe from any
+ * thread. */
+const char* const* ormsel_Targets(void) ORMSEL_NOEXCEPT;
 
 /**
  * Uses another target from now on, for tests and benchmarks. Not to be called while blits run.
  * @param name a name of ormsel_Targets(), or NULL for the best one
  * @return 1; or 0, and no change, when the name is unknown or the processor can't run it
  */
-int ormsel_ForceTarget(const char* name);
+int ormsel_ForceTarget(const char* name) ORMSEL_NOEXCEPT;
 
 #ifdef __cplusplus
 }

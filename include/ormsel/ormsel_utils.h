@@ -33,8 +33,8 @@ typedef struct ORU_VideoInfo {
  * @param width, height size in pixels: of the screen mode asked for, or of the window's inner area
  * @param depth         bits per pixel of an own screen, 32 counting as 24; a window has its screen's depth
  * @param fullscreen    lowest bit set: own screen; clear: window. Other bits are ignored
- * @return the display, or NULL after "OpenScreen failed!" or "OpenWindow failed!" on the debug output (or,
- *         silently, when memory ran out); nothing stays open or locked then
+ * @return the display, or NULL after "OpenScreen failed!" or "OpenWindow failed!" and, if it is known, the
+ *         reason on the debug output (or, silently, when memory ran out); nothing stays open or locked then
  *
  * Call it, and everything that uses the display, from one thread.
  */

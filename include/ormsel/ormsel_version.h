@@ -7,4 +7,11 @@
 #define ORMSEL_VERSION_MINOR 0
 #define ORMSEL_VERSION_PATCH 0
 
+/* No call throws. */
+#ifdef __cplusplus
+#    define ORMSEL_NOEXCEPT noexcept
+#else
+#    define ORMSEL_NOEXCEPT
+#endif
+
 #endif

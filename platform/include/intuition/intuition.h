@@ -95,7 +95,8 @@ struct IntuiMessage {
 #define IDCMP_RAWKEY 0x00000400UL
 #define IDCMP_ACTIVEWINDOW 0x00040000UL
 #define IDCMP_INACTIVEWINDOW 0x00080000UL
-/** The window was moved (CWCODE_MOVESIZE) or went to the front or back (CWCODE_DEPTH). */
+/** The window or the host's window was moved (CWCODE_MOVESIZE), or went to the front or back (CWCODE_DEPTH).
+ */
 #define IDCMP_CHANGEWINDOW 0x02000000UL
 /** Code: IMSGCODE_INTUIWHEELDATA; IAddress: a struct IntuiWheelData. */
 #define IDCMP_EXTENDEDMOUSE 0x08000000UL
@@ -123,7 +124,10 @@ struct IntuiMessage {
 #define IEQUALIFIER_RALT 0x0020
 #define IEQUALIFIER_LCOMMAND 0x0040
 #define IEQUALIFIER_RCOMMAND 0x0080
+/** A key of the numeric keypad. */
 #define IEQUALIFIER_NUMERICPAD 0x0100
+/** The key is held down; the first message of a press is without it. */
+#define IEQUALIFIER_REPEAT 0x0200
 /** @} */
 
 /** A turn of the mouse wheel, in steps. */

@@ -4,6 +4,7 @@
 #define PROTO_PICASSO96API_H
 
 #include <graphics/gfx.h>
+#include <host/call.h>
 #include <libraries/Picasso96.h>
 
 #ifdef __cplusplus
@@ -17,13 +18,13 @@ extern "C" {
  * @param size   its size in bytes
  * @return a handle for p96UnlockBitMap(), or 0 when the pixels are gone or the buffer is too small
  */
-int32 p96LockBitMap(struct BitMap* bitmap, uint8* buffer, uint32 size);
+int32 p96LockBitMap(struct BitMap* bitmap, uint8* buffer, uint32 size) HOST_CALL(p96LockBitMap);
 
 /** Ends one lock; a screen's bitmap is shown at the next Wait() or GetMsg(). */
-void p96UnlockBitMap(struct BitMap* bitmap, int32 lock);
+void p96UnlockBitMap(struct BitMap* bitmap, int32 lock) HOST_CALL(p96UnlockBitMap);
 
 /** @param attribute a P96BMA_... number; others give 0 */
-uint32 p96GetBitMapAttr(struct BitMap* bitmap, uint32 attribute);
+uint32 p96GetBitMapAttr(struct BitMap* bitmap, uint32 attribute) HOST_CALL(p96GetBitMapAttr);
 
 #ifdef __cplusplus
 }

@@ -6,6 +6,7 @@
 #include <dos/dos.h>
 #include <exec/memory.h>
 #include <exec/ports.h>
+#include <host/call.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -18,32 +19,32 @@ extern "C" {
 #if defined(__GNUC__)
 __attribute__((format(printf, 1, 2)))
 #endif
-void DebugPrintF(const char* format, ...);
+void DebugPrintF(const char* format, ...) HOST_CALL(DebugPrintF);
 
 /**
  * @param size       bytes; 0 gives NULL
  * @param attributes MEMF_... bits
  * @return memory aligned for any type, or NULL; freed with FreeVec()
  */
-APTR AllocVec(uint32 size, uint32 attributes);
+APTR AllocVec(uint32 size, uint32 attributes) HOST_CALL(AllocVec);
 
 /** Frees memory of AllocVec(); NULL is allowed. */
-void FreeVec(APTR memory);
+void FreeVec(APTR memory) HOST_CALL(FreeVec);
 
 /** A port of the calling thread with a signal of its own, or NULL. */
-struct MsgPort* CreateMsgPort(void);
+struct MsgPort* CreateMsgPort(void) HOST_CALL(CreateMsgPort);
 
 /** Frees a port and its signal; messages still queued stay with their senders. NULL is allowed. */
-void DeleteMsgPort(struct MsgPort* port);
+void DeleteMsgPort(struct MsgPort* port) HOST_CALL(DeleteMsgPort);
 
 /** Queues a message at the end and raises the port's signal. */
-void PutMsg(struct MsgPort* port, struct Message* message);
+void PutMsg(struct MsgPort* port, struct Message* message) HOST_CALL(PutMsg);
 
 /** Takes the first message from a port, or gives NULL when it is empty. Never waits. */
-struct Message* GetMsg(struct MsgPort* port);
+struct Message* GetMsg(struct MsgPort* port) HOST_CALL(GetMsg);
 
 /** Gives a message back to its sender. */
-void ReplyMsg(struct Message* message);
+void ReplyMsg(struct Message* message) HOST_CALL(ReplyMsg);
 
 /**
  * Sleeps until at least one of the signals has been raised since the last Wait() that returned it.
@@ -55,7 +56,7 @@ void ReplyMsg(struct Message* message);
  *                reaches the first thread that waits for it
  * @return those of them that were raised; they are lowered again
  */
-uint32 Wait(uint32 signals);
+uint32 Wait(uint32 signals) HOST_CALL(Wait);
 
 #ifdef __cplusplus
 }

@@ -6,6 +6,7 @@
 #include <graphics/gfx.h>
 #include <graphics/modeid.h>
 #include <graphics/rastport.h>
+#include <host/call.h>
 #include <host/tagcall.h>
 
 #ifdef __cplusplus
@@ -23,10 +24,11 @@ extern "C" {
  * @return NULL when memory is short, a size out of range, the format unknown, or a row longer than 65535
  *         bytes; freed with FreeBitMap()
  */
-struct BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, const void* friendOrTags);
+struct BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, const void* friendOrTags)
+    HOST_CALL(AllocBitMap);
 
 /** Frees a bitmap of AllocBitMap(); NULL is allowed. It must not be locked. */
-void FreeBitMap(struct BitMap* bitmap);
+void FreeBitMap(struct BitMap* bitmap) HOST_CALL(FreeBitMap);
 
 /**
  * Copies a rectangle between bitmaps, or within one (overlaps come out right), clipped against both.
@@ -40,26 +42,26 @@ void FreeBitMap(struct BitMap* bitmap);
  * @return 1 when something was copied, else 0
  */
 int32 BltBitMap(struct BitMap* src, int32 srcX, int32 srcY, struct BitMap* dst, int32 dstX, int32 dstY,
-                int32 width, int32 height, uint32 minterm, uint32 mask, APTR tempA);
+                int32 width, int32 height, uint32 minterm, uint32 mask, APTR tempA) HOST_CALL(BltBitMap);
 
 /**
  * Copies a rectangle of a bitmap into a rastport, as BltBitMap() does, clipped by its layer. Covered pieces
  * are copied where the layer keeps them. Locks the layer.
  */
 void BltBitMapRastPort(struct BitMap* src, int32 srcX, int32 srcY, struct RastPort* rp, int32 dstX,
-                       int32 dstY, int32 width, int32 height, uint32 minterm);
+                       int32 dstY, int32 width, int32 height, uint32 minterm) HOST_CALL(BltBitMapRastPort);
 
 /** Fills a rectangle, both corners included, with the foreground colour. Clips, and locks the layer. */
-void RectFill(struct RastPort* rp, int32 minX, int32 minY, int32 maxX, int32 maxY);
+void RectFill(struct RastPort* rp, int32 minX, int32 minY, int32 maxX, int32 maxY) HOST_CALL(RectFill);
 
-void SetRPAttrsA(struct RastPort* rp, const struct TagItem* tags);
+void SetRPAttrsA(struct RastPort* rp, const struct TagItem* tags) HOST_CALL(SetRPAttrsA);
 
 /**
  * The display mode that suits best: of the nominal size (default: the host's desktop) and depth (15, 16, 24
  * or 32; default 24).
  * @return INVALID_ID when there is none
  */
-uint32 BestModeIDA(const struct TagItem* tags);
+uint32 BestModeIDA(const struct TagItem* tags) HOST_CALL(BestModeIDA);
 
 #ifdef __cplusplus
 }

@@ -13,6 +13,7 @@
 #ifndef PROTO_INTUITION_H
 #define PROTO_INTUITION_H
 
+#include <host/call.h>
 #include <host/tagcall.h>
 #include <intuition/intuition.h>
 
@@ -28,38 +29,40 @@ struct NewWindow;
  * @param ns must be NULL
  * @return NULL without a display, for a depth it cannot have, or when memory is short
  */
-struct Screen* OpenScreenTagList(const struct NewScreen* ns, const struct TagItem* tags);
+struct Screen* OpenScreenTagList(const struct NewScreen* ns, const struct TagItem* tags)
+    HOST_CALL(OpenScreenTagList);
 
 /** Closes a screen; its windows must be closed. @return FALSE (and nothing is closed) when they are not */
-BOOL CloseScreen(struct Screen* screen);
+BOOL CloseScreen(struct Screen* screen) HOST_CALL(CloseScreen);
 
-void ScreenToFront(struct Screen* screen);
+void ScreenToFront(struct Screen* screen) HOST_CALL(ScreenToFront);
 
 /**
  * Finds a public screen and keeps it from closing.
  * @param name "Workbench", in any case, or NULL
  * @return NULL for another name or when memory is short
  */
-struct Screen* LockPubScreen(CONST_STRPTR name);
+struct Screen* LockPubScreen(CONST_STRPTR name) HOST_CALL(LockPubScreen);
 
 /** Undoes one LockPubScreen(). @param name NULL, or its name, in which case `screen` may be NULL */
-void UnlockPubScreen(CONST_STRPTR name, struct Screen* screen);
+void UnlockPubScreen(CONST_STRPTR name, struct Screen* screen) HOST_CALL(UnlockPubScreen);
 
 /**
  * Opens a window.
  * @param nw must be NULL
  * @return NULL when the host cannot show it, or when memory is short
  */
-struct Window* OpenWindowTagList(const struct NewWindow* nw, const struct TagItem* tags);
+struct Window* OpenWindowTagList(const struct NewWindow* nw, const struct TagItem* tags)
+    HOST_CALL(OpenWindowTagList);
 
 /** Closes a window and drops its unread messages. */
-void CloseWindow(struct Window* window);
+void CloseWindow(struct Window* window) HOST_CALL(CloseWindow);
 
-void WindowToFront(struct Window* window);
-void WindowToBack(struct Window* window);
+void WindowToFront(struct Window* window) HOST_CALL(WindowToFront);
+void WindowToBack(struct Window* window) HOST_CALL(WindowToBack);
 
 /** Moves a window on its screen, as far as it stays inside; the host's window stays where it is. */
-void MoveWindow(struct Window* window, int32 dx, int32 dy);
+void MoveWindow(struct Window* window, int32 dx, int32 dy) HOST_CALL(MoveWindow);
 
 #ifdef __cplusplus
 }

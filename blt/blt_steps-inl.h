@@ -1,35 +1,34 @@
 // SPDX-License-Identifier: Zlib
 //
-// The vector kernels. A step is one vector's worth of pixels; the same step, on the first few lanes, ends a
-// row where the target can mask its loads and stores, and the scalar row functions end it elsewhere. Each
+// The vector kernels of routes. A step is one vector's worth of pixels; the same step, on the first few
+// lanes, ends a row where the target can mask its loads and stores, and scalar steps end it elsewhere. Each
 // gives the scalar kernel's results bit for bit and stores no pixel that it doesn't.
 
-#if defined(ORMSEL_BLT_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_BLT_ROWS_INL_H
-#        undef ORMSEL_BLT_ROWS_INL_H
+#if defined(ORMSEL_BLT_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#    ifdef ORMSEL_BLT_STEPS_INL_H
+#        undef ORMSEL_BLT_STEPS_INL_H
 #    else
-#        define ORMSEL_BLT_ROWS_INL_H
+#        define ORMSEL_BLT_STEPS_INL_H
 #    endif
 
 #    include <cstdlib>
 
 #    include "blt_kernels.h"
-#    include "blt_layouts.h"
-#    include "blt_rows_scalar.h"
+#    include "blt_steps_scalar.h"
 #    include "blt_vec-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
 // Walks the rows of a block with a step. Beside source and destination pixels a step gets a third pointer,
-// into rows of kThirdBytes a pixel: the old destination pixels or the mask. endOfRow takes the last pixels of
-// a row where the target has no masked step for them.
-template <class Step, class EndOfRow>
-HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPitch, const Step& step,
-                         const EndOfRow& endOfRow) {
+// into rows of kThirdBytes a pixel: the old destination pixels or the mask. rest takes the last pixels of a
+// row where the target has no masked step for them.
+template <class Step, class Rest>
+HWY_INLINE void walkRows(const Block& b, const uint8_t* third, ptrdiff_t thirdPitch, const Step& step,
+                         const Rest& rest) {
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
                      kThird = Step::kThirdBytes;
-    const size_t rest = b.width % kPixels, whole = b.width - rest;
+    const size_t left = b.width % kPixels, whole = b.width - left;
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
     const uint8_t* src = b.src;
     uint8_t* dst = b.dst;
@@ -58,22 +57,21 @@ HWY_INLINE void everyRow(const Block& b, const uint8_t* third, ptrdiff_t thirdPi
             prefetchBehind<kPixels * kDst>(dst + x * kDst);
             step(src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
         }
-        if (rest == 0)
+        if (left == 0)
             continue;
         if constexpr (kMasks)
-            step(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, First{rest});
+            step(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, First{left});
         else
-            endOfRow(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, rest);
+            rest(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, left);
     }
 }
 
-// Walks with a step of a specialised routine; EndOfRow is the scalar row function for the same pixels.
-template <class Step, void (*EndOfRow)(const RowOf&)>
-HWY_INLINE void everyRow(const Block& b) {
-    everyRow(b, b.old, b.oldPitch, Step(b.alpha),
-             [&b](const uint8_t* src, uint8_t* dst, const uint8_t* old, size_t rest) {
-                 EndOfRow({src, dst, old, rest, b.alpha});
-             });
+// The kernel of a rule whose vector form is Step.
+template <class Rule, class Step>
+void drawRows(const Block& b) {
+    walkRows(b, b.old, b.oldPitch, Step(b.constantAlpha),
+             [rule = Rule(b.constantAlpha)](const uint8_t* src, uint8_t* dst, const uint8_t* old,
+                                            size_t pixels) { drawRest(rule, src, dst, old, pixels); });
 }
 
 // --- 8-bit channels -----------------------------------------------------------------------------------
@@ -84,36 +82,42 @@ constexpr uint8_t byteAt(unsigned shift) {
     return static_cast<uint8_t>(shift / 8);
 }
 
-// Blends the colours of A8R8G8B8 pixels: d + floor((s - d) * a / 256) in bits 0 to 23, 0 in the alpha byte. a
-// holds the weight, 0 to 256, in both 16-bit lanes of each pixel.
+// Blends channels of 8 bits, one in each 16-bit lane: 256 * d + (s - d) * a, whose high byte is
+// d + floor((s - d) * a / 256), a from 0 to 256. old256 is 256 * d.
 //
-// Lanes of 16 bits are enough although (s - d) * a needs 17: the sum 256 * d + (s - d) * a is a mean of s and
-// d times 256, so that it lies in 0..65280, and the wrapping arithmetic gives it exactly.
+// Lanes of 16 bits are enough although (s - d) * a needs 17: the sum is a mean of s and d times 256, so that
+// it lies in 0..65280, and the wrapping arithmetic gives it exactly.
+HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 old256, V16 a) {
+    return (s - d) * a + old256;
+}
+
+// Blends the colours of A8R8G8B8 pixels as mixColours32() does; 0 in the alpha byte. a holds the weight in
+// both 16-bit lanes of each pixel.
 HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a) {
     const D16 d16;
     const D32 d32;
     const auto low = hn::Set(d16, 0x00FF);
     const V16 s16 = as(d16, s), dd = as(d16, d);
-    const V16 rb = hn::ShiftRight<8>((hn::And(s16, low) - hn::And(dd, low)) * a + hn::ShiftLeft<8>(dd));
-    const V16 g = (hn::ShiftRight<8>(s16) - hn::ShiftRight<8>(dd)) * a + hn::AndNot(low, dd);
-    return select(hn::Set(d32, 0x0000FF00), as(d32, g), as(d32, rb));
+    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(dd, low), hn::ShiftLeft<8>(dd), a));
+    const V16 g = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(dd), hn::AndNot(low, dd), a);
+    return select(hn::Set(d32, 0x0000FF00), as(d32, g), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
 }
 
-// A 32-bit source with alpha onto A8R8G8B8; see alphaRowToArgb32().
-template <class L>
-struct AlphaToArgb32 {
+// The vector form of AlphaOntoA8R8G8B8.
+template <class L, bool Faded>
+struct AlphaOntoA8R8G8B8Step {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4, kThirdBytes = 4;
 
-    explicit HWY_INLINE AlphaToArgb32(uint32_t alpha)
-        : constant(hn::Set(D16(), static_cast<uint16_t>(alpha))),
+    explicit HWY_INLINE AlphaOntoA8R8G8B8Step(uint32_t constantAlpha)
+        : constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
           alphaHigh(shuffleOfBytes(bytesFrom(0x80, byteAt(L::kA), 0x80, byteAt(L::kA)))),
-          toRgb(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
+          toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
         const D32 d32;
-        const V32 s = loadLanes(d32, src, lanes);
+        const V32 s = lanes.load(d32, src);
         // 256 * A * C >> 16 = A * C >> 8.
         const V16 a = hn::MulHigh(as(d16, alphaHigh(s)), constant);
         const M32 drawn = hn::Ne(as(d32, a), hn::Zero(d32));
@@ -121,18 +125,13 @@ struct AlphaToArgb32 {
         if (!kMasks && stored.isEmpty())
             return;
         const V32 d = stored.loadOld(d32, old, lanes);
-        const V32 mixed = mixColours(L::kA == 24 && L::kR == 16 ? s : toRgb(s), d, a);
-        stored.store(hn::IfThenElse(drawn, mixed, d), dst, lanes);
+        const V32 mixed = mixColours(L::kA == 24 && L::kR == 16 ? s : toColours(s), d, a);
+        lanes.storeWhere(stored.d, as(stored.d, hn::IfThenElse(drawn, mixed, d)), stored.lanes, dst);
     }
 
     V16 constant;
-    Shuffle alphaHigh, toRgb;
+    Shuffle alphaHigh, toColours;
 };
-
-template <class L>
-void alphaToArgb32(const Block& b) {
-    everyRow<AlphaToArgb32<L>, alphaRowToArgb32<L>>(b);
-}
 
 // --- R5G6B5 -------------------------------------------------------------------------------------------
 
@@ -211,13 +210,13 @@ struct Halves {
 
 // Halves to R5G6B5. Red and blue are their low bytes, either way round; green is the lower half's high byte.
 template <bool RedIsHigh>
-struct ToRgb16 {
+struct ToR5G6B5 {
     RedOrBlue<11> red;
     Green green;
     RedOrBlue<0> blue;
     Join join;
 
-    HWY_INLINE ToRgb16() {}
+    HWY_INLINE ToR5G6B5() {}
 
     HWY_INLINE V16 convert(const Halves& s) const {
         return join(red.convert(RedIsHigh ? s.high : s.low), green.convert(s.low),
@@ -229,75 +228,92 @@ struct ToRgb16 {
     }
 };
 
-// A 32-bit source with alpha onto R5G6B5; see alphaRowToRgb16(). Opaque: with a factor of 256.
-template <class L, bool Opaque>
-struct AlphaToRgb16 {
+// The vector form of AlphaOntoR5G6B5.
+template <class L, bool Faded>
+struct AlphaOntoR5G6B5Step {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2, kThirdBytes = 2;
     static constexpr bool kTakesTwoRows = true;
 
-    explicit HWY_INLINE AlphaToRgb16(uint32_t factor)
-        : factor32(hn::Set(D16(), static_cast<uint16_t>(factor << 5))),
+    explicit HWY_INLINE AlphaOntoR5G6B5Step(uint32_t constantAlpha)
+        : constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))),
           alphaToTop(shuffleOfBytes(bytesFrom(1, 2, 3, 0))) {}
 
     // Pixels with alpha on top, and green below the middle.
     template <class Lanes>
     HWY_INLINE V32 load(const uint8_t* src, Lanes lanes) const {
         static_assert(L::kA == 24 ? L::kG == 8 : L::kA == 0 && L::kG == 16);
-        const V32 s = loadLanes(D32(), src, lanes);
+        const V32 s = lanes.load(D32(), src);
         return L::kA == 24 ? s : alphaToTop(s);
     }
 
-    // A * F >> 11, from 0 to 31.
-    HWY_INLINE V16 alphaOf(const Halves& s) const {
-        return Opaque ? hn::ShiftRight<11>(s.high)
-                      : hn::MulHigh(hn::ShiftRight<8>(s.high), factor32); // A * 32 * F >> 16
+    // A * C >> 11 as A * 32 * C >> 16; or A >> 3. From 0 to 31.
+    HWY_INLINE V16 weightOf(const Halves& s) const {
+        return Faded ? hn::MulHigh(hn::ShiftRight<8>(s.high), constant32) : hn::ShiftRight<11>(s.high);
     }
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const D16 d16;
-        const Halves s(load(src, firstHalf(lanes)),
-                       load(src + toSecondHalf(4 * kLanes32, lanes), secondHalf(lanes)));
-        V16 a5 = alphaOf(s);
+        const Halves s(load(src, lanes.firstHalf()),
+                       load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf()));
+        V16 a5 = weightOf(s);
         const auto stored = groupsOf(a5, lanes);
         if (!kMasks && stored.isEmpty())
             return;
-        // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Without Opaque the factor
-        // is at most 247, and 255 * 247 >> 11 is 30.
-        if constexpr (Opaque)
+        // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Faded weights are at
+        // most 255 * 247 >> 11 = 30.
+        if constexpr (!Faded)
             a5 = a5 + hn::SaturatedSub(a5, thirty);
-        stored.store(toRgb16.mix(s, stored.loadOld(d16, old, lanes), weights(a5)), dst, lanes);
+        const V16 mixed = toR5G6B5.mix(s, stored.loadOld(D16(), old, lanes), weights(a5));
+        lanes.storeWhere(stored.d, as(stored.d, mixed), stored.lanes, dst);
     }
 
-    V16 factor32, thirty = kept16(30);
+    V16 constant32, thirty = kept16(30);
     Shuffle alphaToTop;
     Weights weights;
-    ToRgb16<(L::kR > L::kB)> toRgb16;
+    ToR5G6B5<(L::kR > L::kB)> toR5G6B5;
 };
 
-template <class L>
-void alphaToRgb16(const Block& b) {
-    if (b.alpha == rgb16AlphaFactor(255))
-        everyRow<AlphaToRgb16<L, true>, alphaRowToRgb16<L>>(b);
-    else
-        everyRow<AlphaToRgb16<L, false>, alphaRowToRgb16<L>>(b);
-}
+// The vector form of OpaqueOntoR5G6B5, from 24 bits.
+template <class L, bool Faded>
+struct OpaqueOntoR5G6B5Step {
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = 3, kDstBytes = 2, kThirdBytes = 2;
 
-// R5G6B5 onto R5G6B5 with one weight.
-struct MixRgb16 {
-    static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2, kThirdBytes = 2;
-
-    explicit HWY_INLINE MixRgb16(uint32_t alpha)
-        : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
+    explicit HWY_INLINE OpaqueOntoR5G6B5Step(uint32_t constantAlpha)
+        : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(constantAlpha >> 3)))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const V16 s = loadLanes(d16, src, lanes), d = loadOld(d16, old, lanes);
-        const V16 out =
-            join(red.mix(hn::ShiftRight<8>(s), d, weights), green.mix(hn::ShiftLeft<5>(s), d, weights),
-                 blue.mix(hn::ShiftLeft<3>(s), d, weights));
-        storeLanes(d16, out, dst, lanes);
+        const Halves s(load24(src, lanes.firstHalf()), load24(src + 3 * kLanes32, lanes.secondHalf()));
+        if constexpr (Faded) {
+            lanes.store(d16, toR5G6B5.mix(s, lanes.loadOld(d16, old), weights), dst);
+        } else {
+            (void)old;
+            lanes.store(d16, toR5G6B5.convert(s), dst);
+        }
+    }
+
+    V16 weights;
+    ToR5G6B5<(L::kR > L::kB)> toR5G6B5;
+};
+
+// The same from R5G6B5, which is only ever blended: unfaded pixels are copied.
+template <>
+struct OpaqueOntoR5G6B5Step<R5G6B5, true> {
+    static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2, kThirdBytes = 2;
+
+    explicit HWY_INLINE OpaqueOntoR5G6B5Step(uint32_t constantAlpha)
+        : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(constantAlpha >> 3)))) {}
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+        const D16 d16;
+        const V16 s = lanes.load(d16, src), d = lanes.loadOld(d16, old);
+        lanes.store(d16,
+                    join(red.mix(hn::ShiftRight<8>(s), d, weights),
+                         green.mix(hn::ShiftLeft<5>(s), d, weights),
+                         blue.mix(hn::ShiftLeft<3>(s), d, weights)),
+                    dst);
     }
 
     V16 weights;
@@ -307,42 +323,30 @@ struct MixRgb16 {
     Join join;
 };
 
-void mixRgb16Kernel(const Block& b) {
-    everyRow<MixRgb16, mixRowOfRgb16>(b);
-}
+// --- Routes -------------------------------------------------------------------------------------------
 
-// A 24-bit source onto R5G6B5, converted or blended with one weight.
-template <class L, bool Blend>
-struct Rgb24ToRgb16 {
-    static constexpr size_t kPixels = kLanes16, kSrcBytes = 3, kDstBytes = 2, kThirdBytes = 2;
-
-    explicit HWY_INLINE Rgb24ToRgb16(uint32_t alpha)
-        : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(alpha)))) {}
-
-    template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const D16 d16;
-        const Halves s(load24(src, firstHalf(lanes)), load24(src + 3 * kLanes32, secondHalf(lanes)));
-        if constexpr (Blend) {
-            storeLanes(d16, toRgb16.mix(s, loadOld(d16, old, lanes), weights), dst, lanes);
-        } else {
-            (void)old;
-            storeLanes(d16, toRgb16.convert(s), dst, lanes);
-        }
-    }
-
-    V16 weights;
-    ToRgb16<(L::kR > L::kB)> toRgb16;
+// The vector form of each rule.
+template <class Rule>
+struct StepOfRule;
+template <class L, bool Faded>
+struct StepOfRule<AlphaOntoA8R8G8B8<L, Faded>> {
+    using Type = AlphaOntoA8R8G8B8Step<L, Faded>;
+};
+template <class L, bool Faded>
+struct StepOfRule<AlphaOntoR5G6B5<L, Faded>> {
+    using Type = AlphaOntoR5G6B5Step<L, Faded>;
+};
+template <class L, bool Faded>
+struct StepOfRule<OpaqueOntoR5G6B5<L, Faded>> {
+    using Type = OpaqueOntoR5G6B5Step<L, Faded || std::is_same_v<L, R5G6B5>>;
 };
 
-template <class L>
-void convertRgb24ToRgb16(const Block& b) {
-    everyRow<Rgb24ToRgb16<L, false>, convertRowToRgb16<L>>(b);
-}
-
-template <class L>
-void mixRgb24ToRgb16(const Block& b) {
-    everyRow<Rgb24ToRgb16<L, true>, mixRowToRgb16<L>>(b);
+template <class Src, class Dst>
+Kernel routeKernel(const Block& b) {
+    using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
+    using Full = typename RuleOfRoute<Src, Dst, false>::Type;
+    return Faded::fades(b.constantAlpha) ? drawRows<Faded, typename StepOfRule<Faded>::Type>
+                                         : drawRows<Full, typename StepOfRule<Full>::Type>;
 }
 
 // --- Copies -------------------------------------------------------------------------------------------

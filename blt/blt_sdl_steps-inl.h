@@ -3,55 +3,54 @@
 // The vector kernel of blits by SDL's rules: the formula of blt_sdl.h on a 32-bit lane for each pixel. Pixels
 // that are not drawn are stored with their old value.
 
-#if defined(ORMSEL_BLT_SDL_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_BLT_SDL_INL_H
-#        undef ORMSEL_BLT_SDL_INL_H
+#if defined(ORMSEL_BLT_SDL_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#    ifdef ORMSEL_BLT_SDL_STEPS_INL_H
+#        undef ORMSEL_BLT_SDL_STEPS_INL_H
 #    else
-#        define ORMSEL_BLT_SDL_INL_H
+#        define ORMSEL_BLT_SDL_STEPS_INL_H
 #    endif
 
-#    include "blt_sdl_steps.h"
+#    include "blt_sdl_steps_scalar.h"
 #    include "blt_vec-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// How many bytes a step may read or write: those of its pixels.
+// The pixels of a step as values in 32-bit lanes. No other bytes than theirs are read or written.
 template <SdlLayout Layout, class Lanes>
 HWY_INLINE V32 sdlLoadLanes(const uint8_t* p, Lanes lanes) {
     if constexpr (Layout == SdlLayout::k32)
-        return loadOld(D32(), p, lanes);
+        return lanes.loadOld(D32(), p);
     else if constexpr (Layout == SdlLayout::k24)
         return load24(p, lanes);
     else
-        return hn::PromoteTo(D32(), loadLanes(hn::Rebind<uint16_t, D32>(), p, lanes));
+        return hn::PromoteTo(D32(), lanes.load(hn::Rebind<uint16_t, D32>(), p));
 }
+
+HWY_INLINE void sdlStore24(V32 packed, uint8_t* p, Whole) {
+    std::memcpy(p, &packed, 3 * kLanes32);
+}
+
+#    if HWY_TARGET == HWY_AVX3
+HWY_INLINE void sdlStore24(V32 packed, uint8_t* p, First lanes) {
+    const D8 d8;
+    hn::BlendedStore(as(d8, packed), hn::FirstN(d8, 3 * lanes.count), d8, p);
+}
+#    endif
 
 template <SdlLayout Layout, class Lanes>
 HWY_INLINE void sdlStoreLanes(V32 v, uint8_t* p, Lanes lanes) {
-    const D32 d32;
     if constexpr (Layout == SdlLayout::k32) {
-        storeLanes(d32, v, p, lanes);
+        lanes.store(D32(), v, p);
     } else if constexpr (Layout == SdlLayout::k24) {
-        const V32 packed = pack24(v);
-#    if HWY_TARGET == HWY_AVX3
-        size_t count = kLanes32;
-        if constexpr (std::is_same_v<Lanes, First>)
-            count = lanes.count;
-        storeWhere(D8(), as(D8(), packed), hn::FirstN(D8(), 3 * count), p);
-#    else
-        std::memcpy(p, &packed, 3 * kLanes32);
-#    endif
+        sdlStore24(pack24(v), p, lanes);
     } else {
         const hn::Rebind<uint16_t, D32> half;
         const auto words = hn::DemoteTo(half, as(hn::RebindToSigned<D32>(), v));
-#    if HWY_TARGET == HWY_AVX3
-        if constexpr (std::is_same_v<Lanes, First>) {
+        if constexpr (std::is_same_v<Lanes, Whole>)
+            storeAt(half, words, p);
+        else
             hn::BlendedStore(words, hn::FirstN(half, lanes.count), half, reinterpret_cast<uint16_t*>(p));
-            return;
-        }
-#    endif
-        storeAt(half, words, p);
     }
 }
 
@@ -59,10 +58,10 @@ template <SdlLayout Layout>
 HWY_INLINE V32 sdlWidenLanes(V32 v) {
     const D32 d32;
     const auto bits = [&](uint32_t mask) { return hn::And(v, hn::Set(d32, mask)); };
-    if constexpr (Layout == SdlLayout::k565)
+    if constexpr (Layout == SdlLayout::kR5G6B5)
         return hn::Or(hn::ShiftLeft<8>(bits(0xF800)),
                       hn::Or(hn::ShiftLeft<5>(bits(0x07E0)), hn::ShiftLeft<3>(bits(0x001F))));
-    else if constexpr (Layout == SdlLayout::k555)
+    else if constexpr (Layout == SdlLayout::kR5G5B5)
         return hn::Or(hn::ShiftLeft<9>(bits(0x7C00)),
                       hn::Or(hn::ShiftLeft<6>(bits(0x03E0)), hn::ShiftLeft<3>(bits(0x001F))));
     else
@@ -73,10 +72,10 @@ template <SdlLayout Layout>
 HWY_INLINE V32 sdlNarrowLanes(V32 v) {
     const D32 d32;
     const auto bits = [&](V32 shifted, uint32_t mask) { return hn::And(shifted, hn::Set(d32, mask)); };
-    if constexpr (Layout == SdlLayout::k565)
+    if constexpr (Layout == SdlLayout::kR5G6B5)
         return hn::Or(bits(hn::ShiftRight<8>(v), 0xF800),
                       hn::Or(bits(hn::ShiftRight<5>(v), 0x07E0), bits(hn::ShiftRight<3>(v), 0x001F)));
-    else if constexpr (Layout == SdlLayout::k555)
+    else if constexpr (Layout == SdlLayout::kR5G5B5)
         return hn::Or(bits(hn::ShiftRight<9>(v), 0x7C00),
                       hn::Or(bits(hn::ShiftRight<6>(v), 0x03E0), bits(hn::ShiftRight<3>(v), 0x001F)));
     else
@@ -88,12 +87,14 @@ template <SdlLayout From, SdlLayout To, bool PerPixel>
 class SdlStep {
 public:
     explicit HWY_INLINE SdlStep(const SdlBlit& b)
-        : place_(shuffleOfBytes(b.place)), toWeight_(shuffleOfBytes(bytesFrom(b.alphaShift / 8, 0x80, b.alphaShift / 8, 0x80))),
+        : place_(shuffleOfBytes(b.place)),
+          toWeight_(shuffleOfBytes(bytesFrom(b.alphaShift / 8, 0x80, b.alphaShift / 8, 0x80))),
           weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
-          lastClear_(hn::Set(hn::RebindToSigned<D32>(), static_cast<int32_t>(b.drawnFrom - 1) * 0x10001)),
-          lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.opaqueFrom - 1))),
-          alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.alphaBits))),
-          roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.roundUp))), key_(hn::Set(D32(), b.key)),
+          lastClear_(
+              hn::Set(hn::RebindToSigned<D32>(), static_cast<int32_t>(b.rule.drawnFrom - 1) * 0x10001)),
+          lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
+          alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
+          roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),
           cut_(hn::Set(D32(), b.cut)), colours_(hn::Set(D32(), b.colours)), kept_(hn::Set(D32(), b.kept)),
           ones_(hn::Set(D32(), b.ones)), opaqueOnes_(hn::Set(D32(), b.opaqueOnes)), keyed_(b.keyed),
           notesFall_(b.notesFall) {}
@@ -112,8 +113,8 @@ public:
             if (hn::AllFalse(d32, drawn))
                 return;
             const hn::RebindToSigned<D16> i16;
-            w = hn::IfThenElse(hn::RebindMask(d16, hn::Gt(as(i16, alpha), as(i16, lastBlended_))), hn::Set(d16, 256),
-                               hn::And(alpha, alphaBits_));
+            w = hn::IfThenElse(hn::RebindMask(d16, hn::Gt(as(i16, alpha), as(i16, lastBlended_))),
+                               hn::Set(d16, 256), hn::And(alpha, alphaBits_));
         } else if (keyed_) {
             drawn = hn::Ne(s, key_);
             if (hn::AllFalse(d32, drawn))
@@ -125,11 +126,13 @@ public:
         V32 result = hn::Or(addBits(colours_, sdlNarrowLanes<To>(mixed), ones_), hn::And(d, kept_));
         if constexpr (To == SdlLayout::k32) {
             if constexpr (PerPixel)
-                result = hn::Or(result, hn::IfThenElseZero(hn::Eq(as(d32, w), hn::Set(d32, 0x01000100)), opaqueOnes_));
+                result = hn::Or(
+                    result, hn::IfThenElseZero(hn::Eq(as(d32, w), hn::Set(d32, 0x01000100)), opaqueOnes_));
             if (notesFall_) {
                 const auto low = hn::Set(d32, 0xFF);
                 const hn::RebindToSigned<D32> i32;
-                const auto falls = hn::RebindMask(d32, hn::Lt(as(i32, hn::And(mixed, low)), as(i32, hn::And(d, low))));
+                const auto falls =
+                    hn::RebindMask(d32, hn::Lt(as(i32, hn::And(mixed, low)), as(i32, hn::And(d, low))));
                 result = hn::Or(result, hn::IfThenElseZero(falls, hn::Set(d32, 1U << 24)));
             }
         }
@@ -210,9 +213,12 @@ void sdlCopyRows(const SdlBlit& b) {
 inline void sdlKernel(const SdlBlit& b) {
     if (b.copies) {
         switch (sdlBytes(b.to)) {
-        case 4: return sdlCopyRows<SdlLayout::k32>(b);
-        case 3: return sdlCopyRows<SdlLayout::k24>(b);
-        default: return sdlCopyRows<SdlLayout::k565>(b);
+        case 4:
+            return sdlCopyRows<SdlLayout::k32>(b);
+        case 3:
+            return sdlCopyRows<SdlLayout::k24>(b);
+        default:
+            return sdlCopyRows<SdlLayout::kR5G6B5>(b);
         }
     }
     withSdlLayouts(b, [&]<SdlLayout From, SdlLayout To, bool PerPixel>() {

@@ -6,37 +6,35 @@
 // 32-bit pixels become A8R8G8B8 by one byte shuffle; the channels of 16-bit ones are taken out and put back
 // by shifts.
 
-#if defined(ORMSEL_BLT_GENERIC_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_BLT_GENERIC_ROWS_INL_H
-#        undef ORMSEL_BLT_GENERIC_ROWS_INL_H
+#if defined(ORMSEL_BLT_GENERIC_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#    ifdef ORMSEL_BLT_GENERIC_STEPS_INL_H
+#        undef ORMSEL_BLT_GENERIC_STEPS_INL_H
 #    else
-#        define ORMSEL_BLT_GENERIC_ROWS_INL_H
+#        define ORMSEL_BLT_GENERIC_STEPS_INL_H
 #    endif
 
-#    include "blt_rows-inl.h"
+#    include "blt_generic.h"
+#    include "blt_steps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// What a generic blit does with alpha.
-enum class GenericAlpha { kOpaque, kOfPixel, kOfMask };
-
 // Whether a channel of a 24- or 32-bit pixel is absent or one whole byte.
-inline bool isByte(uint32_t mask, uint32_t shift, uint32_t loss) {
-    return mask == 0 || (shift % 8 == 0 && shift < 32 && loss == 0 && mask == 0xFFU << shift);
+inline bool isByte(const Channel& c) {
+    return c.mask == 0 || (c.shift % 8 == 0 && c.shift < 32 && c.loss == 0 && c.mask == 0xFFU << c.shift);
 }
 
 // Whether a channel of a 16-bit pixel is at most 8 bits when taken out, and is put back from 8 bits alone;
 // and whether it reaches the top of a byte, or of the pixel, by a shift to the left.
-inline bool isShort(uint32_t mask, uint32_t shift, uint32_t loss) {
-    return mask == 0 || (shift < 16 && loss < 8 && shift <= loss + 8 && mask <= 0xFFFF &&
-                         mask >> shift << loss <= 0xFF && (mask & ~(0xFFU >> loss << shift)) == 0);
+inline bool isShort(const Channel& c) {
+    return c.mask == 0 ||
+           (c.shift < 16 && c.loss < 8 && c.shift <= c.loss + 8 && c.mask <= 0xFFFF &&
+            c.mask >> c.shift << c.loss <= 0xFF && (c.mask & ~(0xFFU >> c.loss << c.shift)) == 0);
 }
 
 inline bool coloursArePlain(const BltRenderFmt& f) {
     const auto channel = f.bytesPerPixel == 2 ? isShort : isByte;
-    return channel(f.rMask, f.rShift, f.rLoss) && channel(f.gMask, f.gShift, f.gLoss) &&
-           channel(f.bMask, f.bShift, f.bLoss) &&
+    return channel(f.r()) && channel(f.g()) && channel(f.b()) &&
            (f.bytesPerPixel != 3 || (f.rMask | f.gMask | f.bMask | f.aMask) <= 0xFFFFFF);
 }
 
@@ -45,8 +43,7 @@ inline bool coloursArePlain(const BltRenderFmt& f) {
 inline bool alphaIsPlain(const BltRenderFmt& src, uint32_t fill, bool used) {
     if (!used)
         return true;
-    return src.bytesPerPixel == 2 ? fill == 255 && isShort(src.aMask, src.aShift, src.aLoss)
-                                  : isByte(src.aMask, src.aShift, src.aLoss);
+    return src.bytesPerPixel == 2 ? fill == 255 && isShort(src.a()) : isByte(src.a());
 }
 
 // Whether a destination's alpha can be put back by a shift, or by a shuffle: no two channels share a bit
@@ -55,7 +52,7 @@ inline bool fieldIsPlain(const BltRenderFmt& dst) {
     if (dst.bytesPerPixel == 2)
         return dst.aMask == 0 || (dst.aShift < 16 && dst.aLoss < 16 && dst.aMask <= 0xFFFF);
     const uint64_t sum = uint64_t{dst.rMask} + dst.gMask + dst.bMask + dst.aMask;
-    return isByte(dst.aMask, dst.aShift, dst.aLoss) && sum == (dst.rMask | dst.gMask | dst.bMask | dst.aMask);
+    return isByte(dst.a()) && sum == (dst.rMask | dst.gMask | dst.bMask | dst.aMask);
 }
 
 // A channel of 16-bit pixels at a run-time position. Bits of the mask below the shift never count.
@@ -63,9 +60,10 @@ struct ShortChannel {
     V16 mask, up;
     RightShift down;
 
-    HWY_INLINE ShortChannel(uint32_t m, uint32_t shift, uint32_t loss)
-        : mask(hn::Set(D16(), static_cast<uint16_t>(m >> shift << shift))),
-          up(hn::Set(D16(), static_cast<uint16_t>(1U << (8 + loss - shift)))), down(8 + loss - shift) {}
+    explicit HWY_INLINE ShortChannel(const Channel& c)
+        : mask(hn::Set(D16(), static_cast<uint16_t>(c.mask >> c.shift << c.shift))),
+          up(hn::Set(D16(), static_cast<uint16_t>(1U << (8 + c.loss - c.shift)))),
+          down(8 + c.loss - c.shift) {}
 
     // The channel widened to 8 bits, in the high byte; the low byte is 0.
     HWY_INLINE V16 extract(V16 pixel) const { return hn::And(pixel, mask) * up; }
@@ -74,16 +72,15 @@ struct ShortChannel {
     HWY_INLINE V16 place(V16 value) const { return hn::And(down(value), mask); }
 };
 
-HWY_INLINE ShortChannel shortChannel(uint32_t mask, uint32_t shift, uint32_t loss) {
-    return mask ? ShortChannel(mask, shift, loss) : ShortChannel(0, 0, 0);
+HWY_INLINE ShortChannel shortChannel(const Channel& c) {
+    return ShortChannel(c.mask ? c : Channel{0, 0, 0});
 }
 
 struct ShortColours {
     ShortChannel r, g, b;
 
     explicit HWY_INLINE ShortColours(const BltRenderFmt& f)
-        : r(shortChannel(f.rMask, f.rShift, f.rLoss)), g(shortChannel(f.gMask, f.gShift, f.gLoss)),
-          b(shortChannel(f.bMask, f.bShift, f.bLoss)) {}
+        : r(shortChannel(f.r())), g(shortChannel(f.g())), b(shortChannel(f.b())) {}
 };
 
 // The alpha channel of 16-bit pixels. Its shift and loss may be any; often nothing of 8 bits arrives.
@@ -114,7 +111,8 @@ struct GenericFormat {
         const uint32_t shifts[4] = {f.bShift, f.gShift, f.rShift, f.aShift};
         uint32_t to = 0x80808080, from = 0x80808080;
         for (unsigned i = 0; i < 4; ++i) {
-            if (!masks[i])
+            // An alpha channel that plays no part may have any shift.
+            if (!masks[i] || shifts[i] > 24)
                 continue;
             // 0x80 becomes the number of the other side's byte.
             to ^= (0x80U ^ byteAt(shifts[i])) << 8 * i;
@@ -130,7 +128,7 @@ HWY_INLINE V32 loadPixels(const uint8_t* p, Lanes lanes) {
     if constexpr (Bytes == 3)
         return load24(p, lanes);
     else
-        return loadLanes(D32(), p, lanes);
+        return lanes.load(D32(), p);
 }
 
 // The constant alpha as a factor of the bytes above it: 256 * x * factor >> 16. 255 counts as 256, which
@@ -145,47 +143,45 @@ HWY_INLINE V16 weightOf(V16 e) {
 }
 
 // Onto 24- and 32-bit destinations: A8R8G8B8 pixels into the destination.
-template <int DstBytes, GenericAlpha Alpha>
+template <int DstBytes, AlphaSource Alpha>
 struct GenericStore {
     GenericFormat<DstBytes> dst;
     V16 factor;
     Shuffle spread; // the deciding alpha byte into the high bytes of both 16-bit lanes
 
     explicit HWY_INLINE GenericStore(const Block& b)
-        : dst(*b.dstFormat), factor(factorOf(b.alpha)),
-          spread(Alpha == GenericAlpha::kOfMask ? shuffleOfBytes(bytesFrom(0x80, 0, 0x80, 0))
-                                                : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
+        : dst(*b.dstFormat), factor(factorOf(b.constantAlpha)),
+          spread(Alpha == AlphaSource::kOfMask ? shuffleOfBytes(bytesFrom(0x80, 0, 0x80, 0))
+                                               : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(V32 argb, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
         const D16 d16;
         const D32 d32;
-        if constexpr (Alpha == GenericAlpha::kOpaque) {
+        if constexpr (Alpha == AlphaSource::kOpaque) {
             (void)mask;
             if constexpr (DstBytes == 4)
-                storeLanes(d32, dst.fromArgb(argb), d, lanes);
+                lanes.store(d32, dst.fromArgb(argb), d);
             else
-                GenericPixels<3>(onlyLanes(d32, hn::Eq(argb, argb), lanes))
-                    .store(dst.fromArgb(argb), d, lanes);
+                GenericPixels<3>(lanes.only(d32, hn::Eq(argb, argb))).store(dst.fromArgb(argb), d, lanes);
         } else {
-            const V32 own =
-                Alpha == GenericAlpha::kOfMask ? hn::PromoteTo(d32, loadLanes(H8(), mask, lanes)) : argb;
+            const V32 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, lanes.load(H8(), mask)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
-            const GenericPixels<DstBytes> drawn(onlyLanes(d32, hn::Ne(as(d32, e), hn::Zero(d32)), lanes));
+            const GenericPixels<DstBytes> drawn(lanes.only(d32, hn::Ne(as(d32, e), hn::Zero(d32))));
             if (!kMasks && drawn.isEmpty())
                 return;
             const V32 old = dst.toArgb(drawn.loadOld(d, lanes));
-            const V32 field = Alpha == GenericAlpha::kOfMask ? own : as(d32, e);
+            const V32 field = Alpha == AlphaSource::kOfMask ? own : as(d32, e);
             const V32 mixed = hn::Or(mixColours(argb, old, weightOf(e)), hn::ShiftLeft<24>(field));
             drawn.store(dst.fromArgb(mixed), d, lanes);
         }
     }
 };
 
-template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
+template <int SrcBytes, int DstBytes, AlphaSource Alpha>
 struct WideStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
-                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : DstBytes;
+                            kThirdBytes = Alpha == AlphaSource::kOfMask ? 1 : DstBytes;
 
     GenericFormat<SrcBytes> src;
     GenericStore<DstBytes, Alpha> store;
@@ -201,10 +197,10 @@ struct WideStep {
 };
 
 // From a 16-bit source, whose alpha is filled or plays no part: twice as many pixels.
-template <int DstBytes, GenericAlpha Alpha>
+template <int DstBytes, AlphaSource Alpha>
 struct FromShortStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = DstBytes,
-                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : DstBytes;
+                            kThirdBytes = Alpha == AlphaSource::kOfMask ? 1 : DstBytes;
 
     ShortColours src;
     GenericStore<DstBytes, Alpha> store;
@@ -215,11 +211,11 @@ struct FromShortStep {
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
-        const V16 pixels = orderForZip(loadLanes(D16(), s, lanes));
+        const V16 pixels = orderForZip(lanes.load(D16(), s));
         const Zipped argb(hn::Or(src.g.extract(pixels), hn::ShiftRight<8>(src.b.extract(pixels))),
                           hn::Or(fill, hn::ShiftRight<8>(src.r.extract(pixels))));
-        store(argb.first, d, mask, firstHalf(lanes));
-        store(argb.second, d + DstBytes * kLanes32, mask + kThirdBytes * kLanes32, secondHalf(lanes));
+        store(argb.first, d, mask, lanes.firstHalf());
+        store(argb.second, d + DstBytes * kLanes32, mask + kThirdBytes * kLanes32, lanes.secondHalf());
     }
 };
 
@@ -237,8 +233,8 @@ struct ChannelSource {
 
     template <class Lanes>
     HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
-        const Halves halves(toArgb(loadPixels<SrcBytes>(p, firstHalf(lanes))),
-                            toArgb(loadPixels<SrcBytes>(p + SrcBytes * kLanes32, secondHalf(lanes))));
+        const Halves halves(toArgb(loadPixels<SrcBytes>(p, lanes.firstHalf())),
+                            toArgb(loadPixels<SrcBytes>(p + SrcBytes * kLanes32, lanes.secondHalf())));
         return {hn::ShiftLeft<8>(halves.high), halves.low, hn::ShiftLeft<8>(halves.low), halves.high};
     }
 };
@@ -251,16 +247,16 @@ struct ChannelSource<2> {
 
     template <class Lanes>
     HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
-        const V16 s = loadLanes(D16(), p, lanes);
+        const V16 s = lanes.load(D16(), p);
         return {format.r.extract(s), format.g.extract(s), format.b.extract(s), hn::Zero(D16())};
     }
 };
 
 // Onto 16-bit destinations.
-template <int SrcBytes, GenericAlpha Alpha>
+template <int SrcBytes, AlphaSource Alpha>
 struct ToShortStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = SrcBytes, kDstBytes = 2,
-                            kThirdBytes = Alpha == GenericAlpha::kOfMask ? 1 : 2;
+                            kThirdBytes = Alpha == AlphaSource::kOfMask ? 1 : 2;
 
     ChannelSource<SrcBytes> src;
     ShortColours dst;
@@ -268,85 +264,82 @@ struct ToShortStep {
     V16 factor, fill;
 
     explicit HWY_INLINE ToShortStep(const Block& b)
-        : src(*b.srcFormat), dst(*b.dstFormat), alpha(*b.dstFormat), factor(factorOf(b.alpha)),
+        : src(*b.srcFormat), dst(*b.dstFormat), alpha(*b.dstFormat), factor(factorOf(b.constantAlpha)),
           fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))) {}
 
     HWY_INLINE V16 join(V16 r, V16 g, V16 b, V16 field) const {
         return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
     }
 
-    // In the high byte; 256 * d + (s - d) * weight is exact in 16 bits, see mixColours().
+    // From high bytes, in the high byte; the old value's low byte is 0.
     static HWY_INLINE V16 mix(V16 s, V16 d, V16 weight) {
-        return (hn::ShiftRight<8>(s) - hn::ShiftRight<8>(d)) * weight + d;
+        return mixBytes(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d), d, weight);
     }
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* from, uint8_t* to, const uint8_t* mask, Lanes lanes) const {
         const D16 d16;
         const Channels16 s = src.load(from, lanes);
-        if constexpr (Alpha == GenericAlpha::kOpaque) {
+        if constexpr (Alpha == AlphaSource::kOpaque) {
             (void)mask;
-            storeLanes(d16, join(s.r, s.g, s.b, fill), to, lanes);
+            lanes.store(d16, join(s.r, s.g, s.b, fill), to);
         } else {
             V16 own = hn::Or(hn::ShiftRight<8>(s.a), fill);
-            if constexpr (Alpha == GenericAlpha::kOfMask)
-                own = hn::PromoteTo(d16, loadLanes(B16(), mask, lanes));
+            if constexpr (Alpha == AlphaSource::kOfMask)
+                own = hn::PromoteTo(d16, lanes.load(B16(), mask));
             const V16 e = hn::MulHigh(hn::ShiftLeft<8>(own), factor);
-            const StoreSet<D16> drawn{d16, onlyLanes(d16, hn::Ne(e, hn::Zero(d16)), lanes)};
+            const StoreSet<D16> drawn{d16, lanes.only(d16, hn::Ne(e, hn::Zero(d16)))};
             if (!kMasks && drawn.isEmpty())
                 return;
             const V16 weight = weightOf(e), old = drawn.loadOld(d16, to, lanes);
             const V16 r = mix(s.r, dst.r.extract(old), weight);
             const V16 g = mix(s.g, dst.g.extract(old), weight);
             const V16 b = mix(s.b, dst.b.extract(old), weight);
-            drawn.store(join(r, g, b, Alpha == GenericAlpha::kOfMask ? own : e), to, lanes);
+            lanes.storeWhere(d16, join(r, g, b, Alpha == AlphaSource::kOfMask ? own : e), drawn.lanes, to);
         }
     }
 };
 
-template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
+template <int SrcBytes, int DstBytes, AlphaSource Alpha>
 using GenericStep = std::conditional_t<
     DstBytes == 2, ToShortStep<SrcBytes, Alpha>,
     std::conditional_t<SrcBytes == 2, FromShortStep<DstBytes, Alpha>, WideStep<SrcBytes, DstBytes, Alpha>>>;
 
-template <int SrcBytes, int DstBytes, GenericAlpha Alpha>
-void genericRows(const Block& b) {
-    constexpr bool kMasked = Alpha == GenericAlpha::kOfMask;
+template <int SrcBytes, int DstBytes, AlphaSource Alpha>
+void drawGenericRows(const Block& b) {
+    constexpr bool kMasked = Alpha == AlphaSource::kOfMask;
     const GenericStep<SrcBytes, DstBytes, Alpha> step(b);
-    everyRow(b, kMasked ? b.mask : b.dst, kMasked ? b.maskPitch : b.dstPitch, step,
-             [&b, kernel = kMasks ? nullptr : scalarGenericKernel(b)](const uint8_t* src, uint8_t* dst,
-                                                                      const uint8_t* third, size_t rest) {
-                 Block end = b;
-                 end.src = src;
-                 end.dst = dst;
-                 end.mask = kMasked ? third : nullptr;
-                 end.width = rest;
-                 end.height = 1;
-                 kernel(end);
+    walkRows(b, kMasked ? b.mask : b.dst, kMasked ? b.maskPitch : b.dstPitch, step,
+             [&b, kernel = kMasks ? nullptr : kScalarKernels.generic(b)](
+                 const uint8_t* src, uint8_t* dst, const uint8_t* third, size_t pixels) {
+                 Block rest = b;
+                 rest.src = src;
+                 rest.dst = dst;
+                 rest.mask = kMasked ? third : nullptr;
+                 rest.width = pixels;
+                 rest.height = 1;
+                 kernel(rest);
              });
 }
 
-template <GenericAlpha Alpha>
+template <AlphaSource Alpha>
 constexpr Kernel kGenericRows[3][3] = {
-    {genericRows<2, 2, Alpha>, genericRows<2, 3, Alpha>, genericRows<2, 4, Alpha>},
-    {genericRows<3, 2, Alpha>, genericRows<3, 3, Alpha>, genericRows<3, 4, Alpha>},
-    {genericRows<4, 2, Alpha>, genericRows<4, 3, Alpha>, genericRows<4, 4, Alpha>},
+    {drawGenericRows<2, 2, Alpha>, drawGenericRows<2, 3, Alpha>, drawGenericRows<2, 4, Alpha>},
+    {drawGenericRows<3, 2, Alpha>, drawGenericRows<3, 3, Alpha>, drawGenericRows<3, 4, Alpha>},
+    {drawGenericRows<4, 2, Alpha>, drawGenericRows<4, 3, Alpha>, drawGenericRows<4, 4, Alpha>},
 };
 
 // Formats that a program made up, and alphas of more than 8 bits, are left to the scalar kernel.
-void genericKernel(const Block& b) {
+Kernel genericKernel(const Block& b) {
     const BltRenderFmt &src = *b.srcFormat, &dst = *b.dstFormat;
-    const bool masked = b.mask != nullptr;
-    const bool opaque = !masked && b.alphaFill == 255 && b.alpha == 255;
+    const AlphaSource by = alphaSourceOf(b);
     if (!coloursArePlain(src) || !coloursArePlain(dst) || !fieldIsPlain(dst) ||
-        !alphaIsPlain(src, b.alphaFill, !masked && !opaque)) {
-        kScalarKernels.generic(b);
-        return;
-    }
-    const auto& rows = masked   ? kGenericRows<GenericAlpha::kOfMask>
-                       : opaque ? kGenericRows<GenericAlpha::kOpaque>
-                                : kGenericRows<GenericAlpha::kOfPixel>;
-    rows[b.srcBytes - 2][b.dstBytes - 2](b);
+        !alphaIsPlain(src, b.alphaFill, by == AlphaSource::kOfPixel))
+        return kScalarKernels.generic(b);
+    const auto& rows = by == AlphaSource::kOfMask   ? kGenericRows<AlphaSource::kOfMask>
+                       : by == AlphaSource::kOpaque ? kGenericRows<AlphaSource::kOpaque>
+                                                    : kGenericRows<AlphaSource::kOfPixel>;
+    return rows[b.srcBytes - 2][b.dstBytes - 2];
 }
 
 } // namespace ormsel::HWY_NAMESPACE

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: Zlib
+//
+// The blend rules, on single pixels. Each says which pixels it draws and what becomes of an old one; the
+// vector forms of the same rules are in blt_steps-inl.h.
+//
+// Every rule blends each channel as d + floor((s - d) * a / 2^k), rounding toward minus infinity and with no
+// rounding term. Only k and the channels' widths differ.
+#pragma once
+
+#include <cstdint>
+#include <iterator>
+#include <type_traits>
+
+#include "blt_formats.h"
+
+namespace ormsel {
+
+// --- The blend ----------------------------------------------------------------------------------------
+
+// Blends all fields of a word at once: d + floor((s - d) * a / 2^k) in each, a from 0 to 2^k. 0 gives d and
+// 2^k gives s.
+//
+// Above every field stand at least k bits that no field has. One product serves all fields: s - d is the sum
+// of the fields' differences at their places, with borrows that run into the free bits and out of the word's
+// top. Modulo the word that loses nothing, because d * 2^k + (s - d) * a, which the shift and the addition
+// amount to, is a sum of fields that aren't negative: each is a mean of s and d times 2^k, and so ends below
+// its neighbour. The logical shift differs from an arithmetic one only in the top k bits, and the mask
+// removes what is left between the fields.
+template <unsigned K, class Word>
+constexpr Word mixFields(Word s, Word d, Word a, Word fields) {
+    return (((s - d) * a >> K) + d) & fields;
+}
+
+// R5G6B5 with five free bits above each field.
+inline constexpr uint32_t kSpreadR5G6B5 = 0x07E0F81F; // .....gggggg.....rrrrr......bbbbb
+
+constexpr uint32_t spreadR5G6B5(uint32_t p) {
+    return (p << 16 | p) & kSpreadR5G6B5;
+}
+constexpr uint32_t gatherR5G6B5(uint32_t v) {
+    return (v >> 16 | v) & 0xFFFF; // rrrrrggggggbbbbb
+}
+
+// A pixel spread like that, straight from its own layout.
+template <class L>
+constexpr uint32_t toSpreadR5G6B5(uint32_t s) {
+    if constexpr (std::is_same_v<L, R5G6B5>)
+        return spreadR5G6B5(s);
+    else
+        return (s >> L::kG & 0xFC) << 19 | // .....gggggg.....................
+               (s >> L::kR & 0xF8) << 8 |  // ................rrrrr...........
+               (s >> L::kB & 0xF8) >> 3;   // ...........................bbbbb
+}
+
+// Blends R5G6B5 pixels, the source spread, by a5 of 32. Proved by Arithmetic.EveryTriple.
+constexpr uint32_t mixR5G6B5(uint32_t spreadSource, uint32_t d, uint32_t a5) {
+    return gatherR5G6B5(mixFields<5>(spreadSource, spreadR5G6B5(d), a5, kSpreadR5G6B5));
+}
+
+// Blends the colours of A8R8G8B8 pixels by a of 256; the alpha byte becomes 0. Proved by
+// Arithmetic.EveryTriple.
+constexpr uint32_t mixColours32(uint32_t s, uint32_t d, uint32_t a) {
+    constexpr uint32_t kRedBlue = 0x00FF00FF; // ........rrrrrrrr........bbbbbbbb
+    constexpr uint32_t kGreen = 0x0000FF00;   // ................gggggggg........
+    return mixFields<8>(s & kRedBlue, d & kRedBlue, a, kRedBlue) |
+           mixFields<8>(s & kGreen, d & kGreen, a, kGreen);
+}
+
+static_assert(mixR5G6B5(spreadR5G6B5(0xFFFF), 0, 15) == 0x73AE &&
+              mixR5G6B5(spreadR5G6B5(0), 0xFFFF, 15) == 0x8430);
+static_assert(mixR5G6B5(spreadR5G6B5(0xFFFF), 0, 30) == 0xEF7D &&
+              mixR5G6B5(spreadR5G6B5(0xFFFF), 0, 16) == 0x7BEF);
+static_assert(mixColours32(0xFFFFFF, 0, 254) == 0xFDFDFD &&
+              mixColours32(0x808080, 0xFFFFFF, 254) == 0x808080);
+
+// --- Rules of routes ----------------------------------------------------------------------------------
+//
+// A rule of ORMSEL_ROUTES, for one source layout. It says
+//   - Source, Destination: the layouts
+//   - kUnit: how many pixels are read whole before one of them is stored, and stored together
+//   - kDrawsAll: no pixel is transparent; kHasRawCopy: the copy flag has a meaning
+//   - draws(c): whether anything is drawn under a constant alpha c; fades(c): whether c has a say
+//   - rowCopyBytes(width, fades, onBoard): the buffer to allocate for a row of old pixels; 0: none
+//   - weight(s): how much of a source pixel reaches the destination; 0 leaves the old pixel alone
+//   - mix(s, d, weight): the new pixel; weight 0 gives d
+// Faded tells whether fades() holds for the constant alpha, which a rule that isn't Faded doesn't look at.
+
+// No alpha but the constant one, of which the upper five bits count: 1 to 30 of 32, or a conversion for 31.
+template <class S, bool Faded>
+struct OpaqueOntoR5G6B5 {
+    using Source = S;
+    using Destination = R5G6B5;
+    static constexpr size_t kUnit = S::kBytes == 2 ? 4 : 2;
+    static constexpr bool kDrawsAll = true, kHasRawCopy = false;
+
+    uint32_t alpha5;
+
+    explicit constexpr OpaqueOntoR5G6B5(uint32_t constantAlpha) : alpha5(constantAlpha >> 3) {}
+
+    static constexpr bool draws(uint32_t c) { return c >> 3 != 0; }
+    static constexpr bool fades(uint32_t c) { return c >> 3 != 31; }
+    static constexpr size_t rowCopyBytes(size_t width, bool fades, bool) {
+        return fades ? width * (S::kBytes == 2 ? 8 : 2) + 8 : 0;
+    }
+
+    constexpr uint32_t weight(uint32_t) const { return Faded ? alpha5 : 32; }
+    constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a5) const {
+        return Faded ? mixR5G6B5(toSpreadR5G6B5<S>(s), d, a5) : toR5G6B5<S>(s);
+    }
+};
+
+// The source's alpha times the constant one, cut to five bits: A * C >> 11, at most 30; or A >> 3 from C =
+// 248 on. 31 counts as 32, which gives the source unchanged.
+template <class S, bool Faded>
+struct AlphaOntoR5G6B5 {
+    using Source = S;
+    using Destination = R5G6B5;
+    static constexpr size_t kUnit = 4;
+    static constexpr bool kDrawsAll = false, kHasRawCopy = false;
+
+    uint32_t constant;
+
+    explicit constexpr AlphaOntoR5G6B5(uint32_t constantAlpha) : constant(constantAlpha) {}
+
+    static constexpr bool draws(uint32_t c) { return c >> 3 != 0; }
+    static constexpr bool fades(uint32_t c) { return c >> 3 != 31; }
+    static constexpr size_t rowCopyBytes(size_t width, bool, bool onBoard) {
+        return onBoard ? width * 4 + 8 : 0;
+    }
+
+    constexpr uint32_t weight(uint32_t s) const {
+        return Faded ? S::alpha(s) * constant >> 11 : S::alpha(s) >> 3;
+    }
+    constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a5) const {
+        return mixR5G6B5(toSpreadR5G6B5<S>(s), d, a5 + (a5 == 31));
+    }
+};
+
+// The source's alpha times the constant one: A * C >> 8. That is at most 254, so that no pixel is ever copied
+// unchanged; A * 255 >> 8 is A - 1 for every A but 0.
+template <class S, bool Faded>
+struct AlphaOntoA8R8G8B8 {
+    using Source = S;
+    using Destination = A8R8G8B8;
+    static constexpr size_t kUnit = 2;
+    static constexpr bool kDrawsAll = false, kHasRawCopy = true;
+
+    uint32_t constant;
+
+    explicit constexpr AlphaOntoA8R8G8B8(uint32_t constantAlpha) : constant(constantAlpha) {}
+
+    static constexpr bool draws(uint32_t c) { return c != 0; }
+    static constexpr bool fades(uint32_t c) { return c != 255; }
+    static constexpr size_t rowCopyBytes(size_t, bool, bool) { return 0; }
+
+    constexpr uint32_t weight(uint32_t s) const {
+        const uint32_t own = S::alpha(s);
+        return Faded ? own * constant >> 8 : own - (own != 0);
+    }
+    constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a) const {
+        return a ? mixColours32(toColours32<S>(s), d, a) : d;
+    }
+};
+
+// --- Routes -------------------------------------------------------------------------------------------
+
+struct FormatPair {
+    uint32_t src, dst; // format codes
+};
+inline constexpr FormatPair kRoutes[] = {
+#define ROW(Src, Dst, Rule) {Src::kFormat.code, Dst::kFormat.code},
+    ORMSEL_ROUTES(ROW)
+#undef ROW
+};
+inline constexpr size_t kRouteCount = std::size(kRoutes);
+
+constexpr size_t routeIndex(uint32_t src, uint32_t dst) {
+    size_t i = 0;
+    while (i < kRouteCount && (kRoutes[i].src != src || kRoutes[i].dst != dst))
+        ++i;
+    return i;
+}
+
+// Where a pair of layouts stands in ORMSEL_ROUTES.
+template <class Src, class Dst>
+inline constexpr size_t kRouteIndex = routeIndex(Src::kFormat.code, Dst::kFormat.code);
+
+// The rule of a route.
+template <class Src, class Dst, bool Faded>
+struct RuleOfRoute;
+#define ROW(Src, Dst, Rule)                                                                                  \
+    template <bool Faded>                                                                                    \
+    struct RuleOfRoute<Src, Dst, Faded> {                                                                    \
+        using Type = Rule<Src, Faded>;                                                                       \
+        static_assert(std::is_same_v<typename Type::Destination, Dst>);                                      \
+    };
+ORMSEL_ROUTES(ROW)
+#undef ROW
+
+} // namespace ormsel

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Zlib
+// Faults on demand in the provider's calls, and what is allocated and locked. The linker puts these in the
+// place of the calls (`--wrap`), so the library knows nothing of them.
+#pragma once
+
+struct BitMap;
+
+// After `skip` more allocations of memory for programs, bitmaps or pixels (the provider's own included)
+// `count` ones fail.
+void failAllocations(long skip, long count);
+
+// After `skip` more calls of p96LockBitMap() `count` ones fail.
+void failLocks(long skip, long count);
+
+// While `lost`, the bitmap cannot be locked. One at a time.
+void losePixels(BitMap* bitmap, bool lost);
+
+// p96LockBitMap() calls not yet undone.
+long heldBitMapLocks();
+
+// Allocations of memory, bitmaps and pixels not yet freed.
+long liveAllocations();

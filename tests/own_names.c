@@ -1,0 +1,47 @@
+/* SPDX-License-Identifier: Zlib */
+/*
+ * A program that has functions of its own under the names of the platform's calls, and a heap of its own.
+ * The library must neither clash with them nor call them.
+ */
+#include <stdio.h>
+
+#include <SDL.h>
+
+#include "ormsel/ormsel.h"
+#include "ormsel/ormsel_utils.h"
+
+static int called;
+
+#define OWN(name)                                                                                            \
+    void name(void);                                                                                         \
+    void name(void) {                                                                                        \
+        ++called;                                                                                            \
+    }
+OWN(Wait)
+OWN(RectFill)
+OWN(MoveWindow)
+OWN(AllocVec)
+OWN(FreeVec)
+OWN(FindTagItem)
+OWN(GetTagData)
+OWN(DebugPrintF)
+OWN(LockLayerRom)
+OWN(CloseWindow)
+OWN(p96LockBitMap)
+
+int main(void) {
+    SDL_Surface* const source = SDL_CreateRGBSurface(0, 40, 1, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000);
+    SDL_Surface* const target = SDL_CreateRGBSurface(0, 40, 1, 16, 0xF800, 0x7E0, 0x1F, 0);
+    ORU_VideoInfo* video;
+    SDL_FillRect(source, NULL, 0xFFFFFFFF);
+    SDL_BlitAlphaSurface(source, NULL, target, NULL);
+    /* Refused: says so on the debug output. */
+    SDL_BlitSurfaceAlphaMask(source, 0, 0, target, 0, 0, 40, 1, target, 0, 0);
+    video = ORU_InitVideo(320, 200, 16, 0);
+    ORU_CloseVideo(video);
+    if (((Uint16*)target->pixels)[39] != 0xFFFF || called != 0 || !video) {
+        printf("pixel %04x, calls %d, display %d\n", ((Uint16*)target->pixels)[39], called, video != NULL);
+        return 1;
+    }
+    return 0;
+}
