@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Zlib
 #include "tests/sdl_model.h"
 
-#include <bit>
-
 namespace sdl_model {
 
 namespace {
@@ -33,17 +31,12 @@ bool isPacked16(const SDL_PixelFormat& f) {
     return top && order && (!f.Amask || (f.Amask == 0x8000 && top == 0x7C00));
 }
 
-uint32_t channel(uint32_t value, uint32_t mask) {
-    return mask ? (value & mask) >> std::countr_zero(mask) : 0;
-}
+// A channel as SDL describes it: its bits, where they begin, and how many of 8 it lacks.
+struct Channel {
+    uint32_t mask, shift, loss;
 
-uint32_t placed(uint32_t channelValue, uint32_t mask) {
-    return mask ? channelValue << std::countr_zero(mask) & mask : 0;
-}
-
-uint32_t lossOf(uint32_t mask) {
-    return 8 - static_cast<uint32_t>(std::popcount(mask));
-}
+    uint32_t of(uint32_t value) const { return (value & mask) >> shift; }
+};
 
 // Signed numbers shift to the right by rounding down.
 uint32_t mixed(const Choice& choice, uint32_t source, uint32_t old, uint32_t a) {
@@ -126,7 +119,7 @@ Choice choose(const SDL_Surface& src, const SDL_Surface& dst) {
 uint32_t pixel(const Choice& c, const SDL_PixelFormat& from, const SDL_PixelFormat& to, uint32_t alpha,
                uint32_t s, uint32_t d) {
     const uint32_t all = to.BytesPerPixel == 4 ? ~0U : (1U << 8 * to.BytesPerPixel) - 1;
-    const uint32_t a = c.perPixel ? channel(s, from.Amask) : alpha;
+    const uint32_t a = c.perPixel ? (s & from.Amask) >> from.Ashift : alpha;
     if (c.perPixel && a == 0)
         return d;
     if (c.keyed && s == from.colorkey)
@@ -138,15 +131,17 @@ uint32_t pixel(const Choice& c, const SDL_PixelFormat& from, const SDL_PixelForm
         return d;
 
     uint32_t result = 0;
-    const uint32_t fromMasks[] = {from.Rmask, from.Gmask, from.Bmask};
-    const uint32_t toMasks[] = {to.Rmask, to.Gmask, to.Bmask};
+    const Channel sources[] = {{from.Rmask, from.Rshift, from.Rloss},
+                               {from.Gmask, from.Gshift, from.Gloss},
+                               {from.Bmask, from.Bshift, from.Bloss}};
+    const Channel targets[] = {
+        {to.Rmask, to.Rshift, to.Rloss}, {to.Gmask, to.Gshift, to.Gloss}, {to.Bmask, to.Bshift, to.Bloss}};
     for (int i = 0; i < 3; ++i) {
-        const uint32_t s8 = channel(s, fromMasks[i]) << lossOf(fromMasks[i]);
-        const uint32_t d8 = channel(d, toMasks[i]) << lossOf(toMasks[i]);
-        const uint32_t loss = lossOf(toMasks[i]);
+        const uint32_t s8 = sources[i].of(s) << sources[i].loss, d8 = targets[i].of(d) << targets[i].loss;
+        const uint32_t loss = targets[i].loss;
         const uint32_t value = inFive ? mixed(c, s8 >> loss, d8 >> loss, a) : mixed(c, s8, d8, a) >> loss;
-        result |= placed(value, toMasks[i]);
-        if (c.noteBorrow && toMasks[i] == 0xFF && value < d8)
+        result |= value << targets[i].shift & targets[i].mask;
+        if (c.noteBorrow && targets[i].mask == 0xFF && value < d8)
             result |= 1U << 24;
     }
 

@@ -2,8 +2,11 @@
 //
 // ormsel_BlitSurface beside a model of SDL's rules, and beside SDL itself: every triple of source,
 // destination and weight, and random pairs of surfaces of every kind that SDL can make.
+#include <bit>
 #include <cstring>
-#include <optional>
+#include <fstream>
+#include <iomanip>
+#include <map>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -307,6 +310,71 @@ TEST(SdlBlit, RandomSurfacesEqualTheModelAndSdl) {
                        }),
               "");
     EXPECT_GE(served, cases / 5);
+}
+
+// --- Checksums ----------------------------------------------------------------------------------------
+
+// Pixels enter and leave as the numbers that SDL takes them for, so that the host's byte order doesn't show.
+uint64_t checksum(int srcBytes, int dstBytes, long& served) {
+    std::vector<SdlKind> sources, targets;
+    for (const SdlKind& kind : kSdlKinds) {
+        if ((kind.bits + 7) / 8 == srcBytes)
+            sources.push_back(kind);
+        if ((kind.bits + 7) / 8 == dstBytes)
+            targets.push_back(kind);
+    }
+    const auto everyPixel = [](SDL_Surface& surface, const auto& work) {
+        for (int y = 0; y < surface.h; ++y)
+            for (int x = 0; x < surface.w; ++x)
+                work(x, y);
+    };
+    uint64_t sum = static_cast<uint64_t>(srcBytes * 10 + dstBytes);
+    Random random(sum);
+    for (int scene = 0; scene < 12000; ++scene) {
+        const auto side = [&] { return static_cast<int>(random.between(1, 50)); };
+        const auto size = [&] { return static_cast<int>(random.between(1, 3)); };
+        const SdlKind &from = random.of(sources), &to = random.of(targets);
+        const int width = side(), height = size(), dstWidth = side(), dstHeight = size();
+        const Surface src = makeSurface(from, width, height), dst = makeSurface(to, dstWidth, dstHeight);
+        for (SDL_Surface* surface : {src.get(), dst.get()})
+            everyPixel(*surface, [&](int x, int y) {
+                const auto noise = static_cast<uint32_t>(random.next());
+                static constexpr uint32_t kExtremes[] = {0, 0xFF, 0xFF000000, 0x00FFFFFF};
+                sdl_model::store(*surface, x, y, noise & 1 ? noise : noise | random.of(kExtremes));
+            });
+        const auto request = static_cast<uint32_t>(random.oneIn(4) ? SDL_RLEACCEL : 0);
+        if (!from.a && random.oneIn(2))
+            SDL_SetColorKey(src.get(), SDL_SRCCOLORKEY, sdl_model::load(*src, width / 2, height / 2));
+        SDL_SetAlpha(src.get(), SDL_SRCALPHA | request, static_cast<Uint8>(random.upTo(255)));
+        if (!ormsel_Serves(src.get(), dst.get()))
+            continue;
+        ++served;
+        const auto position = [&](int most) { return static_cast<Sint16>(random.between(-3, most)); };
+        const Sint16 x = position(dstWidth), y = position(dstHeight);
+        SDL_Rect at{x, y, 0, 0};
+        ormsel_BlitSurface(src.get(), nullptr, dst.get(), &at);
+        everyPixel(*dst, [&](int column, int row) {
+            sum = (sum ^ sdl_model::load(*dst, column, row)) * 0x9FB21C651E98DF25U;
+        });
+        sum ^= sum >> 32;
+    }
+    return sum;
+}
+
+TEST(SdlBlit, EveryPairOfDepthsGivesItsNumber) {
+    std::ifstream file(ORMSEL_SDL_GOLDEN_FILE);
+    std::map<std::string, std::string> expected, found;
+    for (std::string name, number; file >> name >> number;)
+        expected[name] = number;
+    long served = 0;
+    for (const int from : {2, 3, 4})
+        for (const int to : {2, 3, 4}) {
+            std::ostringstream number;
+            number << std::hex << std::setw(16) << std::setfill('0') << checksum(from, to, served);
+            found["sdl_" + std::to_string(8 * from) + "_" + std::to_string(8 * to)] = number.str();
+        }
+    EXPECT_EQ(found, expected);
+    EXPECT_GE(served, 60000);
 }
 
 } // namespace
