@@ -11,6 +11,9 @@ namespace ormsel {
 
 namespace {
 
+// SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for.
+constexpr int kFew = 12, kFewForQuickCode = 64;
+
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =
     SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
@@ -152,6 +155,11 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
 
+// Whether SDL has quick code for a blit: without places to change, and without rounding up.
+bool sdlIsQuick(const SdlBlit& b) {
+    return b.copies ? b.to != SdlLayout::k32 && b.to != SdlLayout::k24 : b.rule.roundUp == 0;
+}
+
 // A rectangle's side along one axis, clipped as SDL does it.
 struct Side {
     int from, size; // in the source
@@ -207,12 +215,18 @@ int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
 int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
     using namespace ormsel;
     SdlBlit blit;
-    if (!src || !dst || src->locked || dst->locked || !choose(blit, *src, *dst) || shareMemory(*src, *dst))
+    if (!src || !dst || src->locked || dst->locked)
+        return SDL_UpperBlit(src, srcrect, dst, dstrect);
+    const int pixels = srcrect ? srcrect->w * srcrect->h : src->w * src->h;
+    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
+    const bool encodes = src->flags & SDL_RLEACCELOK;
+    if ((pixels <= kFew && !encodes) || !choose(blit, *src, *dst) || shareMemory(*src, *dst) ||
+        (pixels <= kFewForQuickCode && !encodes && sdlIsQuick(blit)))
         return SDL_UpperBlit(src, srcrect, dst, dstrect);
 
     SDL_Rect corner = {0, 0, 0, 0};
-    const SDL_Rect asked = dstrect ? *dstrect : corner;
     SDL_Rect& drawn = dstrect ? *dstrect : corner;
+    const SDL_Rect asked = drawn;
     Side x{0, src->w}, y{0, src->h};
     if (srcrect) {
         x = {srcrect->x, srcrect->w};
