@@ -155,9 +155,15 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
 
-// Whether SDL has quick code for a blit: without places to change, and without rounding up.
-bool sdlIsQuick(const SdlBlit& b) {
-    return b.copies ? b.to != SdlLayout::k32 && b.to != SdlLayout::k24 : b.rule.roundUp == 0;
+// Whether SDL has quick code for a pair of surfaces: where no channel changes its place.
+bool sdlIsQuick(const SDL_Surface& src, const SDL_Surface& dst) {
+    const SDL_PixelFormat &from = *src.format, &to = *dst.format;
+    if (from.Amask && src.flags & SDL_SRCALPHA)
+        return to.BytesPerPixel == 2 ? from.Rmask == 0xFF ? to.Rmask == 0x1F : to.Bmask == 0x1F
+                                     : to.BytesPerPixel == 4 && from.Rmask == to.Rmask;
+    if (src.flags & SDL_SRCCOLORKEY)
+        return to.BytesPerPixel == 2 && (from.alpha == 255 || !(src.flags & SDL_SRCALPHA));
+    return from.Rmask == to.Rmask && to.BytesPerPixel != 3;
 }
 
 // A rectangle's side along one axis, clipped as SDL does it.
@@ -219,9 +225,9 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
         return SDL_UpperBlit(src, srcrect, dst, dstrect);
     const int pixels = srcrect ? srcrect->w * srcrect->h : src->w * src->h;
     // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const bool encodes = src->flags & SDL_RLEACCELOK;
-    if ((pixels <= kFew && !encodes) || !choose(blit, *src, *dst) || shareMemory(*src, *dst) ||
-        (pixels <= kFewForQuickCode && !encodes && sdlIsQuick(blit)))
+    const bool few = pixels <= kFewForQuickCode && !(src->flags & SDL_RLEACCELOK) &&
+                     (pixels <= kFew || sdlIsQuick(*src, *dst));
+    if (few || !choose(blit, *src, *dst) || shareMemory(*src, *dst))
         return SDL_UpperBlit(src, srcrect, dst, dstrect);
 
     SDL_Rect corner = {0, 0, 0, 0};
