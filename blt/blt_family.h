@@ -24,7 +24,10 @@ public:
     explicit RowCopy(size_t bytes)
         : bytes_(bytes ? static_cast<uint8_t*>(AllocVec(static_cast<uint32>(bytes), 0)) : nullptr),
           isMissing_(bytes && !bytes_) {}
-    ~RowCopy() { FreeVec(bytes_); }
+    ~RowCopy() {
+        if (bytes_)
+            FreeVec(bytes_);
+    }
     RowCopy(const RowCopy&) = delete;
     RowCopy& operator=(const RowCopy&) = delete;
 

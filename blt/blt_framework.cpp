@@ -61,7 +61,7 @@ ptrdiff_t unsignedPitch(int16_t pitch) {
 // Behind the last pixel of the last row: programs make views of larger images, whose last row has no padding
 // of its own. Where rows are shorter than their pixels, the memory ends with the last row.
 const uint8_t* endOf(const uint8_t* pixels, ptrdiff_t pitch, uint32_t bytes, Dims image) {
-    if (!pixels || image.width <= 0 || image.height <= 0)
+    if (!pixels || image.height <= 0)
         return pixels;
     return pixels + pitch * (image.height - 1) +
            std::min(pitch, static_cast<ptrdiff_t>(image.width) * static_cast<ptrdiff_t>(bytes));
@@ -69,7 +69,33 @@ const uint8_t* endOf(const uint8_t* pixels, ptrdiff_t pitch, uint32_t bytes, Dim
 
 } // namespace
 
-unsigned long runBounded(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
+namespace {
+
+// Whether the rows of a rectangle stay inside with `reach` bytes behind each. Where the last row is the
+// image's last one, it must end with the image's last pixel.
+bool rowsStayInside(int32_t x, int32_t width, uint32_t bytes, int16_t pitch, Dims image, int32_t endRow,
+                    int32_t reach) {
+    const int32_t row = (x + width) * static_cast<int32_t>(bytes) + reach;
+    return row <= pitch && (endRow < image.height || row <= image.width * static_cast<long>(bytes));
+}
+
+// What staysInside() tells of other blits.
+bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
+    // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
+    const int32_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 ? 8 : 0;
+    const int32_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
+    const int32_t srcEnd = ctx.srcY + ctx.height, dstEnd = ctx.dstY + ctx.height;
+    return rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch, src, srcEnd, copied) &&
+           rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch, dst, dstEnd, stored) &&
+           (!ctx.maskPixels || (srcEnd <= mask.height &&
+                                rowsStayInside(ctx.srcX, ctx.width, 1, ctx.maskPitch, mask, srcEnd, 0)));
+}
+
+} // namespace
+
+unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
+    if (staysInside(ctx, src, dst, mask))
+        return ctx.maskPixels ? BLT_FallbackBltMaskContext(&ctx) : BLT_FallbackBltContext(&ctx);
     const ptrdiff_t srcPitch = unsignedPitch(ctx.src.pitch), dstPitch = unsignedPitch(ctx.dst.pitch),
                     maskPitch = unsignedPitch(ctx.maskPitch);
     const Bounds bounds = {.srcPitch = srcPitch,

@@ -322,41 +322,30 @@ struct Dims {
 };
 
 template <class Image>
-ORMSEL_INTO_CALLER Dims dimsOf(Image* image) {
+Dims dimsOf(Image* image) {
     Dims dims = {0, 0};
     if (image)
         BLT_GetBitmapDims(image, dims.width, dims.height);
     return dims;
 }
 
-// Whether all rows of a rectangle lie in an image's memory, with `reach` bytes behind each. Rows begin inside
-// and have no more pixels than the image, so that it is enough that a row ends before the next one begins
-// and, where it is the image's last one, with the image's last pixel.
-inline bool rowsStayInside(int16_t pitch, uint32_t bytes, Dims image, int32_t x, int32_t width,
-                           int32_t lastRow, size_t reach) {
-    if (pitch < 0)
-        return false;
-    const size_t row = (static_cast<size_t>(x) + static_cast<size_t>(width)) * bytes + reach;
-    return row <= static_cast<size_t>(pitch) &&
-           (reach == 0 || lastRow < image.height || row <= static_cast<size_t>(image.width) * bytes);
+// Whether the rows of a rectangle end before the next ones begin; and pitches fit the signed 16 bits that
+// routines take them as. Rows begin inside and have no more pixels than the image, so that they all lie in
+// its memory then.
+inline bool rowsStayInside(int32_t x, int32_t width, uint32_t bytes, int16_t pitch) {
+    return (x + width) * static_cast<int32_t>(bytes) <= pitch;
 }
 
-// Whether a routine can't leave the images; and pitches fit the signed 16 bits that routines take them as.
-// Nearly every blit passes.
-inline bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
-    // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
-    const size_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 ? 8 : 0;
-    const size_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
-    return rowsStayInside(ctx.src.pitch, ctx.src.bytesPerPixel, src, ctx.srcX, ctx.width,
-                          ctx.srcY + ctx.height, copied) &&
-           rowsStayInside(ctx.dst.pitch, ctx.dst.bytesPerPixel, dst, ctx.dstX, ctx.width,
-                          ctx.dstY + ctx.height, stored) &&
-           (!ctx.maskPixels || (ctx.srcX + ctx.width <= mask.width && ctx.srcY + ctx.height <= mask.height &&
-                                rowsStayInside(ctx.maskPitch, 1, mask, ctx.srcX, ctx.width, 0, 0)));
+// Whether no routine can leave the images, for a blit without a mask and whose routines touch nothing behind
+// a row. Nearly every blit passes.
+inline bool staysInside(const BltContext& ctx) {
+    const bool reachesFurther = ctx.flags & ORMSEL_BLIT_COPY || ctx.dst.bytesPerPixel == 3 || ctx.maskPixels;
+    return !reachesFurther && rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch) &&
+           rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
-// What the dispatchers do, for a blit that doesn't pass.
-unsigned long runBounded(const BltContext& ctx, Dims src, Dims dst, Dims mask);
+// Runs the dispatcher for a blit that doesn't pass, inside its images.
+unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
 
 // Whether locking gave every image's pixels. If not, says which has none.
 inline bool havePixels(const BltContext& ctx, bool masked) {
@@ -379,12 +368,10 @@ ORMSEL_INTO_CALLER unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY,
     unsigned long result = 0;
     if (BLT_InitContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
         ormsel::havePixels(ctx, mask != nullptr)) {
-        const ormsel::Dims ofSrc = ormsel::dimsOf(src), ofDst = ormsel::dimsOf(dst),
-                           ofMask = ormsel::dimsOf(mask);
-        if (!ormsel::staysInside(ctx, ofSrc, ofDst, ofMask)) [[unlikely]]
-            result = ormsel::runBounded(ctx, ofSrc, ofDst, ofMask);
+        if (ormsel::staysInside(ctx)) [[likely]]
+            result = BLT_FallbackBltContext(&ctx);
         else
-            result = mask ? BLT_FallbackBltMaskContext(&ctx) : BLT_FallbackBltContext(&ctx);
+            result = ormsel::runInside(ctx, ormsel::dimsOf(src), ormsel::dimsOf(dst), ormsel::dimsOf(mask));
     }
     BLT_FreeContext(ctx, src, dst, mask);
     return result;

@@ -8,8 +8,10 @@
 #include <csignal>
 #include <iterator>
 #include <mutex>
+#include <new>
 
 #include <poll.h>
+#include <pthread.h>
 
 #include "wake.h"
 
@@ -19,14 +21,31 @@ struct Task {
     uint32 received = 0;
     // Waits for signals or is about to.
     bool sleeping = false;
-    host::WakePipe wake;
+    // Made for the first sleep; null before, and where memory is short.
+    host::WakePipe* wake;
 };
 
 namespace {
 
 // Guards all ports and tasks.
 std::mutex execMutex;
-thread_local Task currentTask;
+// Without a destructor: where there is no memory to note one, the C library ends the program.
+thread_local constinit Task currentTask{};
+
+// The pipe that wakes a thread, which goes with the thread.
+host::WakePipe* wakePipe(Task& task) {
+    static pthread_key_t key;
+    static const bool usable =
+        pthread_key_create(&key, [](void* pipe) { delete static_cast<host::WakePipe*>(pipe); }) == 0;
+    if (!task.wake && usable) {
+        auto* const pipe = new (std::nothrow) host::WakePipe;
+        if (pipe && pthread_setspecific(key, pipe) == 0)
+            task.wake = pipe;
+        else
+            delete pipe;
+    }
+    return task.wake;
+}
 
 std::atomic<bool> breakRaised{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler");
@@ -133,8 +152,8 @@ void PutMsg(MsgPort* port, Message* message) noexcept {
     if (!task)
         return;
     task->received |= 1U << port->mp_SigBit;
-    if (task->sleeping)
-        task->wake.wake();
+    if (task->sleeping && task->wake)
+        task->wake->wake();
 }
 
 Message* GetMsg(MsgPort* port) noexcept {
@@ -153,8 +172,9 @@ namespace {
 
 // Sleeps until something may have happened that Wait() has to look at.
 void sleepUntilWoken(Task& task, bool heedBreak, const host::DisplayAttention& display) {
-    const int descriptors[] = {task.wake.descriptor(), heedBreak ? breakPipe().descriptor() : -1,
-                               display.host.descriptor, display.drawn};
+    const int descriptors[] = {task.wake ? task.wake->descriptor() : -1,
+                               heedBreak ? breakPipe().descriptor() : -1, display.host.descriptor,
+                               display.drawn};
     pollfd sources[std::size(descriptors)];
     for (std::size_t i = 0; i < std::size(descriptors); ++i)
         sources[i] = {descriptors[i], POLLIN, 0}; // poll() skips -1
@@ -168,6 +188,7 @@ void sleepUntilWoken(Task& task, bool heedBreak, const host::DisplayAttention& d
 
 uint32 Wait(uint32 signals) noexcept {
     Task& task = currentTask;
+    wakePipe(task);
     const bool heedBreak = signals & SIGBREAKF_CTRL_C;
     if (heedBreak)
         host::catchBreak();
@@ -184,7 +205,8 @@ uint32 Wait(uint32 signals) noexcept {
                 return got;
         }
         sleepUntilWoken(task, heedBreak, display);
-        task.wake.drain();
+        if (task.wake)
+            task.wake->drain();
         if (heedBreak)
             breakPipe().drain();
     }

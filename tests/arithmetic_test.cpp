@@ -3,8 +3,11 @@
 // Every (source, destination, alpha) triple of every channel width, and every pair of pixel alpha and
 // constant alpha, through the real routines.
 #include <algorithm>
+#include <array>
 
 #include <gtest/gtest.h>
+
+#include <ormsel/ormsel_formats.h>
 
 #include "blt/blt_routines.h"
 #include "tests/images.h"
@@ -14,73 +17,85 @@ namespace {
 using model::Channel;
 using model::Format;
 
-constexpr uint32_t unknown32 = 132, unknown16 = 116; // codes of formats that have none
-
-Format formatOf(uint32_t code) {
-    if (code == unknown32)
-        return {0, 4, {0xFF000, 12, 0}, {0xFF00000, 20, 0}, {0xFF0, 4, 0}, {0xF, 0, 4}};
-    if (code == unknown16)
-        return {0, 2, {0xF00, 8, 4}, {0xF0, 4, 4}, {0xF, 0, 4}, {0xF000, 12, 4}};
-    return *model::bitmapFormat(code);
+// A format of the library's, or another one by its channels; those have no code.
+Format formatOf(const std::string& name) {
+#define NAME(known, stem, code, ...)                                                                         \
+    if (name == #known)                                                                                      \
+        return model::formatNamed(name, RGBFB_##known);
+    ORMSEL_FORMATS(NAME)
+    return model::formatNamed(name, RGBFB_NONE);
 }
 
-// What carries the alpha of a triple: the source pixel, the mask, or the constant alpha alone.
-enum Alpha { OfPixel, OfMask, Constant };
-
+// What carries the alpha of a triple: the source pixel or, where it has none, the constant alpha; or a mask.
 struct Pair {
-    uint32_t from, onto;
-    Alpha alpha;
-    bool onBoard = false;
-};
-const std::vector<Pair> ontoRgb16 = {Pair{6, 10, OfPixel}, Pair{7, 10, OfPixel},   Pair{8, 10, OfPixel, true},
-                                     Pair{9, 10, OfPixel}, Pair{10, 10, Constant}, Pair{2, 10, Constant},
-                                     Pair{3, 10, Constant}};
-const std::vector<Pair> ontoArgb32 = {Pair{6, 6, OfPixel}, Pair{7, 6, OfPixel}, Pair{8, 6, OfPixel},
-                                      Pair{9, 6, OfPixel}};
-const std::vector<Pair> generic = {
-    Pair{6, 8, OfPixel},          Pair{8, 2, OfPixel},   Pair{6, 11, OfPixel},  Pair{9, unknown16, OfPixel},
-    Pair{unknown32, 10, OfPixel}, Pair{10, 6, Constant}, Pair{11, 3, Constant}, Pair{unknown16, 9, Constant},
-    Pair{3, 6, Constant},         Pair{2, 11, Constant}, Pair{6, 6, OfMask},    Pair{7, 10, OfMask},
-    Pair{2, 10, OfMask},          Pair{10, 2, OfMask}};
+    std::string from, onto;
+    bool masked = false;
 
-// A blit of all that was added, in rows of 64 pixels.
-class Bench {
-public:
-    explicit Bench(const Pair& pair) : onBoard_(pair.onBoard) {
-        blit_.src = image(formatOf(pair.from), arena_.begin());
-        blit_.dst = image(formatOf(pair.onto), arena_.begin() + most * 4 + 4);
-        blit_.mask = image({0, 1, {}, {}, {}, {}}, blit_.dst.first + most * 4 + 4);
-        blit_.masked = pair.alpha == OfMask;
+    std::string name() const { return from + "_" + onto + (masked ? "_masked" : ""); }
+};
+#define ROUTE(source, destination, rule) {#source, #destination},
+const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and pairs that have no routine of their own
+                       {"A8R8G8B8", "R8G8B8A8"},
+                       {"R8G8B8A8", "R8G8B8"},
+                       {"A8R8G8B8", "R5G5B5"},
+                       {"B8G8R8A8", "A4R4G4B4"},
+                       {"G8R8B8A4", "R5G6B5"},
+                       {"R5G6B5", "A8R8G8B8"},
+                       {"R5G5B5", "B8G8R8"},
+                       {"A4R4G4B4", "B8G8R8A8"},
+                       {"B8G8R8", "A8R8G8B8"},
+                       {"R8G8B8", "R5G5B5"},
+                       {"A8R8G8B8", "A8R8G8B8", true},
+                       {"A8B8G8R8", "R5G6B5", true},
+                       {"R8G8B8", "R5G6B5", true},
+                       {"R5G6B5", "R8G8B8", true}};
+
+class Arithmetic : public testing::TestWithParam<Pair> {
+protected:
+    Arithmetic() {
+        blit_.src = image(formatOf(GetParam().from), arena_.begin());
+        blit_.dst = image(formatOf(GetParam().onto), arena_.begin() + kMost * 4 + 4);
+        blit_.mask = image({0, 1, {}, {}, {}, {}}, blit_.dst.first + kMost * 4 + 4);
+        blit_.masked = GetParam().masked;
         blit_.width = 64;
     }
 
-    // Source channels s, ~s, s ^ 5A on destination channels that pair up in every way with them.
+    // Adds a pixel to the blit: source channels s, ~s, s ^ 5A on destination channels that pair up in every
+    // way with them.
     void add(uint32_t s, uint32_t d, uint32_t alpha) {
         store(blit_.src, pixel(blit_.src.format, s, 255 - s, s ^ 0x5A, alpha));
         store(blit_.dst, pixel(blit_.dst.format, d, d ^ 0x33, 255 - d, d));
         store(blit_.mask, alpha);
-        ++added_;
+        triples_.push_back({s, d, alpha});
     }
 
+    // Draws all that was added, in rows of 64 pixels.
     void check(uint32_t constantAlpha) {
-        blit_.height = added_ / 64;
+        blit_.height = added() / 64;
         blit_.alpha = constantAlpha;
-        arena_.share(arena_.begin(), arena_.begin() + arena_.size());
+        const Window all = {arena_.begin(), arena_.begin() + arena_.size()};
+        arena_.share(all);
         const BltContext ctx = contextFor(blit_, arena_.at(0));
         (blit_.masked ? BLT_FallbackBltMaskContext : BLT_FallbackBltContext)(&ctx);
         model::draw(arena_.memory, blit_);
-        EXPECT_EQ(arena_.difference(arena_.begin(), arena_.begin() + arena_.size()), "")
-            << "constant alpha " << constantAlpha << "\n"
-            << describe(blit_);
-        added_ = 0;
+        const std::string wrong = arena_.difference(all, blit_);
+        for (long i = 0; !wrong.empty() && i < added(); ++i)
+            if (valueOf(arena_.at(0), i) != valueOf(arena_.memory.bytes.data(), i)) {
+                const auto [s, d, alpha] = triples_[static_cast<size_t>(i)];
+                FAIL() << "source channel " << s << ", destination channel " << d << ", alpha " << alpha
+                       << "\n"
+                       << wrong << describe(blit_);
+            }
+        EXPECT_EQ(wrong, "");
+        triples_.clear();
     }
 
 private:
-    static constexpr long most = 256 * 256;
+    static constexpr long kMost = 256 * 256;
 
-    model::Image image(const Format& f, long first) const {
-        return {first, first,   first + most * 4 + 4, static_cast<long>(64 * f.bytes), 64, most / 64,
-                f,     onBoard_};
+    static model::Image image(const Format& f, long first) {
+        return {first, first, first + kMost * 4 + 4, static_cast<long>(64 * f.bytes), 64, kMost / 64,
+                f,     false};
     }
     static uint32_t pixel(const Format& f, uint32_t r, uint32_t g, uint32_t b, uint32_t a) {
         const auto field = [](uint32_t value, const Channel& c) {
@@ -91,58 +106,42 @@ private:
     }
     void store(const model::Image& image, uint32_t pixel) const {
         const long bytes = image.format.bytes;
-        uint8_t* to = arena_.at(image.first + added_ * bytes);
+        uint8_t* to = arena_.at(image.first + added() * bytes);
         for (long i = 0; i < bytes; ++i)
             to[SDL_BYTEORDER == SDL_LIL_ENDIAN ? i : bytes - 1 - i] = static_cast<uint8_t>(pixel >> 8 * i);
     }
+    long added() const { return static_cast<long>(triples_.size()); }
+    uint32_t valueOf(const uint8_t* memory, long i) const {
+        return model::load(memory, blit_.dst, i % 64, i / 64);
+    }
 
-    bool onBoard_;
-    Arena arena_{1, most * 9 + 8};
+    Arena arena_{1, kMost * 9 + 8};
     model::Blit blit_{};
-    long added_ = 0;
+    std::vector<std::array<uint32_t, 3>> triples_;
 };
 
-// All triples, the alpha being the pixel's, the mask's or the constant one.
-void everyTriple(const std::vector<Pair>& pairs) {
-    for (const Pair& pair : pairs) {
-        // as many as the widest channel has; R5G6B5 has 64
-        const auto values = [](const Format& f) { return 256U >> std::min({f.r.loss, f.g.loss, f.b.loss}); };
-        Bench bench(pair);
-        for (uint32_t alpha = 0; alpha < 256; alpha += stride()) {
-            for (uint32_t s = 0; s < values(formatOf(pair.from)); ++s)
-                for (uint32_t d = 0; d < values(formatOf(pair.onto)); ++d)
-                    bench.add(s, d, alpha);
-            bench.check(pair.alpha == Constant ? alpha : 255);
-        }
+TEST_P(Arithmetic, EqualsTheModel) {
+    const Format from = formatOf(GetParam().from), onto = formatOf(GetParam().onto);
+    const bool constant = from.bytes != 4 && !GetParam().masked;
+    // as many as the widest channel has; R5G6B5 has 64
+    const auto values = [](const Format& f) { return 256U >> std::min({f.r.loss, f.g.loss, f.b.loss}); };
+    for (uint32_t alpha = 0; alpha < 256; alpha += stride()) {
+        for (uint32_t s = 0; s < values(from); ++s)
+            for (uint32_t d = 0; d < values(onto); ++d)
+                add(s, d, alpha);
+        check(constant ? alpha : 255);
+    }
+    // All pairs of alphas on a sample of colours that holds the extremes.
+    for (uint32_t c = 0; c < 256 && !constant; c += stride()) {
+        for (uint32_t alpha = 0; alpha < 256; ++alpha)
+            for (uint32_t s : {0U, 255U, 1U, 254U, 127U, 8U, 200U, 77U})
+                for (uint32_t d : {0U, 255U, 1U, 254U, 127U, 8U, 200U, 77U})
+                    add(s, d, alpha);
+        check(c);
     }
 }
 
-// All pairs of alphas on a sample of colours that holds the extremes.
-void everyConstantAlpha(const std::vector<Pair>& pairs) {
-    for (const Pair& pair : pairs) {
-        Bench bench(pair);
-        for (uint32_t c = 0; c < 256 && pair.alpha != Constant; c += stride()) {
-            for (uint32_t alpha = 0; alpha < 256; ++alpha)
-                for (uint32_t s : {0U, 255U, 1U, 254U, 127U, 8U, 200U, 77U})
-                    for (uint32_t d : {0U, 255U, 1U, 254U, 127U, 8U, 200U, 77U})
-                        bench.add(s, d, alpha);
-            bench.check(c);
-        }
-    }
-}
-
-TEST(Arithmetic, Rgb16EveryTriple) {
-    everyTriple(ontoRgb16);
-}
-TEST(Arithmetic, Argb32EveryTriple) {
-    everyTriple(ontoArgb32);
-}
-TEST(Arithmetic, GenericEveryTriple) {
-    everyTriple(generic);
-}
-TEST(Arithmetic, EveryConstantAlpha) {
-    for (const auto* pairs : {&ontoRgb16, &ontoArgb32, &generic})
-        everyConstantAlpha(*pairs);
-}
+INSTANTIATE_TEST_SUITE_P(Pairs, Arithmetic, testing::ValuesIn(kPairs),
+                         [](const auto& pair) { return pair.param.name(); });
 
 } // namespace

@@ -3,44 +3,99 @@
 // What holds around the pixels: refusals and their messages, locks, clipping, contexts, threads, targets.
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstring>
+#include <future>
+#include <iostream>
+#include <map>
+#include <mutex>
 #include <thread>
+#include <utility>
 
+#include <dlfcn.h>
+
+#include <graphics/layers.h>
+#include <graphics/rastport.h>
 #include <gtest/gtest.h>
 
+#include <ormsel/ormsel.h>
 #include <ormsel/ormsel_target.h>
-#include "ormsel/ormsel.h"
+#include <proto/layers.h>
+
 #include "tests/blits.h"
 #include "tests/faults.h"
 
 extern "C" unsigned long blitFromC(SDL_Surface* src, SDL_Surface* dst); // c_header_test.c
 
+// --- Locks of images in graphics-card memory -----------------------------------------------------------
+
+// Surfaces of one lock exclude each other, as they can on hardware. SDL's own calls would need a display.
+static std::array<std::mutex, 2> imageLocks;
+static thread_local std::map<SDL_Surface*, std::mutex*> exclusive;
+
+extern "C" int SDL_LockSurface(SDL_Surface* surface) {
+    if (const auto found = exclusive.find(surface); found != exclusive.end()) {
+        if (surface->locked++ == 0)
+            found->second->lock();
+        return 0;
+    }
+    static const auto real = reinterpret_cast<int (*)(SDL_Surface*)>(dlsym(RTLD_NEXT, "SDL_LockSurface"));
+    return real(surface);
+}
+
+extern "C" void SDL_UnlockSurface(SDL_Surface* surface) {
+    if (const auto found = exclusive.find(surface); found != exclusive.end()) {
+        if (--surface->locked == 0)
+            found->second->unlock();
+        return;
+    }
+    static const auto real = reinterpret_cast<void (*)(SDL_Surface*)>(dlsym(RTLD_NEXT, "SDL_UnlockSurface"));
+    real(surface);
+}
+
 namespace {
 
-constexpr Kind argb32 = {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000};
-constexpr Kind rgb16 = {16, 0xF800, 0x7E0, 0x1F, 0};
-constexpr Kind bgr16 = {16, 0x1F, 0x7E0, 0xF800, 0};
+// Puts a surface of the calling thread's under a lock.
+class Exclusive {
+public:
+    Exclusive(const Picture& picture, std::mutex& lock) : surface_(picture.sdl()) {
+        surface_->flags |= SDL_HWSURFACE;
+        exclusive[surface_] = &lock;
+    }
+    ~Exclusive() {
+        surface_->flags &= ~static_cast<Uint32>(SDL_HWSURFACE);
+        exclusive.erase(surface_);
+    }
+    Exclusive(const Exclusive&) = delete;
+    Exclusive& operator=(const Exclusive&) = delete;
+
+private:
+    SDL_Surface* surface_;
+};
+
+constexpr char kNotAMask[] = "Mask is not 8 bit format. Bailing out!\nInitContext (mask) failed!\n";
+constexpr Kind kReversed16 = {16, 0x1F, 0x7E0, 0xF800, 0};
 
 // Images of 8 x 8 of each kind that a test needs, all over the same bytes of FF.
 struct Images {
     std::array<uint8_t, 8 * 8 * 4> pixels{};
-    Picture surface = of(argb32), target = of(rgb16), mask = of(surfaceMask);
-    Picture bitmap = of(bitmapKinds[2]), targetBitmap = of(bitmapKinds[6]), bitmapMask = of(::bitmapMask);
+    Picture surface = of(surfaceKind(RGBFB_A8R8G8B8)), target = of(surfaceKind(RGBFB_R5G6B5));
+    Picture bitmap = of(bitmapKind(RGBFB_A8R8G8B8)), targetBitmap = of(bitmapKind(RGBFB_R5G6B5));
+    Picture mask = of(kSurfaceMask), bitmapMask = of(kBitmapMask), none;
 
     Images() { pixels.fill(0xFF); }
     Picture of(const Kind& kind) { return {kind, pixels.data(), 8, 8, 8 * kind.bytes(), true}; }
 
-    model::Blit request() const {
+    static model::Blit request() {
         model::Blit b{};
-        b.src.pitch = 32, b.src.format.code = 6; // what Entry::Array takes
+        b.src.pitch = 32, b.src.format.code = RGBFB_A8R8G8B8; // what kArray takes
         b.width = b.height = 8;
         b.alpha = 255;
         return b;
     }
 
     // The lines printed by a blit that must draw nothing and leave nothing locked.
-    template <class Work>
-    std::string refused(const Work& work) {
+    std::string refused(const std::function<unsigned long()>& work) {
         const auto before = pixels;
         const std::string text = printedBy([&] { EXPECT_EQ(work(), 0U); });
         EXPECT_EQ(pixels, before);
@@ -49,13 +104,10 @@ struct Images {
             EXPECT_EQ(picture->sdl()->locked, 0U);
         return text;
     }
-    std::string refused(Entry entry, const model::Blit& b, const Picture& src, const Picture& dst,
-                        const Picture& through = {}) {
+    std::string refused(const Entry& entry, const Picture& src, const Picture& dst,
+                        const Picture& through = {}, const model::Blit& b = request()) {
         void* array = src.sdl() ? src.sdl()->pixels : nullptr;
-        return refused([&] { return callEntry(entry, b, src, dst, through, array); });
-    }
-    std::string refused(Entry entry, const Picture& src, const Picture& dst, const Picture& through = {}) {
-        return refused(entry, request(), src, dst, through);
+        return refused([&] { return entry.call({b, src, dst, through, array}); });
     }
 };
 
@@ -67,13 +119,15 @@ TEST(Contract, RefusedSurfaces) {
         Uint32 flags;
         int depth;
     } const cases[] = {
-        {"RLE acceleration not supported (yet). Bailing out!\n", argb32, SDL_RLEACCEL, 32},
-        {"RLE acceleration not supported (yet). Bailing out!\n", rgb16, SDL_RLEACCELOK, 16},
-        {"Unsupported source pixel format, bailing out\n", bgr16, 0, 16},
-        {"Unsupported source pixel format, bailing out\n", bgr16, 0, 15},
-        {"", {8, 0, 0, 0, 0}, 0, 8},
-        {"", argb32, 0, 12},
-        {"", argb32, 0, 33},
+        {"RLE acceleration not supported (yet). Bailing out!\n", surfaceKind(RGBFB_A8R8G8B8), SDL_RLEACCEL,
+         32},
+        {"RLE acceleration not supported (yet). Bailing out!\n", surfaceKind(RGBFB_R5G6B5), SDL_RLEACCELOK,
+         16},
+        {"Unsupported source pixel format, bailing out\n", kReversed16, 0, 16},
+        {"Unsupported source pixel format, bailing out\n", kReversed16, 0, 15},
+        {"", kSurfaceMask, 0, 8},
+        {"", surfaceKind(RGBFB_A8R8G8B8), 0, 12},
+        {"", surfaceKind(RGBFB_A8R8G8B8), 0, 33},
     };
     for (const auto& c : cases) {
         const Picture bad = i.of(c.kind);
@@ -81,20 +135,26 @@ TEST(Contract, RefusedSurfaces) {
         bad.sdl()->format->BitsPerPixel = static_cast<Uint8>(c.depth);
         const std::string source = c.line + std::string("InitContext (src) failed!\n"),
                           target = c.line + std::string("InitContext (dst) failed!\n");
-        EXPECT_EQ(i.refused(Entry::SurfaceMask, bad, i.target), source);
-        EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, bad, i.targetBitmap), source);
-        EXPECT_EQ(i.refused(Entry::SurfaceMask, i.surface, bad), target);
-        EXPECT_EQ(i.refused(Entry::BitmapToSurface, i.bitmap, bad), target);
+        EXPECT_EQ(i.refused(kSurfaceMasked, bad, i.target), source);
+        EXPECT_EQ(i.refused(kSurfaceToBitmap, bad, i.targetBitmap), source);
+        EXPECT_EQ(i.refused(kSurfaceMasked, i.surface, bad), target);
+        EXPECT_EQ(i.refused(kBitmapToSurface, i.bitmap, bad), target);
         EXPECT_EQ(bad.sdl()->locked, 0U);
         bad.sdl()->flags &= ~c.flags;
+    }
+    for (const int depth : {0, 1, 2, 3, 4, 5, 6, 7, 9, 16, 32}) {
+        i.mask.sdl()->format->BitsPerPixel = static_cast<Uint8>(depth);
+        EXPECT_EQ(i.refused(kSurfaceMasked, i.surface, i.target, i.mask), kNotAMask) << depth;
     }
 }
 
 TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
     Images i;
-    const std::pair<uint32_t, std::string> codes[] = {{1, "CLUT"},       {4, "R5G6B5PC"},  {5, "R5G5B5PC"},
-                                                      {12, "B5G6R5PC"},  {13, "B5G5R5PC"}, {14, "YUV422CGX"},
-                                                      {20, "YUV422PAPC"}};
+#define CODE(name)                                                                                           \
+    { RGBFB_##name, #name }
+    const std::pair<uint32_t, std::string> codes[] = {CODE(CLUT),      CODE(R5G6B5PC), CODE(R5G5B5PC),
+                                                      CODE(B5G6R5PC),  CODE(B5G5R5PC), CODE(YUV422CGX),
+                                                      CODE(YUV422PAPC)};
     int seen = 0;
     for (const auto& [code, name] : codes) {
         const Picture bad = i.of({16, 0, 0, 0, 0, code});
@@ -103,8 +163,8 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
         ++seen;
         const std::string line =
             "Unsupported pixel format 'RGBFB_" + name + "' !!! Bailing out.\nInitContext (";
-        EXPECT_EQ(i.refused(Entry::Bitmap, bad, i.targetBitmap), line + "src) failed!\n");
-        EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, i.surface, bad), line + "dst) failed!\n");
+        EXPECT_EQ(i.refused(kBitmap, bad, i.targetBitmap), line + "src) failed!\n");
+        EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, bad), line + "dst) failed!\n");
     }
     EXPECT_GE(seen, 3);
 
@@ -113,21 +173,21 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
                                  "Could not lock mask bitmap.\nInitContext (mask) failed!\n"};
     for (long lock = 0; lock < 3; ++lock) {
         failLocks(lock, 1);
-        EXPECT_EQ(i.refused(Entry::BitmapMask, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
+        EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
     }
     failLocks(0, 0);
     losePixels(i.targetBitmap.native(), true);
-    EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, i.surface, i.targetBitmap), lines[1]);
+    EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, i.targetBitmap), lines[1]);
     losePixels(i.targetBitmap.native(), false);
 
-    const char* notAMask = "Mask is not 8 bit format. Bailing out!\nInitContext (mask) failed!\n";
-    EXPECT_EQ(i.refused(Entry::SurfaceMask, i.surface, i.target, i.surface), notAMask);
-    EXPECT_EQ(i.refused(Entry::BitmapMask, i.bitmap, i.targetBitmap, i.targetBitmap), notAMask);
+    EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.targetBitmap), kNotAMask);
 
-    model::Blit array = i.request();
-    for (const uint32_t format : {0U, 2U, 5U, 10U, 11U, 255U}) {
-        array.src.format.code = format;
-        EXPECT_EQ(i.refused(Entry::Array, array, i.surface, i.targetBitmap),
+    model::Blit array = Images::request();
+    static constexpr int kNotForArrays[] = {RGBFB_NONE,   RGBFB_R8G8B8, RGBFB_R5G5B5PC,
+                                            RGBFB_R5G6B5, RGBFB_R5G5B5, 255};
+    for (const int format : kNotForArrays) {
+        array.src.format.code = static_cast<uint32_t>(format);
+        EXPECT_EQ(i.refused(kArray, i.surface, i.targetBitmap, i.none, array),
                   "Unsupported Pixelformat! Must be one of RGBFB_A8R8G8B8, RGBFB_A8B8G8R8, RGBFB_R8G8B8A8 or "
                   "RGBFB_B8G8R8A8\n");
     }
@@ -135,54 +195,54 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
 
 TEST(Contract, SilentlyDrawsNothing) {
     Images i;
-    const Picture rgb24 = i.of({24, 0xFF0000, 0xFF00, 0xFF, 0}),
-                  noAlpha = i.of({32, 0xFF0000, 0xFF00, 0xFF, 0});
-    EXPECT_EQ(i.refused(Entry::SurfaceMask, rgb24, rgb24), "");
-    EXPECT_EQ(i.refused(Entry::SurfaceMask, noAlpha, rgb24), "");
-    model::Blit empty = i.request();
+    const Picture rgb24 = i.of(surfaceKind(RGBFB_R8G8B8)), noAlpha = i.of({32, 0xFF0000, 0xFF00, 0xFF, 0});
+    EXPECT_EQ(i.refused(kSurfaceMasked, rgb24, rgb24), "");
+    EXPECT_EQ(i.refused(kSurfaceMasked, noAlpha, rgb24), "");
+    model::Blit empty = Images::request();
     for (const auto& [width, height] : {std::pair{0L, 8L}, {8L, 0L}, {65536L, 8L}, {8L, 0x30000L}}) {
         empty.width = width, empty.height = height;
-        EXPECT_EQ(i.refused(Entry::SurfaceToBitmap, empty, i.surface, i.targetBitmap), "");
+        EXPECT_EQ(i.refused(kSurfaceToBitmap, i.surface, i.targetBitmap, i.none, empty), "");
     }
 }
 
-// Through every entry point, with each image there, missing, or without pixels.
+// Through every entry point, with each image there, missing, without pixels or, a surface, without a format.
 TEST(Contract, MissingImagesAndPixels) {
     Images i;
     const auto hollow = [](const Kind& kind) { return Picture(kind, nullptr, 8, 8, 8 * kind.bytes()); };
-    const Picture none, surface = hollow(argb32), bitmap = hollow(bitmapKinds[2]);
-    const Picture mask = hollow(surfaceMask), ofBitmap = hollow(bitmapMask);
+    const Picture surface = hollow(surfaceKind(RGBFB_A8R8G8B8)), bitmap = hollow(bitmapKind(RGBFB_A8R8G8B8));
+    const Picture mask = hollow(kSurfaceMask), ofBitmap = hollow(kBitmapMask);
+    const Picture formless = i.of(surfaceKind(RGBFB_A8R8G8B8)), formlessMask = i.of(kSurfaceMask);
+    SDL_PixelFormat* const formats[] = {std::exchange(formless.sdl()->format, nullptr),
+                                        std::exchange(formlessMask.sdl()->format, nullptr)};
     const auto lines = [](const std::string& text) { return std::count(text.begin(), text.end(), '\n'); };
-    for (int n = 0; n < entryCount; ++n) {
-        const auto entry = static_cast<Entry>(n);
-        const bool from = sourceIsSurface(entry), onto = destinationIsSurface(entry);
-        const Picture* sources[] = {from ? &i.surface : &i.bitmap, from ? &surface : &bitmap, &none};
-        const Picture* targets[] = {onto ? &i.target : &i.targetBitmap, onto ? &surface : &bitmap, &none};
-        const Picture* masks[] = {from ? &i.mask : &i.bitmapMask, from ? &mask : &ofBitmap};
+    for (const Entry* entry : kEntries) {
+        const bool from = entry->fromSurface, onto = entry->ontoSurface;
+        const Picture* sources[] = {from ? &i.surface : &i.bitmap, from ? &surface : &bitmap,
+                                    from ? &formless : &bitmap, &i.none};
+        const Picture* targets[] = {onto ? &i.target : &i.targetBitmap, onto ? &surface : &bitmap,
+                                    onto ? &formless : &bitmap, &i.none};
+        const Picture* masks[] = {from ? &i.mask : &i.bitmapMask, from ? &mask : &ofBitmap,
+                                  from ? &formlessMask : &ofBitmap};
         for (const Picture* src : sources)
             for (const Picture* dst : targets)
                 for (const Picture* through : masks)
-                    if (src != sources[0] || dst != targets[0] || (takesMask(entry) && through != masks[0])) {
-                        const std::string text = i.refused(entry, *src, *dst, *through);
-                        EXPECT_TRUE(lines(text) == 1 && text.size() > 1 && text.back() == '\n') << n << text;
+                    if ((entry != &kArray || src != sources[2]) &&
+                        (src != sources[0] || dst != targets[0] ||
+                         (entry->takesMask && through != masks[0]))) {
+                        const std::string text = i.refused(*entry, *src, *dst, *through);
+                        EXPECT_TRUE(lines(text) == 1 && text.size() > 1 && text.back() == '\n')
+                            << entry->name << ": " << text;
                     }
     }
-    EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
+    EXPECT_EQ(
+        surface.sdl()->locked + mask.sdl()->locked + formless.sdl()->locked + formlessMask.sdl()->locked, 0U);
+    formless.sdl()->format = formats[0], formlessMask.sdl()->format = formats[1];
     const std::string noRastPort = i.refused([&] {
         return SDL_BlitAlphaSurfaceRastPort(i.surface.sdl(), 0, 0, nullptr, 0, 0, 8, 8, 0) +
                BltAlphaBitMapRastPort(i.bitmap.native(), 0, 0, nullptr, 0, 0, 8, 8, 9, 0) +
-               WriteAlphaPixelArray(i.pixels.data(), 0, 0, 32, nullptr, 0, 0, 8, 8, 9, 6);
+               WriteAlphaPixelArray(i.pixels.data(), 0, 0, 32, nullptr, 0, 0, 8, 8, 9, RGBFB_A8R8G8B8);
     });
     EXPECT_EQ(lines(noRastPort), 3) << noRastPort;
-}
-
-// Compares the whole record, but for the handles of locks.
-void expectContext(const BltContext& ctx, BltContext expected) {
-    EXPECT_TRUE(ctx.src.lock != 0 && ctx.dst.lock != 0);
-    expected.src.lock = ctx.src.lock;
-    expected.dst.lock = ctx.dst.lock;
-    expected.maskLock = ctx.maskLock;
-    EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
 }
 
 // The model's clipping, with which the random blits compare the library's.
@@ -215,27 +275,29 @@ TEST(Contract, Clipping) {
 
 TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
     std::array<uint8_t, 64> pixels{};
-    const auto check = [&](const auto& picture, auto* image, const Picture& mask, auto* maskImage,
+    const auto check = [&](const Picture& picture, auto* image, const Picture& mask, auto* maskImage,
                            long locks) {
         BltContext ctx;
         ASSERT_TRUE(BLT_InitContext(ctx, image, image, 0, 0, 1, 1, 3, 3, maskImage, 9, 1));
+        EXPECT_TRUE(ctx.src.lock != 0 && ctx.dst.lock != 0 && ctx.maskLock != 0);
         const model::Image described = picture.image(0);
-        expectContext(ctx,
-                      contextFor({described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false},
-                                 pixels.data()));
+        BltContext expected = contextFor(
+            {described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false}, pixels.data());
+        expected.src.lock = ctx.src.lock, expected.dst.lock = ctx.dst.lock, expected.maskLock = ctx.maskLock;
+        EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
         EXPECT_EQ(heldBitMapLocks(), locks);
         for (int twice = 0; twice < 2; ++twice)
             BLT_FreeContext(ctx, image, image, maskImage);
         EXPECT_EQ(ctx.src.lock | ctx.dst.lock | ctx.maskLock, 0U);
         EXPECT_EQ(heldBitMapLocks(), 0);
     };
-    const Picture mask(surfaceMask, pixels.data(), 3, 3, 5), ofBitmap(bitmapMask, pixels.data(), 3, 3, 5);
-    for (const Kind& kind : surfaceKinds) {
+    const Picture mask(kSurfaceMask, pixels.data(), 3, 3, 5), ofBitmap(kBitmapMask, pixels.data(), 3, 3, 5);
+    for (const Kind& kind : kSurfaceKinds) {
         const Picture p(kind, pixels.data(), 3, 3, 13);
         check(p, p.sdl(), mask, mask.sdl(), 0);
         EXPECT_EQ(p.sdl()->locked + mask.sdl()->locked, 0U);
     }
-    for (const Kind& kind : bitmapKinds)
+    for (const Kind& kind : kBitmapKinds)
         for (const bool onBoard : {false, true}) {
             const Picture p(kind, pixels.data(), 3, 3, 14, onBoard);
             check(p, p.native(), ofBitmap, ofBitmap.native(), 3);
@@ -246,9 +308,9 @@ TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
 TEST(Contract, ThreadsShareASource) {
     std::vector<uint8_t> source(64 * 64 * 4);
     Random(3).fill(source.data(), 64 * 64 * 4);
-    const Picture surface(argb32, source.data(), 64, 64, 256),
-        bitmap(bitmapKinds[2], source.data(), 64, 64, 256);
-    const Picture mask(surfaceMask, source.data(), 64, 64, 64), none;
+    const Kind argb32 = surfaceKind(RGBFB_A8R8G8B8);
+    const Picture surface(argb32, source.data(), 64, 64, 256), mask(kSurfaceMask, source.data(), 64, 64, 64);
+    const Picture bitmap(bitmapKind(RGBFB_A8R8G8B8), source.data(), 64, 64, 256), none;
     model::Blit whole{};
     whole.width = whole.height = 64;
     whole.alpha = 255;
@@ -260,10 +322,10 @@ TEST(Contract, ThreadsShareASource) {
             own = before;
             for (long round = 0; round < rounds; ++round) {
                 const Picture wide(argb32, own.data(), 64, 64, 256);
-                const Picture narrow(bitmapKinds[6], own.data(), 64, 64, 128, round % 2 != 0);
-                callEntry(Entry::SurfaceMask, whole, surface, wide, round % 3 == 0 ? mask : none);
-                callEntry(Entry::SurfaceToBitmap, whole, surface, narrow, none);
-                callEntry(Entry::Bitmap, whole, bitmap, narrow, none);
+                const Picture narrow(bitmapKind(RGBFB_R5G6B5), own.data(), 64, 64, 128, round % 2 != 0);
+                kSurfaceMasked.call({whole, surface, wide, round % 3 == 0 ? mask : none});
+                kSurfaceToBitmap.call({whole, surface, narrow, none});
+                kBitmap.call({whole, bitmap, narrow, none});
             }
         });
     for (std::thread& worker : workers)
@@ -273,6 +335,69 @@ TEST(Contract, ThreadsShareASource) {
     EXPECT_NE(pixels[0], before);
     EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
     EXPECT_EQ(heldBitMapLocks(), 0);
+}
+
+// Two threads blit four surfaces in graphics-card memory, in which no two sources and no two destinations are
+// locked at once. A lock that waits must not keep the other thread from its own.
+TEST(Contract, LocksThatWaitStopNobody) {
+    std::array<std::array<uint32_t, 16>, 4> pixels{};
+    const auto rounds = caseCount(10000) / 2;
+    std::array<std::future<void>, 2> threads;
+    for (size_t t = 0; t < 2; ++t)
+        threads[t] = std::async(std::launch::async, [&, t] {
+            const Kind kind = surfaceKind(RGBFB_A8R8G8B8);
+            const Picture src(kind, reinterpret_cast<uint8_t*>(pixels[t].data()), 4, 4, 16),
+                dst(kind, reinterpret_cast<uint8_t*>(pixels[2 + t].data()), 4, 4, 16);
+            const Exclusive first(src, imageLocks[0]), second(dst, imageLocks[1]);
+            for (long round = 0; round < rounds; ++round)
+                SDL_BlitAlphaSurface(src.sdl(), nullptr, dst.sdl(), nullptr);
+            SDL_LockSurface(dst.sdl()); // and one surface more than once, in one thread
+            SDL_BlitAlphaSurface(dst.sdl(), nullptr, dst.sdl(), nullptr);
+            EXPECT_EQ(dst.sdl()->locked, 1U);
+            SDL_UnlockSurface(dst.sdl());
+            EXPECT_EQ(src.sdl()->locked + dst.sdl()->locked, 0U);
+        });
+    for (std::future<void>& thread : threads)
+        if (thread.wait_for(std::chrono::minutes(2)) != std::future_status::ready) {
+            std::cerr << "The threads stand still.\n";
+            std::abort(); // they can't be ended
+        }
+}
+
+// Arguments far beyond 16 bits mean what is left of them.
+TEST(Contract, RastPortsNarrowAnyRequest) {
+    Images i;
+    std::array<uint32_t, 64> drawn{};
+    std::array<uint32_t, 1024> array{};
+    const Picture screen(bitmapKind(RGBFB_A8R8G8B8), reinterpret_cast<uint8_t*>(drawn.data()), 8, 8, 32);
+    Layer_Info* const info = NewLayerInfo();
+    Layer* const layer = CreateUpfrontLayer(info, screen.native(), 1, 1, 6, 6, LAYERSMART, nullptr);
+    const auto draw = [&](Layer* onto, long sx, long sy, long dx, long dy, unsigned long w, unsigned long h) {
+        RastPort port{};
+        port.BitMap = screen.native(), port.Layer = onto;
+        drawn.fill(0);
+        SDL_BlitAlphaSurfaceRastPort(i.surface.sdl(), sx, sy, &port, dx, dy, w, h, 0);
+        BltAlphaBitMapRastPort(i.bitmap.native(), sx, sy, &port, dx, dy, w, h, 255, 0);
+        return drawn;
+    };
+    static constexpr long kLongs[] = {LONG_MIN, LONG_MIN + 2, -3, 3, 0x10003, LONG_MAX - 2, LONG_MAX};
+    Random random(1);
+    for (int round = 0; round < 3000; ++round) {
+        std::array<long, 6> r{};
+        for (long& value : r)
+            value = random.of(kLongs);
+        const auto narrow = [&r](size_t n) { return static_cast<short>(r[n]); };
+        const auto size = [&r](size_t n) { return static_cast<unsigned long>(r[n]); };
+        for (Layer* onto : {layer, static_cast<Layer*>(nullptr)})
+            EXPECT_EQ(
+                draw(onto, r[0], r[1], r[2], r[3], size(4), size(5)),
+                draw(onto, narrow(0), narrow(1), narrow(2), narrow(3), size(4) & 0xFFFF, size(5) & 0xFFFF));
+        RastPort port{};
+        port.BitMap = screen.native(), port.Layer = layer;
+        WriteAlphaPixelArray(array.data(), r[0], r[1], 32, &port, r[2], r[3], size(4), size(5), 255,
+                             RGBFB_A8R8G8B8);
+    }
+    DisposeLayerInfo(info);
 }
 
 TEST(Contract, TargetsCanBeForced) {
@@ -302,7 +427,7 @@ TEST(Contract, TargetsCanBeForced) {
 TEST(Contract, WorksFromC) {
     Images i;
     std::array<uint32_t, 16> black{};
-    const Picture target(argb32, reinterpret_cast<uint8_t*>(black.data()), 4, 4, 16);
+    const Picture target(surfaceKind(RGBFB_A8R8G8B8), reinterpret_cast<uint8_t*>(black.data()), 4, 4, 16);
     EXPECT_EQ(blitFromC(i.surface.sdl(), target.sdl()), 0U);
     EXPECT_EQ(black[0], 0x00FDFDFDU); // opaque white, blended by 254 of 256
 }

@@ -15,6 +15,9 @@
 
 #include <gtest/gtest.h>
 
+#include <ormsel/ormsel.h>
+#include <ormsel/ormsel_formats.h>
+
 #include "tests/blits.h"
 
 namespace {
@@ -22,23 +25,22 @@ namespace {
 constexpr long kScenesPerFamily = 5000, kBlitsPerScene = 16;
 constexpr bool kBigEndian = SDL_BYTEORDER == SDL_BIG_ENDIAN;
 
+#define STEM(name, stem, ...) {RGBFB_##name, #stem},
+#define ROUTE(source, destination, rule) std::pair<uint32_t, uint32_t>{RGBFB_##source, RGBFB_##destination},
+
 struct Pairing {
     Kind src, dst;
     bool masked;
 };
 
-std::string colourOrder(const Kind& kind) {
-    static constexpr const char* names[] = {"",       "",       "rgb24",  "bgr24",  "",      "",
-                                            "argb32", "abgr32", "rgba32", "bgra32", "rgb16", ""};
-    return names[kind.recognised()];
-}
-
-// The name of the routines that serve a pairing: by the orders of colours where such a routine exists, else
-// by the depths. Empty when nothing serves it.
+// The name of the routines that serve a pairing: by the stems of the formats where such a routine exists,
+// else by the depths. Empty when nothing serves it.
 std::string familyOf(const Pairing& p) {
-    const std::string src = colourOrder(p.src), dst = colourOrder(p.dst);
-    if (!p.masked && !src.empty() && (dst == "rgb16" || (dst == "argb32" && p.src.bytes() == 4)))
-        return src == dst ? src : src + "_" + dst;
+    static const std::map<uint32_t, std::string> stems = {ORMSEL_FORMATS(STEM)};
+    const uint32_t from = p.src.recognised(), onto = p.dst.recognised();
+    for (const auto& route : {ORMSEL_ROUTES(ROUTE)})
+        if (!p.masked && route == std::pair<uint32_t, uint32_t>{from, onto})
+            return from == onto ? stems.at(from) : stems.at(from) + "_" + stems.at(onto);
     if (p.src.bytes() == 3 && p.dst.bytes() == 3)
         return {};
     return (p.masked ? "mask_" : "generic_") + std::to_string(8 * p.src.bytes()) + "_" +
@@ -51,12 +53,17 @@ Kind sameBytesOnAnyHost(const Kind& kind) {
     if (!kBigEndian || kind.bytes() != 3)
         return kind;
     const auto mirror = [](uint32_t m) { return (m & 0xFF) << 16 | (m & 0xFF00) | m >> 16; };
-    return {24, mirror(kind.r), mirror(kind.g), mirror(kind.b), 0, kind.code ? kind.code ^ 1 : 0};
+    return {24,
+            mirror(kind.r),
+            mirror(kind.g),
+            mirror(kind.b),
+            0,
+            kind.code ? kind.code ^ RGBFB_R8G8B8 ^ RGBFB_B8G8R8 : 0U};
 }
 
 std::map<std::string, std::vector<Pairing>> families() {
-    std::vector<Kind> kinds = surfaceKinds;
-    kinds.insert(kinds.end(), bitmapKinds.begin(), bitmapKinds.end());
+    std::vector<Kind> kinds = kSurfaceKinds;
+    kinds.insert(kinds.end(), kBitmapKinds.begin(), kBitmapKinds.end());
     const auto whole = [](uint32_t m) { return m == 0xFF || m == 0xFF00 || m == 0xFF0000; };
     std::map<std::string, std::vector<Pairing>> result;
     for (const Kind& src : kinds)
@@ -126,16 +133,15 @@ void blit(const Pairing& p, const Picture& src, const Picture& dst, const Pictur
     b.width = random.oneIn(2) ? width : random.between(1, width);
     b.height = src.image(0).height;
     const auto any = static_cast<unsigned>(random.upTo(255));
-    b.alpha = random.oneIn(3) ? 255 : random.oneIn(2) ? random.of(constantAlphas) : any;
-    b.flags = random.oneIn(4) ? 4 : static_cast<uint32_t>(random.upTo(3));
+    b.alpha = random.oneIn(3) ? 255 : random.oneIn(2) ? random.of(kConstantAlphas) : any;
+    b.flags = random.oneIn(4) ? ORMSEL_BLIT_COPY : static_cast<uint32_t>(random.upTo(3));
     if (src.sdl())
         src.setAlpha(true, b.alpha);
-    const Entry entry = src.sdl() && dst.sdl() ? Entry::SurfaceMask
-                        : src.sdl()            ? Entry::SurfaceToBitmap
-                        : dst.sdl()            ? Entry::BitmapToSurface
-                                               : Entry::BitmapMask;
-    static const Picture none;
-    callEntry(entry, b, src, dst, p.masked ? mask : none);
+    const Entry& entry = src.sdl() && dst.sdl() ? kSurfaceMasked
+                         : src.sdl()            ? kSurfaceToBitmap
+                         : dst.sdl()            ? kBitmapToSurface
+                                                : kBitmapMasked;
+    entry.call({b, src, dst, p.masked ? mask : Picture()});
 }
 
 std::string checksum(const std::string& family, const std::vector<Pairing>& pairings) {
@@ -154,7 +160,7 @@ std::string checksum(const std::string& family, const std::vector<Pairing>& pair
             const uint64_t noise = random.next();
             byte = noise >> 8 & 1 ? static_cast<uint8_t>(noise) : noise >> 9 & 1 ? 255 : 0;
         }
-        const Picture mask(p.src.code ? bitmapMask : surfaceMask, coverage.data(), width, height, width);
+        const Picture mask(p.src.code ? kBitmapMask : kSurfaceMask, coverage.data(), width, height, width);
         for (long i = 0; i < kBlitsPerScene; ++i) {
             blit(p, src.picture, dst.picture, mask, random);
             sum = dst.fold(sum);

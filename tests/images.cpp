@@ -13,6 +13,7 @@
 
 #include <host/bitmap.h>
 #include <host/debug.h>
+#include <ormsel/ormsel_formats.h>
 #include <proto/graphics.h>
 
 // --- Random numbers -----------------------------------------------------------------------------------
@@ -20,8 +21,6 @@
 Random::Random(uint64_t seed, uint64_t number) : state_(seed * 0x9E3779B97F4A7C15U + number) {
     next();
 }
-
-Random::Random(const uint8_t* input, size_t size) : state_(size), input_(input), left_(size) {}
 
 uint64_t Random::next() {
     uint64_t z = state_ += 0x9E3779B97F4A7C15U;
@@ -37,15 +36,6 @@ long Random::upTo(long last) {
     return static_cast<long>(value % (static_cast<uint64_t>(last) + 1));
 }
 
-uint32_t Random::alpha() {
-    return oneIn(3) ? static_cast<uint32_t>(upTo(255)) : oneIn(2) ? 255 : of(constantAlphas);
-}
-
-uint32_t Random::flags() {
-    static constexpr uint32_t words[] = {0, 0, 1, 3, 4, 4, 5, 0xFFFFFFFB, 0xFFFFFFFF};
-    return of(words);
-}
-
 void Random::fill(uint8_t* bytes, long count) {
     while (count > 0) {
         const uint64_t noise = next();
@@ -59,6 +49,11 @@ void Random::fill(uint8_t* bytes, long count) {
     }
 }
 
+// --- Formats ------------------------------------------------------------------------------------------
+
+#define NAME(name, stem, code, ...) {RGBFB_##name, #name},
+static constexpr std::pair<uint32_t, const char*> kNames[] = {ORMSEL_FORMATS(NAME)};
+
 // --- Memory -------------------------------------------------------------------------------------------
 
 long Arena::page() {
@@ -69,40 +64,81 @@ long Arena::page() {
 Arena::Arena(long areas, long bytesOfArea) : size_((bytesOfArea + page() - 1) / page() * page()) {
     memory.bytes.resize(static_cast<size_t>(begin(areas)));
     memory.written.resize(memory.bytes.size());
+    before_.resize(memory.bytes.size());
     void* all = mmap(nullptr, memory.bytes.size(), PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (all == MAP_FAILED)
         std::abort();
     base_ = static_cast<uint8_t*>(all);
     for (long area = 0; area < areas; ++area)
-        protect(begin(area), begin(area) + size_, PROT_READ | PROT_WRITE);
+        protect({begin(area), begin(area) + size_}, PROT_READ | PROT_WRITE);
 }
 
 Arena::~Arena() {
     munmap(base_, memory.bytes.size());
 }
 
-void Arena::protect(long from, long to, int protection) const {
-    if (mprotect(at(from), static_cast<size_t>(to - from), protection) != 0)
+void Arena::protect(Window pages, int protection) const {
+    if (mprotect(at(pages.from), static_cast<size_t>(pages.to - pages.from), protection) != 0)
         std::abort();
 }
 
-void Arena::share(long from, long to) {
-    std::copy(at(from), at(to), memory.bytes.begin() + from);
+void Arena::share(Window window) {
+    std::copy(at(window.from), at(window.to), memory.bytes.begin() + window.from);
+    std::copy(at(window.from), at(window.to), before_.begin() + window.from);
+    std::fill(memory.written.begin() + window.from, memory.written.begin() + window.to, uint8_t{0});
 }
 
-std::string Arena::difference(long from, long to) const {
-    const auto model = memory.bytes.begin() + from;
-    if (std::memcmp(at(from), &*model, static_cast<size_t>(to - from)) == 0)
+bool Arena::writes(Window window) const {
+    const auto written = memory.written.begin();
+    return std::find(written + window.from, written + window.to, 1) != written + window.to;
+}
+
+static std::ostream& operator<<(std::ostream& out, const model::Image& image) {
+    const model::Format& f = image.format;
+    const char* name = "unknown format";
+    for (const auto& [code, known] : kNames)
+        if (code == f.code)
+            name = known;
+    return out << name << ", " << f.bytes << " bytes, masks " << std::hex << f.r.mask << " " << f.g.mask
+               << " " << f.b.mask << " " << f.a.mask << std::dec << ", " << image.width << "x" << image.height
+               << ", pitch " << image.pitch << (image.onBoard ? ", on board\n" : "\n");
+}
+
+std::string describe(const model::Blit& b) {
+    std::ostringstream out;
+    out << b.width << "x" << b.height << " pixels from (" << b.srcX << ", " << b.srcY << ") to (" << b.dstX
+        << ", " << b.dstY << "), constant alpha " << b.alpha << ", flags " << b.flags
+        << (b.noMemory ? ", without memory" : "") << "\nsource " << b.src << "destination " << b.dst;
+    if (b.masked)
+        out << "mask " << b.mask;
+    return out.str();
+}
+
+std::string Arena::difference(Window window, const model::Blit& b) const {
+    const auto model = memory.bytes.begin() + window.from;
+    if (std::memcmp(at(window.from), &*model, static_cast<size_t>(window.to - window.from)) == 0)
         return {};
-    const auto [host, expected] = std::mismatch(at(from), at(to), model);
-    return "byte " + std::to_string(host - base_) + " is " + std::to_string(*host) + ", the model has " +
-           std::to_string(*expected) + "\n";
+    const long from = std::mismatch(at(window.from), at(window.to), model).first - at(b.dst.first);
+    // Rows from the first one's memory on, be it upwards.
+    const long row = std::max(1L, std::abs(b.dst.pitch)), below = from - (from % row + row) % row;
+    const long y = below / (b.dst.pitch ? b.dst.pitch : 1), x = (from - below) / b.dst.format.bytes;
+    const long sx = x - b.dstX + b.srcX, sy = y - b.dstY + b.srcY;
+    std::ostringstream out;
+    out << "row " << y - b.dstY << " of the blit, pixel (" << x << ", " << y << ") of the destination: got "
+        << std::hex << std::showbase << model::load(base_, b.dst, x, y) << ", expected "
+        << model::load(memory.bytes.data(), b.dst, x, y) << ", old value "
+        << model::load(before_.data(), b.dst, x, y) << ", source value "
+        << model::load(before_.data(), b.src, sx, sy);
+    if (b.masked)
+        out << ", mask " << model::load(before_.data(), b.mask, sx, sy);
+    out << "\n";
+    return out.str();
 }
 
 // --- Images -------------------------------------------------------------------------------------------
 
 // The checksums of golden_test go by the order of these lists.
-const std::vector<Kind> surfaceKinds = {
+const std::vector<Kind> kSurfaceKinds = {
     // 16 bits: both recognised layouts, also with alpha and with the other channels elsewhere
     Kind{16, 0xF800, 0x7E0, 0x1F, 0}, Kind{15, 0x7C00, 0x3E0, 0x1F, 0}, Kind{16, 0x7C00, 0x3E0, 0x1F, 0x8000},
     Kind{16, 0xF800, 0x7C0, 0x3E, 1}, Kind{16, 0xF000, 0xF00, 0xF0, 0xF}, Kind{16, 0xF00, 0xF0, 0xF, 0xF000},
@@ -124,37 +160,52 @@ const std::vector<Kind> surfaceKinds = {
     Kind{32, 0xFF00, 0xFF00, 0xFF, 0xFF000000}, Kind{32, 0xFF, 0xFF00, 0xFF000000, 0xFF000000},
     Kind{24, 0xFF, 0xFF, 0xFF, 0}, Kind{16, 0x7E0, 0x7E0, 0x1F, 0xF800}};
 
-const std::vector<Kind> bitmapKinds = {Kind{24, 0xFF0000, 0xFF00, 0xFF, 0, 2},
-                                       Kind{24, 0xFF, 0xFF00, 0xFF0000, 0, 3},
-                                       Kind{32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000, 6},
-                                       Kind{32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000, 7},
-                                       Kind{32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF, 8},
-                                       Kind{32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF, 9},
-                                       Kind{16, 0xF800, 0x7E0, 0x1F, 0, 10},
-                                       Kind{16, 0x7C00, 0x3E0, 0x1F, 0x8000, 11}};
+// With the channels that the model reads from a format's name.
+#define KIND(name, stem, code, ...) kindOf(model::formatNamed(#name, RGBFB_##name)),
+static Kind kindOf(const model::Format& f) {
+    return {static_cast<int>(8 * f.bytes), f.r.mask, f.g.mask, f.b.mask, f.a.mask, f.code};
+}
+const std::vector<Kind> kBitmapKinds = {ORMSEL_FORMATS(KIND)};
 
-const std::vector<unsigned> constantAlphas = {0, 1, 7, 8, 15, 16, 31, 100, 127, 128, 200, 247, 248, 254, 255};
+const Kind& bitmapKind(uint32_t code) {
+    return *std::find_if(kBitmapKinds.begin(), kBitmapKinds.end(),
+                         [&](const Kind& k) { return k.code == code; });
+}
+
+Kind surfaceKind(uint32_t code) {
+    Kind kind = bitmapKind(code);
+    kind.code = RGBFB_NONE;
+    return kind;
+}
+
+const std::vector<unsigned> kConstantAlphas = {0,   1,   7,   8,   15,  16,  31, 100,
+                                               127, 128, 200, 247, 248, 254, 255};
 
 uint32_t Kind::recognised() const {
-    if (code != 0 || depth == 8)
+    if (code != RGBFB_NONE || depth == 8)
         return code;
-    if (depth == 24)
-        return r == 0xFF0000 ? 2 : 3;
-    if (depth <= 16)
-        return r == 0xF800 ? 10 : r == 0x7C00 ? 11 : 0;
-    return r == 0xFF0000 ? 6 : r == 0xFF ? 7 : r == 0xFF000000 ? 8 : r == 0xFF00 ? 9 : 0;
+    for (const Kind& known : kBitmapKinds)
+        if (known.bytes() == bytes() && known.r == r)
+            return known.code;
+    return depth == 24 ? RGBFB_B8G8R8 : RGBFB_NONE;
+}
+
+long memoryOf(const Kind& kind, long width, long height, long pitch) {
+    return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
 Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, long pitch, bool onBoard)
-    : image_{0, 0, pitch * height, pitch, width, height, {}, onBoard && kind.code != 0} {
+    : image_{0,      0,  memoryOf(kind, width, height, pitch), pitch, width,
+             height, {}, onBoard && kind.code != RGBFB_NONE} {
     const int w = static_cast<int>(width), h = static_cast<int>(height), step = static_cast<int>(pitch);
     image_.format.bytes = static_cast<uint32_t>(kind.bytes()), image_.format.code = kind.code;
-    if (kind.code != 0) {
+    if (kind.code != RGBFB_NONE) {
         bitmap_.reset(HOST_WrapBitMap(pixels, static_cast<uint32_t>(w), static_cast<uint32_t>(h), step,
                                       kind.code, onBoard),
                       FreeBitMap);
-        if (const model::Format* known = model::bitmapFormat(kind.code))
-            image_.format = *known;
+        for (const auto& [code, name] : kNames)
+            if (code == kind.code)
+                image_.format = model::formatNamed(name, code);
         return;
     }
     surface_.reset(SDL_CreateRGBSurfaceFrom(pixels, w, h, kind.depth, step, kind.r, kind.g, kind.b, kind.a),
@@ -214,26 +265,20 @@ BltContext contextFor(const model::Blit& blit, uint8_t* base) {
     return ctx;
 }
 
-std::string describe(const model::Blit& b) {
-    std::ostringstream out;
-    for (const model::Image* i : {&b.src, &b.dst, &b.mask})
-        out << i->width << "x" << i->height << " pitch " << i->pitch << " first " << i->first << " code "
-            << i->format.code << " bytes " << i->format.bytes << " red mask " << i->format.r.mask
-            << (i->onBoard ? " on board\n" : "\n");
-    out << "from " << b.srcX << "," << b.srcY << " to " << b.dstX << "," << b.dstY << " size " << b.width
-        << "x" << b.height << " alpha " << b.alpha << " flags " << b.flags << (b.masked ? ", masked" : "")
-        << (b.noMemory ? ", no memory" : "") << "\n";
-    return out.str();
-}
-
 static sigjmp_buf beforeFault;
+static volatile sig_atomic_t awaitsFault = 0;
 
 bool faults(const std::function<void()>& work) {
-    const auto before = std::signal(SIGSEGV, [](int) { siglongjmp(beforeFault, 1); });
+    [[maybe_unused]] static const auto before = std::signal(SIGSEGV, [](int) {
+        if (awaitsFault)
+            siglongjmp(beforeFault, 1);
+        std::signal(SIGSEGV, SIG_DFL); // a crash of its own, which happens again now
+    });
+    awaitsFault = 1;
     const bool fault = sigsetjmp(beforeFault, 1) != 0;
     if (!fault)
         work();
-    std::signal(SIGSEGV, before);
+    awaitsFault = 0;
     return fault;
 }
 
@@ -243,41 +288,4 @@ std::string printedBy(const std::function<void()>& work) {
     work();
     HOST_SetDebugSink(nullptr, nullptr);
     return text;
-}
-
-// --- Cases --------------------------------------------------------------------------------------------
-
-#ifndef __has_feature
-#    define __has_feature(name) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || __has_feature(address_sanitizer) ||     \
-    __has_feature(thread_sanitizer)
-static constexpr bool slow = true;
-#else
-static constexpr bool slow = false;
-#endif
-
-static long fromEnvironment(const char* name, long otherwise) {
-    const char* text = std::getenv(name);
-    return text && *text ? std::strtol(text, nullptr, 0) : otherwise;
-}
-
-long caseCount(long normal) {
-    return fromEnvironment("ORMSEL_CASES", slow ? normal / 20 : normal);
-}
-
-uint32_t stride() {
-    return static_cast<uint32_t>(fromEnvironment("ORMSEL_STRIDE", slow ? 15 : 1));
-}
-
-std::string forCases(long normal, const std::function<std::string(Random&, long)>& body) {
-    const long seed = fromEnvironment("ORMSEL_SEED", 1), single = fromEnvironment("ORMSEL_CASE", -1);
-    const long last = single >= 0 ? single : caseCount(normal) - 1;
-    for (long number = std::max(0L, single); number <= last; ++number) {
-        Random random(static_cast<uint64_t>(seed), static_cast<uint64_t>(number));
-        if (const std::string wrong = body(random, number); !wrong.empty())
-            return "ORMSEL_SEED=" + std::to_string(seed) + " ORMSEL_CASE=" + std::to_string(number) + "\n" +
-                   wrong;
-    }
-    return {};
 }

@@ -11,6 +11,7 @@
 #include <SDL.h>
 
 #include <graphics/gfx.h>
+#include <libraries/Picasso96.h>
 
 #include "blt/blt_framework.h"
 #include "tests/model.h"
@@ -20,7 +21,7 @@
 class Random {
 public:
     explicit Random(uint64_t seed, uint64_t number = 0);
-    Random(const uint8_t* input, size_t size);
+    Random(const uint8_t* input, size_t size) : state_(size), input_(input), left_(size) {}
     bool hasInput() const { return left_ != 0; }
 
     uint64_t next();      // 64 bits; never from the input
@@ -31,14 +32,17 @@ public:
     const auto& of(const List& list) {
         return std::data(list)[upTo(static_cast<long>(std::size(list)) - 1)];
     }
-    uint32_t alpha(); // a constant alpha: anything, 255, or next to where its effect changes
-    uint32_t flags();
     void fill(uint8_t* bytes, long count); // with many runs of 00 and FF, as alphas in pictures are
 
 private:
     uint64_t state_;
     const uint8_t* input_ = nullptr;
     size_t left_ = 0;
+};
+
+// Bytes of an arena.
+struct Window {
+    long from, to;
 };
 
 // Areas of zeros with inaccessible pages around each, and the model's copy of them. An offset means the same
@@ -54,31 +58,39 @@ public:
     long begin(long area = 0) const { return page() + area * (size_ + page()); }
     long size() const { return size_; } // of one area: whole pages
     uint8_t* at(long offset) const { return base_ + offset; }
-    void protect(long from, long to, int protection) const; // PROT_*; whole pages
-    void share(long from, long to);                         // gives the model a copy of these bytes
-    std::string difference(long from, long to) const;       // empty: the model has the same bytes
+    void protect(Window pages, int protection) const; // PROT_*
+    void share(Window window);                        // gives the model a copy of these bytes
+    bool writes(Window window) const;                 // whether the model has written there since
+    // Empty when the model has the same bytes; else the first pixel of the blit's destination that differs.
+    std::string difference(Window window, const model::Blit& blit) const;
 
     model::Memory memory;
 
 private:
     long size_;
     uint8_t* base_;
+    std::vector<uint8_t> before_; // as shared
 };
 
 // What an image can be: a surface with these masks or, with a code, a bitmap. Depth 8 makes a mask.
 struct Kind {
     int depth;
     uint32_t r, g, b, a;
-    uint32_t code = 0; // RGBFB_*
+    uint32_t code = RGBFB_NONE;
 
     long bytes() const { return (depth + 7) / 8; }
-    uint32_t recognised() const; // the code that the library finds; 0: it goes by masks alone
+    uint32_t recognised() const; // the code that the library finds; RGBFB_NONE: it goes by masks alone
 };
-extern const std::vector<Kind> surfaceKinds; // every layout that the library accepts
-extern const std::vector<Kind> bitmapKinds;  // the eight accepted bitmap formats
-constexpr size_t firstArgbSurface = 14;      // of four with whole bytes and alpha
-constexpr Kind surfaceMask{8, 0, 0, 0, 0}, bitmapMask{8, 0, 0, 0, 0, 1};
-extern const std::vector<unsigned> constantAlphas; // all classes, and the values next to their limits
+extern const std::vector<Kind> kSurfaceKinds; // every layout that the library accepts
+extern const std::vector<Kind> kBitmapKinds;  // the accepted bitmap formats
+constexpr Kind kSurfaceMask{8, 0, 0, 0, 0}, kBitmapMask{8, 0, 0, 0, 0, RGBFB_CLUT};
+extern const std::vector<unsigned> kConstantAlphas; // all classes, and the values next to their limits
+const Kind& bitmapKind(uint32_t code);
+Kind surfaceKind(uint32_t code); // with the channels of that format
+
+// The bytes of an image: its memory ends behind the last pixel of its last row, or at pitch x height where
+// that is less. What follows may be another image's, of which this one is a view.
+long memoryOf(const Kind& kind, long width, long height, long pitch);
 
 // An image as the library sees it: a surface, a bitmap or nothing.
 class Picture {
@@ -108,10 +120,12 @@ bool faults(const std::function<void()>& work);
 // What the library prints on the debug output while `work` runs.
 std::string printedBy(const std::function<void()>& work);
 
+// --- Cases: defined beside main() ---------------------------------------------------------------------
+
 // How many random cases to run: ORMSEL_CASES when set, else `normal`, or a twentieth under a sanitizer.
 long caseCount(long normal);
 // Every how many-th value an exhaustive test takes: 1, more under a sanitizer or as ORMSEL_STRIDE says.
 uint32_t stride();
-// Runs body(random, number) for all cases with a seed of ORMSEL_SEED, or for the case ORMSEL_CASE alone,
-// until one returns what is wrong; that, with the numbers to run it again, is the result.
-std::string forCases(long normal, const std::function<std::string(Random&, long)>& body);
+// Runs body(random) for all cases with a seed of ORMSEL_SEED, or for the case ORMSEL_CASE alone, until one
+// returns what is wrong, which is the result.
+std::string forCases(long normal, const std::function<std::string(Random&)>& body);

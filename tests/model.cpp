@@ -6,59 +6,48 @@
 #include <bit>
 #include <optional>
 
+#include <libraries/Picasso96.h>
+#include <ormsel/ormsel_formats.h>
+
 namespace model {
 namespace {
 
-constexpr bool bigEndian = std::endian::native == std::endian::big;
-constexpr uint32_t copyFlag = 4;
+constexpr uint32_t kCopyFlag = 4;
 
-enum : uint32_t { R8G8B8 = 2, B8G8R8, A8R8G8B8 = 6, A8B8G8R8, R8G8B8A8, B8G8R8A8, R5G6B5, R5G5B5 };
+// --- Pixels in memory ---------------------------------------------------------------------------------
 
-// The pixels of a rectangle. Outside its image, reads give 0 and stores are lost.
-class Pixels {
-public:
-    Pixels(Memory& memory, const Image& image, long x, long y)
-        : memory_(memory), image_(image), bytes_(image.format.bytes),
-          first_(image.first + y * image.pitch + x * bytes_) {}
+bool has(const Image& image, long at) {
+    return at >= image.begin && at < image.end;
+}
 
-    uint32_t load(long x, long y) const { return number(at(x, y)); }
+long addressOf(const Image& image, long x, long y) {
+    return image.first + y * image.pitch + x * static_cast<long>(image.format.bytes);
+}
 
-    // What the generic rule takes for the old pixel: a 24-bit one is read one byte further on ...
-    uint32_t loadOld(long x, long y) const { return number(at(x, y) + (bytes_ == 3)); }
+// By how much a pixel's value is shifted to the right for one of its bytes.
+long shiftOf(const Image& image, long byte) {
+    return 8 * (std::endian::native == std::endian::big ? image.format.bytes - 1 - byte : byte);
+}
 
-    // ... and each of its stores clears the byte behind it.
-    void store(long x, long y, uint32_t pixel) {
-        for (long i = 0; i < bytes_; ++i)
-            storeByte(at(x, y) + i, pixel >> shiftOf(i));
-        if (bytes_ == 3)
-            storeByte(at(x, y) + 3, 0);
-    }
+uint32_t loadAt(const uint8_t* memory, const Image& image, long at) {
+    uint32_t value = 0;
+    for (long i = 0; i < image.format.bytes; ++i)
+        if (has(image, at + i))
+            value |= uint32_t{memory[at + i]} << shiftOf(image, i);
+    return value;
+}
 
-private:
-    long at(long x, long y) const { return first_ + y * image_.pitch + x * bytes_; }
-    long shiftOf(long byte) const { return 8 * (bigEndian ? bytes_ - 1 - byte : byte); }
-    bool has(long at) const { return at >= image_.begin && at < image_.end; }
-
-    uint32_t number(long from) const {
-        uint32_t value = 0;
-        for (long i = 0; i < bytes_; ++i)
-            if (has(from + i))
-                value |= uint32_t{memory_.bytes[static_cast<size_t>(from + i)]} << shiftOf(i);
-        return value;
-    }
-    void storeByte(long at, uint32_t value) {
-        if (has(at)) {
-            memory_.bytes[static_cast<size_t>(at)] = static_cast<uint8_t>(value);
-            memory_.written[static_cast<size_t>(at)] = 1;
+void store(Memory& memory, const Image& image, long x, long y, uint32_t pixel) {
+    const long at = addressOf(image, x, y), bytes = image.format.bytes;
+    for (long i = 0; i < bytes + (bytes == 3); ++i) // a store of 24 bits clears the byte behind it
+        if (has(image, at + i)) {
+            memory.bytes[static_cast<size_t>(at + i)] =
+                i == 3 && bytes == 3 ? uint8_t{0} : static_cast<uint8_t>(pixel >> shiftOf(image, i));
+            memory.written[static_cast<size_t>(at + i)] = 1;
         }
-    }
+}
 
-    Memory& memory_;
-    const Image& image_;
-    long bytes_, first_;
-};
-
-// ---- Generic routines -----------------------------------------------------------------------------------
+// --- Generic routines ---------------------------------------------------------------------------------
 
 uint32_t shiftLeft(uint32_t value, uint32_t by) {
     return by < 32 ? value << by : 0;
@@ -73,29 +62,31 @@ uint32_t put(uint32_t value, const Channel& c) {
     return shiftLeft(shiftRight(value, c.loss), c.shift) & c.mask;
 }
 
-// ---- Routines for single pairs of formats ---------------------------------------------------------------
+// --- Routines for pairs of formats --------------------------------------------------------------------
 
 struct Colour {
     int a, r, g, b;
 };
 
-// Channels by the format's code alone; the masks play no part.
-Colour coloursOf(uint32_t pixel, uint32_t code) {
-    const auto at = [pixel](int shift) { return static_cast<int>(pixel >> shift & 255); };
+#define NAME(name, stem, code, ...)                                                                          \
+    case RGBFB_##name:                                                                                       \
+        return formatNamed(#name, code);
+
+// By the code alone: these routines don't look at an image's masks.
+Format formatOf(uint32_t code) {
     switch (code) {
-    case R8G8B8:
-    case A8R8G8B8:
-        return {at(24), at(16), at(8), at(0)};
-    case R8G8B8A8:
-        return {at(0), at(24), at(16), at(8)};
-    case B8G8R8A8:
-        return {at(0), at(8), at(16), at(24)};
-    default: // A8B8G8R8, B8G8R8
-        return {at(24), at(0), at(8), at(16)};
+        ORMSEL_FORMATS(NAME)
+    default:
+        return {};
     }
 }
 
-// s and d in shares of weight / range, which is exact and rounds down.
+Colour coloursOf(uint32_t pixel, const Format& f) {
+    const auto at = [pixel](const Channel& c) { return static_cast<int>(pixel >> c.shift & 255); };
+    return {at(f.a), at(f.r), at(f.g), at(f.b)};
+}
+
+// s and d in shares of weight / range; exact, and rounded down.
 uint32_t mix(int s, int d, int weight, int range) {
     return static_cast<uint32_t>((range * d + (s - d) * weight) / range);
 }
@@ -116,45 +107,45 @@ uint32_t mixR5G6B5(uint32_t s, uint32_t d, int a5) {
 template <class NewValue>
 void inGroups(Memory& memory, const Blit& blit, long group, const NewValue& newValue) {
     // The pixels that a group of four stores, by the set of those that are not transparent; pixel 0 is bit 0.
-    static constexpr std::array<unsigned, 16> storesOfFour = {0,  15, 15, 3,  15, 15, 15, 15,
-                                                              15, 15, 15, 15, 12, 15, 15, 15};
-    const Pixels src(memory, blit.src, blit.srcX, blit.srcY);
-    Pixels dst(memory, blit.dst, blit.dstX, blit.dstY);
+    static constexpr std::array<unsigned, 16> kStoresOfFour = {0,  15, 15, 3,  15, 15, 15, 15,
+                                                               15, 15, 15, 15, 12, 15, 15, 15};
     for (long y = 0; y < blit.height; ++y)
         for (long x = 0, n; x < blit.width; x += n) {
             n = x + group <= blit.width ? group : 1;
             std::array<uint32_t, 4> result{};
             unsigned drawn = 0;
             for (long i = 0; i < n; ++i) {
-                const uint32_t old = dst.load(x + i, y);
-                const std::optional<uint32_t> mixed = newValue(src.load(x + i, y), old);
+                const uint32_t s = load(memory.bytes.data(), blit.src, blit.srcX + x + i, blit.srcY + y);
+                const uint32_t old = load(memory.bytes.data(), blit.dst, blit.dstX + x + i, blit.dstY + y);
+                const std::optional<uint32_t> mixed = newValue(s, old);
                 drawn |= unsigned{mixed.has_value()} << i;
                 result[static_cast<size_t>(i)] = mixed.value_or(old);
             }
-            const unsigned stored = n == 4 ? storesOfFour[drawn] : drawn ? 15 : 0;
+            const unsigned stored = n == 4 ? kStoresOfFour[drawn] : drawn ? 15 : 0;
             for (long i = 0; i < n; ++i)
                 if (stored >> i & 1)
-                    dst.store(x + i, y, result[static_cast<size_t>(i)]);
+                    store(memory, blit.dst, blit.dstX + x + i, blit.dstY + y, result[static_cast<size_t>(i)]);
         }
 }
 
-void opaqueOntoR5G6B5(Memory& memory, const Blit& blit) {
+void OpaqueOntoR5G6B5(Memory& memory, const Blit& blit) {
     const int a5 = static_cast<int>(blit.alpha) / 8;
     if (a5 == 0 || (a5 < 31 && blit.noMemory))
         return;
-    const bool convert = blit.src.format.bytes == 3;
-    inGroups(memory, blit, convert ? 2 : 4, [&](uint32_t s, uint32_t old) {
-        const uint32_t own = convert ? toR5G6B5(coloursOf(s, blit.src.format.code)) : s;
+    const Format from = formatOf(blit.src.format.code);
+    inGroups(memory, blit, from.bytes == 3 ? 2 : 4, [&](uint32_t s, uint32_t old) {
+        const uint32_t own = from.bytes == 3 ? toR5G6B5(coloursOf(s, from)) : s;
         return std::optional(a5 == 31 ? own : mixR5G6B5(own, old, a5));
     });
 }
 
-void alphaOntoR5G6B5(Memory& memory, const Blit& blit) {
+void AlphaOntoR5G6B5(Memory& memory, const Blit& blit) {
     const int constant = static_cast<int>(blit.alpha);
     if (constant < 8 || (blit.dst.onBoard && blit.noMemory))
         return;
+    const Format from = formatOf(blit.src.format.code);
     inGroups(memory, blit, 4, [&](uint32_t s, uint32_t old) -> std::optional<uint32_t> {
-        const Colour c = coloursOf(s, blit.src.format.code);
+        const Colour c = coloursOf(s, from);
         const int a5 = constant >= 248 ? c.a / 8 : c.a * constant / 2048;
         if (a5 == 0)
             return {};
@@ -162,15 +153,34 @@ void alphaOntoR5G6B5(Memory& memory, const Blit& blit) {
     });
 }
 
-void alphaOntoA8R8G8B8(Memory& memory, Blit blit) {
-    if (blit.flags & copyFlag) {
-        // Pairs of words, the last one of an odd row included, and then one word more.
-        blit.width += blit.width % 2 * 2;
-        inGroups(memory, blit, 2, [](uint32_t s, uint32_t) { return std::optional(s); });
+// Pairs of words, each read whole before it is stored. An odd row takes the two words to its right with it,
+// each where both images have it.
+void copyWords(Memory& memory, const Blit& b) {
+    const long end = b.width + b.width % 2 * 2;
+    const auto whole = [](const Image& image, long x, long y) {
+        const long at = addressOf(image, x, y);
+        return has(image, at) && has(image, at + 3);
+    };
+    for (long y = 0; y < b.height; ++y)
+        for (long x = 0; x < end; x += 2) {
+            std::array<uint32_t, 2> pair{};
+            for (size_t i = 0; i < 2; ++i)
+                pair[i] = load(memory.bytes.data(), b.src, b.srcX + x + static_cast<long>(i), b.srcY + y);
+            for (long i = x; i < std::min(x + 2, end); ++i)
+                if (i < b.width ||
+                    (whole(b.src, b.srcX + i, b.srcY + y) && whole(b.dst, b.dstX + i, b.dstY + y)))
+                    store(memory, b.dst, b.dstX + i, b.dstY + y, pair[static_cast<size_t>(i - x)]);
+        }
+}
+
+void AlphaOntoA8R8G8B8(Memory& memory, const Blit& blit) {
+    if (blit.flags & kCopyFlag) {
+        copyWords(memory, blit);
         return;
     }
+    const Format from = formatOf(blit.src.format.code), onto = formatOf(RGBFB_A8R8G8B8);
     inGroups(memory, blit, 2, [&](uint32_t s, uint32_t old) -> std::optional<uint32_t> {
-        const Colour c = coloursOf(s, blit.src.format.code), d = coloursOf(old, A8R8G8B8);
+        const Colour c = coloursOf(s, from), d = coloursOf(old, onto);
         const int a = c.a * static_cast<int>(blit.alpha) / 256;
         if (a == 0)
             return {};
@@ -178,65 +188,55 @@ void alphaOntoA8R8G8B8(Memory& memory, Blit blit) {
     });
 }
 
-// ---- Choice of the routine ------------------------------------------------------------------------------
-
-// By depth: 24 bits onto 16 draws twice, 24 bits onto 24 not at all.
-void drawByDepth(Memory& memory, const Blit& blit) {
-    const uint32_t from = blit.src.format.bytes, onto = blit.dst.format.bytes;
-    if ((from == 3 && onto == 3) || from == 1 || onto == 1)
-        return;
-    drawGeneric(memory, blit, from == 4 ? 0 : 255);
-    if (from == 3 && onto == 2)
-        drawGeneric(memory, blit, 0);
-}
-
 } // namespace
 
-const Format* bitmapFormat(uint32_t code) {
-    static constexpr Channel none{0, 0, 8};
-    static constexpr std::array bits = {Channel{0xFF, 0, 0}, Channel{0xFF00, 8, 0}, Channel{0xFF0000, 16, 0},
-                                        Channel{0xFF000000, 24, 0}};
-    static constexpr Format formats[] = {
-        {R8G8B8, 3, bits[2], bits[1], bits[0], none},
-        {B8G8R8, 3, bits[0], bits[1], bits[2], none},
-        {A8R8G8B8, 4, bits[2], bits[1], bits[0], bits[3]},
-        {A8B8G8R8, 4, bits[0], bits[1], bits[2], bits[3]},
-        {R8G8B8A8, 4, bits[3], bits[2], bits[1], bits[0]},
-        {B8G8R8A8, 4, bits[1], bits[2], bits[3], bits[0]},
-        {R5G6B5, 2, {0xF800, 11, 3}, {0x7E0, 5, 2}, {0x1F, 0, 3}, none},
-        {R5G5B5, 2, {0x7C00, 10, 3}, {0x3E0, 5, 3}, {0x1F, 0, 3}, {0x8000, 11, 7}},
-    };
-    for (const Format& format : formats)
-        if (format.code == code)
-            return &format;
-    return nullptr;
+Format formatNamed(std::string_view name, uint32_t code) {
+    Format f{code, 0, {}, {}, {}, {}};
+    uint32_t shift = 0;
+    for (size_t i = name.size(); i > 1; i -= 2) { // from the least significant channel up
+        const auto width = static_cast<uint32_t>(name[i - 1] - '0');
+        Channel* const channels[] = {&f.r, &f.g, &f.b, &f.a};
+        *channels[std::string_view("RGBA").find(name[i - 2])] = {((1U << width) - 1) << shift, shift,
+                                                                 8 - width};
+        shift += width;
+    }
+    f.bytes = (shift + 7) / 8;
+    if (code == RGBFB_R5G5B5) // its alpha bit is taken out from the wrong place, with the old result
+        f.a = {0x8000, 11, 7};
+    return f;
+}
+
+uint32_t load(const uint8_t* memory, const Image& image, long x, long y) {
+    return loadAt(memory, image, addressOf(image, x, y));
 }
 
 void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill) {
     if (blit.alpha == 0)
         return;
     const Format &sf = blit.src.format, &df = blit.dst.format;
-    const Pixels src(memory, blit.src, blit.srcX, blit.srcY), mask(memory, blit.mask, blit.srcX, blit.srcY);
-    Pixels dst(memory, blit.dst, blit.dstX, blit.dstY);
+    const uint8_t* const bytes = memory.bytes.data();
     for (long y = 0; y < blit.height; ++y)
         for (long x = 0; x < blit.width; ++x) {
-            const uint32_t s = src.load(x, y);
-            uint32_t own = blit.masked ? mask.load(x, y) : alphaFill | extract(s, sf.a);
+            const uint32_t s = load(bytes, blit.src, blit.srcX + x, blit.srcY + y);
+            uint32_t own = blit.masked ? load(bytes, blit.mask, blit.srcX + x, blit.srcY + y)
+                                       : alphaFill | extract(s, sf.a);
             if (!blit.masked && blit.alpha == 255)
                 own &= 255;
             const uint32_t weight = blit.alpha == 255 ? own : (own * blit.alpha) >> 8;
             if (weight == 0)
                 continue;
-            const uint32_t d = weight == 255 ? 0 : dst.loadOld(x, y);
+            // The old pixel of 24 bits is read one byte further on.
+            const long old = addressOf(blit.dst, blit.dstX + x, blit.dstY + y) + (df.bytes == 3);
+            const uint32_t d = weight == 255 ? 0 : loadAt(bytes, blit.dst, old);
             uint32_t pixel = put(blit.masked || weight == 255 ? own : weight, df.a);
             const auto channel = [&](const Channel& from, const Channel& onto) {
-                const uint32_t value = extract(s, from), old = extract(d, onto);
-                pixel |= put(weight == 255 ? value : old + (((value - old) * weight) >> 8), onto);
+                const uint32_t value = extract(s, from), before = extract(d, onto);
+                pixel |= put(weight == 255 ? value : before + (((value - before) * weight) >> 8), onto);
             };
             channel(sf.r, df.r);
             channel(sf.g, df.g);
             channel(sf.b, df.b);
-            dst.store(x, y, pixel);
+            store(memory, blit.dst, blit.dstX + x, blit.dstY + y, pixel);
         }
 }
 
@@ -255,21 +255,20 @@ bool clip(Blit& b) {
     return axis(b.srcY, b.dstY, b.height, b.src.height, b.dst.height) && columns;
 }
 
+#define ROUTE(source, destination, rule)                                                                     \
+    if (!blit.masked && blit.src.format.code == RGBFB_##source &&                                            \
+        blit.dst.format.code == RGBFB_##destination)                                                         \
+        return rule(memory, blit);
+
 void draw(Memory& memory, const Blit& blit) {
-    const uint32_t from = blit.src.format.code, onto = blit.dst.format.code;
-    const bool sourceHasAlpha = from >= A8R8G8B8 && from <= B8G8R8A8;
-    if (blit.masked || onto != R5G6B5) {
-        if (!blit.masked && onto == A8R8G8B8 && sourceHasAlpha)
-            alphaOntoA8R8G8B8(memory, blit);
-        else
-            drawByDepth(memory, blit);
-    } else if (sourceHasAlpha) {
-        alphaOntoR5G6B5(memory, blit);
-    } else if (from == R5G6B5 || from == R8G8B8 || from == B8G8R8) {
-        opaqueOntoR5G6B5(memory, blit);
-    } else if (blit.src.format.bytes != 1) {
-        drawGeneric(memory, blit, blit.src.format.bytes == 4 ? 0 : 255);
-    }
+    ORMSEL_ROUTES(ROUTE)
+    // Others go by depth. 24 bits onto 16 draw twice, but not onto R5G6B5; onto 24 not at all.
+    const uint32_t from = blit.src.format.bytes, onto = blit.dst.format.bytes;
+    if ((from == 3 && onto == 3) || from == 1 || onto == 1)
+        return;
+    drawGeneric(memory, blit, from == 4 ? 0 : 255);
+    if (from == 3 && onto == 2 && (blit.masked || blit.dst.format.code != RGBFB_R5G6B5))
+        drawGeneric(memory, blit, 0);
 }
 
 } // namespace model

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace model {
@@ -17,12 +18,11 @@ struct Memory {
 };
 
 struct Channel {
-    uint32_t mask, shift, loss;
+    uint32_t mask = 0, shift = 0, loss = 8;
 };
 
 struct Format {
-    uint32_t code;  // RGBFB_*
-    uint32_t bytes; // per pixel
+    uint32_t code, bytes; // RGBFB_*; bytes per pixel
     Channel r, g, b, a;
 };
 
@@ -54,7 +54,10 @@ void draw(Memory& memory, const Blit& blit);
 // What the generic routines do; alphaFill is ORed into the source's alpha.
 void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill);
 
-// The channel layout of the eight bitmap formats, nullptr for any other code.
-const Format* bitmapFormat(uint32_t code);
+// The channels of a bitmap format, read from its name, such as "A8R8G8B8".
+Format formatNamed(std::string_view name, uint32_t code);
+
+// The value of an image's pixel.
+uint32_t load(const uint8_t* memory, const Image& image, long x, long y);
 
 } // namespace model

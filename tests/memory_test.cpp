@@ -1,0 +1,360 @@
+// SPDX-License-Identifier: Zlib
+// Memory runs out: every call of the library, the provider, the utilities and both of Korvalen's modes, with
+// the n-th allocation of the whole process failing, for every n until a run needs no more; once that one
+// alone, once all that follow, too. Each run is a process of its own: nothing may crash, throw, stay locked
+// or leak.
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <future>
+
+#include <dlfcn.h>
+#include <execinfo.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+#include <host/bitmap.h>
+#include <host/debug.h>
+#include <libraries/Picasso96.h>
+#include <proto/Picasso96API.h>
+#include <proto/exec.h>
+#include <proto/graphics.h>
+#include <proto/intuition.h>
+#include <proto/layers.h>
+#include <proto/timer.h>
+#include <proto/utility.h>
+
+#include "demo/demo_modes.h"
+#include "demo/demo_reports.h"
+#include "demo/demo_volume.h"
+#include "ormsel/ormsel.h"
+#include "ormsel/ormsel_target.h"
+#include "ormsel/ormsel_utils.h"
+#include "tests/allocator.h"
+#include "tests/faults.h"
+
+namespace {
+
+// What a child process tells by its exit code. Korvalen's own are small.
+enum Outcome : int { kDone = 100, kSurvived, kWrong, kSdlCrashed };
+
+// Shared with the children: what is wrong.
+char* const complaint =
+    static_cast<char*>(mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+
+void require(bool holds, const char* what) {
+    if (holds)
+        return;
+    std::snprintf(complaint, 4096, "%s", what);
+    _exit(kWrong);
+}
+
+// SDL 1.2.15's dummy driver, on its way out, frees what it failed to get. That is no fault of this project,
+// and no other crash counts as SDL's.
+void onCrash(int signal) {
+    void* frames[16];
+    const int count = backtrace(frames, 16);
+    for (int i = 0; i < count; ++i) {
+        Dl_info symbol;
+        if (dladdr(frames[i], &symbol) && symbol.dli_sname && !std::strcmp(symbol.dli_sname, "SDL_VideoQuit"))
+            _exit(kSdlCrashed);
+    }
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+struct Surfaces {
+    SDL_Surface* argb = SDL_CreateRGBSurface(0, 40, 20, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000);
+    SDL_Surface* rgb16 = SDL_CreateRGBSurface(0, 40, 20, 16, 0xF800, 0x7E0, 0x1F, 0);
+    SDL_Surface* rgb15 = SDL_CreateRGBSurface(0, 40, 20, 15, 0x7C00, 0x3E0, 0x1F, 0);
+    SDL_Surface* mask = SDL_CreateRGBSurface(0, 40, 20, 8, 0, 0, 0, 0);
+    BitMap* bitmap = AllocBitMap(40, 20, 16, BMF_CLEAR, nullptr);
+    BitMap* wide = AllocBitMap(40, 20, 32, BMF_CLEAR, bitmap ? nullptr : bitmap);
+    bool complete() const { return argb && rgb16 && rgb15 && mask && bitmap && wide; }
+    ~Surfaces() {
+        for (SDL_Surface* surface : {argb, rgb16, rgb15, mask}) {
+            require(!surface || surface->locked == 0, "a surface is locked");
+            SDL_FreeSurface(surface);
+        }
+        FreeBitMap(bitmap);
+        FreeBitMap(wide);
+    }
+};
+
+void blits() {
+    BLT_SetupBltEngine();
+    ormsel_ForceTarget(ormsel_Targets()[0]);
+    ormsel_ForceTarget(nullptr);
+    require(ormsel_TargetName() && *p96Fmt2Str(6), "a name is missing");
+    const Surfaces s;
+    if (!s.complete())
+        return;
+    for (SDL_Surface* src : {s.argb, s.rgb16, s.rgb15, s.mask})
+        for (SDL_Surface* dst : {s.argb, s.rgb16, s.rgb15, s.mask}) {
+            src->flags |= SDL_SRCALPHA;
+            src->format->alpha = 200;
+            SDL_BlitAlphaSurface(src, nullptr, dst, nullptr);
+            SDL_BlitSurfaceAlphaMask(src, 0, 0, dst, 1, 1, 40, 20, s.mask, 255, 0);
+        }
+    SDL_BlitSurfaceAlphaMask(s.argb, 0, 0, s.rgb16, 1, 1, 40, 20, s.rgb16, 255, 0);
+    for (BitMap* bitmap : {s.bitmap, s.wide}) {
+        RastPort rp = {nullptr, bitmap, 0, JAM1};
+        SDL_BlitAlphaSurfaceBitMap(s.argb, 0, 0, bitmap, 0, 0, 40, 20, 0);
+        SDL_BlitAlphaBitMapSurface(bitmap, 0, 0, s.rgb16, 0, 0, 40, 20, 0, 0);
+        BltAlphaBitMap(bitmap, 0, 0, s.bitmap, 0, 0, 40, 20, 100, 0);
+        BltBitMapAlphaMask(bitmap, 0, 0, s.wide, 0, 0, 40, 20, s.bitmap, 100, 0);
+        SDL_BlitAlphaSurfaceRastPort(s.argb, 0, 0, &rp, 0, 0, 40, 20, 0);
+        BltAlphaBitMapRastPort(s.wide, 0, 0, &rp, 0, 0, 40, 20, 255, 0);
+        WriteAlphaPixelArray(s.argb->pixels, 0, 0, s.argb->pitch, &rp, 0, 0, 40, 20, 255, RGBFB_A8R8G8B8);
+    }
+    BLT_ShutDownBltEngine();
+}
+
+void bitmapsAndPorts() {
+    uint8 pixels[64] = {};
+    BitMap* const wrapped = HOST_WrapBitMap(pixels, 4, 4, 8, RGBFB_R5G6B5, FALSE);
+    BitMap* const own = AllocBitMap(4, 4, 32, 0, wrapped);
+    if (wrapped && own) {
+        BltBitMap(wrapped, 0, 0, own, 0, 0, 4, 4, 0xC0, 0xFF, nullptr);
+        RastPort rp = {nullptr, own, 0, JAM1};
+        SetRPAttrs(&rp, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
+        RectFill(&rp, 0, 0, 3, 3);
+        BltBitMapRastPort(wrapped, 0, 0, &rp, 0, 0, 4, 4, 0xC0);
+    }
+    FreeBitMap(wrapped);
+    FreeBitMap(own);
+    MsgPort* const ports[] = {CreateMsgPort(), CreateMsgPort()};
+    if (ports[0] && ports[1]) {
+        Message message = {{}, ports[1], sizeof message};
+        PutMsg(ports[0], &message);
+        Wait(1U << ports[0]->mp_SigBit);
+        ReplyMsg(GetMsg(ports[0]));
+        require(GetMsg(ports[1]) == &message, "a message is lost");
+    }
+    for (MsgPort* port : ports)
+        DeleteMsgPort(port);
+    DebugPrintF("%2000s\n", "a text");
+    TimeVal time;
+    GetSysTime(&time);
+}
+
+// The layer as programs see it: its bounds, pieces and damage. Without the heap.
+struct State {
+    explicit State(const Layer* layer) {
+        add(layer->bounds);
+        for (const ClipRect* piece = layer->ClipRect; piece; piece = piece->Next) {
+            add(piece->bounds);
+            numbers[count++] = piece->lobs ? 1 : 0;
+        }
+        for (const auto* area = layer->DamageList->RegionRectangle; area; area = area->Next)
+            add(area->bounds);
+    }
+    void add(const Rectangle& r) {
+        for (const int16 edge : {r.MinX, r.MinY, r.MaxX, r.MaxY})
+            numbers.at(count++) = edge;
+    }
+    bool operator==(const State&) const = default;
+
+    std::array<int, 1000> numbers{};
+    std::size_t count = 0;
+};
+
+// Makes a call that changes a layer, or not at all when it fails.
+template <typename Call>
+void change(Layer* layer, Call call) {
+    const State before(layer);
+    if (!call(0, layer))
+        require(State(layer) == before, "a layer changed though the call failed");
+}
+
+void layers() {
+    BitMap* const screen = AllocBitMap(60, 40, 16, BMF_CLEAR, nullptr);
+    BitMap* const super = AllocBitMap(30, 20, 16, BMF_CLEAR, nullptr);
+    Layer_Info* const info = NewLayerInfo();
+    if (screen && super && info) {
+        Layer* all[] = {CreateUpfrontLayer(info, screen, 0, 0, 29, 19, LAYERSMART, nullptr),
+                        CreateUpfrontLayer(info, screen, 10, 5, 45, 25, LAYERSIMPLE, nullptr),
+                        CreateBehindLayer(info, screen, 5, 5, 34, 24, LAYERSUPER, super)};
+        for (int round = 0; round < 2; ++round)
+            for (Layer* layer : all) {
+                if (!layer)
+                    continue;
+                change(layer, UpfrontLayer);
+                change(layer, [](int32 dummy, Layer* moved) { return MoveLayer(dummy, moved, 3, 2); });
+                RastPort& rp = *layer->rp;
+                RectFill(&rp, 0, 0, 50, 50);
+                BltAlphaBitMapRastPort(super, 0, 0, &rp, 0, 0, 30, 20, 255, 0);
+                change(layer, BehindLayer);
+                BeginUpdate(layer);
+                RectFill(&rp, 0, 0, 50, 50);
+                EndUpdate(layer, TRUE);
+            }
+        if (all[0] && DeleteLayer(0, all[0]))
+            all[0] = nullptr;
+        allocator::stop();
+        // Whoever comes next can have every layer.
+        std::async(std::launch::async, [&] {
+            for (Layer* layer : all)
+                if (layer) {
+                    LockLayerRom(layer);
+                    UnlockLayerRom(layer);
+                }
+        }).get();
+    }
+    DisposeLayerInfo(info);
+    FreeBitMap(screen);
+    FreeBitMap(super);
+}
+
+void push(Uint8 type, SDLKey key = SDLK_UNKNOWN) {
+    SDL_Event event{};
+    event.type = type;
+    event.key.keysym.sym = key;
+    SDL_PushEvent(&event);
+}
+
+void display() {
+    for (const unsigned long fullscreen : {0UL, 1UL}) {
+        ORU_VideoInfo* const video = ORU_InitVideo(64, 48, 16, fullscreen);
+        if (!video)
+            continue;
+        Window* const other = OpenWindowTags(nullptr, WA_Title, "other", WA_Left, 3, WA_Width, 30, WA_Height,
+                                             30, WA_CustomScreen, video->screen, WA_IDCMP, ~0U, TAG_DONE);
+        if (other) {
+            WindowToBack(other);
+            MoveWindow(other, 9, 9);
+            WindowToFront(other);
+            RectFill(other->RPort, 0, 0, 20, 20);
+        }
+        for (int n = 0; n < 4; ++n)
+            push(SDL_KEYDOWN, SDLK_ESCAPE);
+        push(SDL_VIDEOEXPOSE);
+        while (Message* const message = GetMsg(video->window->UserPort))
+            ReplyMsg(message);
+        require(CloseScreen(video->screen) == FALSE, "a screen with windows closed");
+        if (other)
+            CloseWindow(other);
+        ORU_CloseVideo(video);
+    }
+}
+
+SDL_Surface* picture() {
+    return SDL_CreateRGBSurface(0, 300, 300, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000);
+}
+
+// Esc, as soon as a mode has said all that it says before it waits; several times, as one may get lost.
+void leaveAfter(const char* text) {
+    HOST_SetDebugSink(
+        [](const char* said, void* awaited) {
+            if (std::strncmp(said, static_cast<const char*>(awaited), std::strlen(said) / 2) == 0)
+                for (int n = 0; n < 9; ++n)
+                    push(SDL_KEYDOWN, n % 2 ? SDLK_ESCAPE : SDLK_LEFT);
+        },
+        const_cast<char*>(text));
+}
+
+void nativeMode() {
+    if (SDL_Surface* const alpha = picture()) {
+        leaveAfter("Destintion is in sys\n");
+        const bool text = TTF_Init() == 0;
+        // Esc itself can get lost for want of memory; the user tries again.
+        std::signal(SIGALRM, [](int) { std::raise(SIGINT); });
+        alarm(1);
+        runNativeMode(alpha, alpha, 16, false);
+        alarm(0);
+        if (text)
+            TTF_Quit();
+        SDL_FreeSurface(alpha);
+    }
+}
+
+void sdlMode() {
+    SDL_Surface* background = picture();
+    SDL_Surface* const alpha = picture();
+    if (background && alpha) {
+        leaveAfter("Blue Flags: RLE: NO, ALPHA: NO \n");
+        runSdlMode(background, alpha, 16);
+        SDL_Quit();
+    }
+    SDL_FreeSurface(background);
+    SDL_FreeSurface(alpha);
+}
+
+struct Case {
+    const char* name;
+    void (*run)();
+    // Nothing but the project's own code allocates, so that what is left over is a leak.
+    bool own;
+};
+
+void PrintTo(const Case& c, std::ostream* to) {
+    *to << c.name;
+}
+
+// In a process of its own.
+[[noreturn]] void runChild(const Case& c, long n, bool onwards, bool warm) {
+    const int nowhere = open("/dev/null", O_WRONLY);
+    if (!std::getenv("ORMSEL_MEMORY_TALK"))
+        dup2(nowhere, STDERR_FILENO);
+    dup2(nowhere, STDOUT_FILENO);
+    alarm(60);
+    std::signal(SIGSEGV, onCrash);
+    std::signal(SIGABRT, onCrash);
+    std::set_terminate([] { require(false, "an exception got out"); });
+    if (warm)
+        c.run();
+    const long blocks = allocator::live(), provider = liveAllocations();
+    allocator::fail(n, onwards ? 1000000 : 1);
+    c.run();
+    const bool needsNoMore = allocator::failures() == 0;
+    allocator::stop();
+    HOST_SetDebugSink(nullptr, nullptr);
+    require(heldBitMapLocks() == 0, "a bitmap is locked");
+    require(liveAllocations() == provider, "the provider leaks");
+    require(!c.own || !warm || allocator::live() == blocks, "a leak");
+    _exit(needsNoMore ? kDone : kSurvived);
+}
+
+class Memory : public testing::TestWithParam<Case> {};
+
+TEST_P(Memory, RunsOutAtEachAllocation) {
+    setenv("SDL_VIDEODRIVER", "dummy", 1);
+    // Loads what it needs.
+    void* frame[1];
+    backtrace(frame, 1);
+    long runs = 0, crashesOfSdl = 0;
+    for (const bool warm : {false, true})
+        for (const bool onwards : {false, true}) {
+            bool done = false;
+            for (long n = 0; !done; ++n, ++runs) {
+                *complaint = '\0';
+                std::fflush(nullptr);
+                const pid_t child = fork();
+                if (child == 0)
+                    runChild(GetParam(), n, onwards, warm);
+                int status = 0;
+                waitpid(child, &status, 0);
+                crashesOfSdl += WIFEXITED(status) && WEXITSTATUS(status) == kSdlCrashed;
+                done = WIFEXITED(status) && WEXITSTATUS(status) == kDone;
+                if (!WIFEXITED(status) || WEXITSTATUS(status) == kWrong)
+                    ADD_FAILURE() << "allocation " << n << (onwards ? " and all that follow" : "")
+                                  << (warm ? ", second run: " : ", first run: ") << complaint << " (signal "
+                                  << (WIFSIGNALED(status) ? WTERMSIG(status) : 0) << ")";
+            }
+        }
+    std::printf("%s: %ld runs; SDL itself crashed in %ld of them\n", GetParam().name, runs, crashesOfSdl);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, Memory,
+                         testing::Values(Case{"blits", blits, true},
+                                         Case{"bitmaps and ports", bitmapsAndPorts, true},
+                                         Case{"layers", layers, true}, Case{"display", display, false},
+                                         Case{"native mode", nativeMode, false},
+                                         Case{"SDL mode", sdlMode, false}));
+
+} // namespace
