@@ -287,7 +287,7 @@ private:
 TEST(SdlBlit, RandomSurfacesEqualTheModelAndSdl) {
     long served = 0, cases = 0;
     EXPECT_EQ(forCases(1000000,
-                       [&](Random& random, long) -> std::string {
+                       [&](Random& random) -> std::string {
                            ++cases;
                            const Plan plan(random);
                            Plan::Scene ours(plan), theirs(plan);
