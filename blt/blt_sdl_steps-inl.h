@@ -208,8 +208,11 @@ HWY_INLINE void sdlRows(const SdlBlit& b, const Step& step) {
         const uint8_t* src = srcRow;
         uint8_t* dst = dstRow;
         size_t rest = b.width;
-        for (; rest >= kLanes32; rest -= kLanes32, src += kLanes32 * kFrom, dst += kLanes32 * kTo)
+        for (; rest >= kLanes32; rest -= kLanes32, src += kLanes32 * kFrom, dst += kLanes32 * kTo) {
+            prefetchBehind<kLanes32 * kFrom>(src);
+            prefetchBehind<kLanes32 * kTo>(dst);
             step(src, dst, Whole());
+        }
         if (!rest)
             continue;
         if constexpr (kMasks) {
