@@ -173,7 +173,7 @@ inline void setChannels(BltRenderFmt& fmt, const Format& format) {
 template <uint32_t Bytes>
 constexpr uint32_t formatOfSurface(uint32_t redMask, uint32_t other) {
 #define ROW(name, stem, code, bytes, red, green, blue, alpha, alphaShift)                                    \
-    if (bytes == Bytes && redMask == (red))                                                                  \
+    if ((bytes) == Bytes && redMask == (red))                                                                \
         return code;
     ORMSEL_FORMATS(ROW)
 #undef ROW
