@@ -110,7 +110,8 @@ bool refuse(const char* line, const char* word);
 inline bool isImage(const SDL_Surface* surface, const char* role) {
     if (surface && surface->format) [[likely]]
         return true;
-    refuse(surface ? "The %s image has no format. Bailing out!\n" : "No %s image given. Bailing out!\n", role);
+    refuse(surface ? "The %s image has no format. Bailing out!\n" : "No %s image given. Bailing out!\n",
+           role);
     return false;
 }
 inline bool isImage(const BitMap* bitmap, const char* role) {
