@@ -96,9 +96,9 @@ TEST(NativeMode, FaultsLeaveNothingOpen) {
             run(failAllocations, skip, 1);
         }
         const std::string size = fullscreen ? "800x600" : "1024x768";
-        EXPECT_EQ(complaints, (std::set<std::string>{
-                                  "OpenScreen failed!\nNo memory for a screen of " + size + " pixels\n",
-                                  "OpenWindow failed!\nNo memory for a window\n", ""}));
+        EXPECT_EQ(complaints, (std::set<std::string>{"OpenScreen failed!\nNo memory for a screen of " + size +
+                                                         " pixels\n",
+                                                     "OpenWindow failed!\nNo memory for a window\n", ""}));
     }
     TTF_Quit();
     SDL_FreeSurface(picture);
