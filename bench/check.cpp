@@ -1,218 +1,158 @@
 // SPDX-License-Identifier: Zlib
-#include "bench/check.h"
+#include "bench/report.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdio>
+#include <string_view>
 
-#include <fnmatch.h>
+#include <fmt/format.h>
 
 namespace bench {
 
 namespace {
 
+constexpr std::string_view kBest = "best"; // the processor's
+// What our target is compared with, beside a participant's name.
+constexpr std::string_view kFastest = "fastest peer";             // of all
+constexpr std::string_view kFastestStraight = "fastest straight"; // of those that do the same work
+constexpr std::string_view kOpaqueConstant = "itself by C 255";   // the same row without constant alpha
+
 constexpr double kEqual = 0.98; // what counts as not behind, in a measurement with noise
 
-// At 800x600, or at the size of a call: how many times as fast as a peer the best target has to be.
+constexpr const char* kOntoRgb16 = "argb32_rgb16 rgba32_rgb16 bgra32_rgb16 abgr32_rgb16";
+constexpr const char* kOntoRgb16Constant = "argb32_rgb16@* rgba32_rgb16@* bgra32_rgb16@* abgr32_rgb16@*";
+constexpr const char* kOntoArgb32 = "argb32 argb32@* ????32_argb32 ????32_argb32@*";
+constexpr const char* kConversions = "rgb16 rgb24_rgb16 bgr24_rgb16 argb32+copy fallback_rgb*";
+constexpr const char* kBlends = "* !rgb16 !rgb24_rgb16 !bgr24_rgb16 !argb32+copy !fallback_rgb*";
+constexpr const char* kHasSdl12 = "* !fallback_mask* !argb32@* !????32_*@*";
+
+// In every case of these rows and sizes, our target is at least `ratio` times as fast as the peer.
 struct Promise {
-    const char* rows; // patterns, separated by blanks
-    const char* peer;
+    const char *rows, *sizes; // patterns
+    std::string_view target, peer;
     double ratio;
 };
 
-constexpr const char* kOntoRgb16 = "argb32_rgb16 rgba32_rgb16 bgra32_rgb16 abgr32_rgb16";
-constexpr const char* kOntoRgb16Constant = "argb32_rgb16@* rgba32_rgb16@*";
-constexpr const char* kLine = "%-28s %-10s %-7s %-32s %7.2f %7s %7s  %s\n";
-
 constexpr Promise kPromises[] = {
-    {"argb32", "blend2d", 1.1},
-    {"argb32", "SDL 3", 1.5},
-    {"argb32@*", "blend2d", 1.3},
-    {"argb32@*", "SDL 2", 20},
-    {"rgba32_argb32 bgra32_argb32 abgr32_argb32", "SDL 3", 1.7},
-    {"argb32 argb32@* rgba32_argb32 bgra32_argb32 abgr32_argb32", "limit", 0.85},
-    {kOntoRgb16, "libyuv", 6},
-    {kOntoRgb16, "SDL 3", 14},
-    {kOntoRgb16, "limit", 0.65},
-    {kOntoRgb16Constant, "libyuv", 8},
-    {kOntoRgb16Constant, "SDL 2", 70},
-    {kOntoRgb16Constant, "limit", 0.65},
-    {"rgb16@100", "SDL 2", 8},
-    {"rgb16@100", "limit", 0.80},
-    {"rgb16 argb32+copy", "libyuv", 0.98},
-    {"rgb16 argb32+copy", "memmove", 0.98},
-    {"rgb16 argb32+copy", "limit", 0.95},
-    {"rgb24_rgb16 bgr24_rgb16", "libyuv", 5},
-    {"rgb24_rgb16 bgr24_rgb16", "limit", 0.85},
-    {"rgb24_rgb16@* bgr24_rgb16@*", "libyuv", 7},
-    {"rgb24_rgb16@* bgr24_rgb16@*", "limit", 0.80},
-    {"fallback_mask_argb32_argb32", "blend2d", 2.2},
-    {"fallback_mask_argb32_argb32", "limit", 0.85},
-    {"fallback_mask_argb32_rgb16", "libyuv", 4},
-    {"fallback_mask_argb32_rgb16", "limit", 0.45},
-    {"fallback_argb32_rgb15", "libyuv", 2},
-    {"fallback_argb32_rgb24", "libyuv", 1},
-    {"fallback_rgb16_argb32", "libyuv", 1},
-    {"fallback_rgb24_argb32", "libyuv", 0.8},
+    {kOntoArgb32, "800x600", kBest, "limit", 0.85},
+    {"argb32@*", "800x600", kBest, "SDL 2", 20},
+    {kOntoRgb16, "800x600", kBest, "libyuv", 6},
+    {kOntoRgb16, "800x600", kBest, "limit", 0.65},
+    {kOntoRgb16Constant, "800x600", kBest, "libyuv", 8},
+    {kOntoRgb16Constant, "800x600", kBest, "SDL 2", 70},
+    {kOntoRgb16Constant, "800x600", kBest, "limit", 0.65},
+    {"rgb16@100", "800x600", kBest, "SDL 2", 8},
+    {"rgb16@*", "800x600", kBest, "limit", 0.80},
+    {"rgb16 argb32+copy", "800x600", kBest, "libyuv", kEqual},
+    {"rgb16 argb32+copy", "800x600", kBest, "memmove", kEqual},
+    {"rgb16 argb32+copy", "800x600", kBest, "limit", 0.95},
+    {"rgb24_rgb16 bgr24_rgb16", "800x600", kBest, "libyuv", 5},
+    {"rgb24_rgb16 bgr24_rgb16", "800x600", kBest, "limit", 0.85},
+    {"rgb24_rgb16@* bgr24_rgb16@*", "800x600", kBest, "libyuv", 7},
+    {"rgb24_rgb16@* bgr24_rgb16@*", "800x600", kBest, "limit", 0.80},
+    {"fallback_mask_argb32_argb32", "800x600", kBest, "limit", 0.85},
+    {"fallback_mask_argb32_rgb16", "800x600", kBest, "libyuv", 4},
+    {"fallback_mask_argb32_rgb16", "800x600", kBest, "limit", 0.45},
+    {"fallback_argb32_rgb15", "800x600", kBest, "libyuv", 2},
+    {"fallback_argb32_rgb24", "800x600", kBest, "libyuv", 1},
+    {"fallback_rgb16_argb32", "800x600", kBest, "libyuv", 1},
+    {"fallback_rgb24_argb32", "800x600", kBest, "libyuv", 0.8},
+    // A constant alpha on top of the pixels' own costs at most 15 % more than none.
+    {"argb32@* ????32_*@*", "800x600", kBest, kOpaqueConstant, 1 / 1.15},
+    {"call*", "1x1", kBest, "SDL 1.2", 0.5},
+    {"call*", "16x16", kBest, "SDL 1.2", 5},
+    {"*", "64x64 3840x2160", kBest, kFastest, kEqual},
+    // AVX2 alone beats whoever does the same work; the lesser targets lose to nothing in SDL 1.2.
+    {kBlends, "800x600", "avx2", kFastestStraight, 1},
+    {kConversions, "800x600", "avx2", kFastestStraight, kEqual},
+    {kHasSdl12, "800x600", "sse4", "SDL 1.2", 1},
+    {kHasSdl12, "800x600", "scalar", "SDL 1.2", 1},
 };
 
-bool matches(const std::string& row, std::string patterns) {
-    for (size_t end; !patterns.empty(); patterns.erase(0, end + (end < patterns.size()))) {
-        end = std::min(patterns.find(' '), patterns.size());
-        if (fnmatch(patterns.substr(0, end).c_str(), row.c_str(), 0) == 0)
-            return true;
+// Who `what` is, in this case or (kOpaqueConstant) in the one of the row without constant alpha. Both move
+// the same memory, so that their shares of the limit can be compared.
+const Result* peerOf(const Report& report, const CaseReport& c, std::string_view what,
+                     const std::string& ours) {
+    if (what == kOpaqueConstant) {
+        const CaseReport* plain = report.find(c.row.substr(0, c.row.find('@')), c.size, c.content);
+        return plain ? plain->find(ours) : nullptr;
     }
-    return false;
+    const Result* fastest = c.find(what);
+    for (const Result& r : c.results)
+        if ((r.kind == kStraight && (what == kFastest || what == kFastestStraight)) ||
+            (r.kind == kPremultiplied && what == kFastest))
+            fastest = !fastest || r.share.median > fastest->share.median ? &r : fastest;
+    return fastest;
 }
 
-class Checker {
-public:
-    explicit Checker(const Report& report) : report_(report) {
-        std::printf("\n%-28s %-10s %-7s %-32s %7s %7s %7s\n", "row", "size", "content", "ratio", "needed",
-                    "seen", "limit's");
-    }
-
-    void promises() {
-        for (const Promise& p : kPromises)
-            for (const Result& r : report_.results)
-                if (r.kind == Kind::kLimit && r.size == "800x600" && matches(r.row, p.rows))
-                    compare(r, best(r), p.peer, p.ratio);
-    }
-
-    // At other sizes the best target is behind no peer.
-    void sizes() {
-        for (const Result& r : report_.results)
-            if (r.kind == Kind::kLimit && r.size != "800x600")
-                compare(r, best(r), fastest(r, true), kEqual);
-    }
-
-    void calls() {
-        for (const Result& r : report_.results)
-            if (r.participant == "SDL 1.2" && (r.size == "1x1" || r.size == "16x16"))
-                compare(r, best(r), "SDL 1.2", r.size == "1x1" ? 0.5 : 5);
-    }
-
-    // AVX2 alone beats whoever does the same work; the lesser targets lose to nothing in SDL 1.2.
-    void targets() {
-        for (const Result& r : report_.results) {
-            if (r.kind != Kind::kLimit || r.size != "800x600")
-                continue;
-            const Row* row = rowNamed(r.row);
-            compare(r, named(r, "ormsel avx2"), fastest(r, false),
-                    row && row->readsDestination() ? 1 : kEqual);
-            for (const char* target : {"ormsel sse4", "ormsel scalar"})
-                compare(r, named(r, target), "SDL 1.2", 1);
-        }
-    }
-
-    // A constant alpha on top of the pixels' own costs at most 15 % more than none. Both move the same
-    // memory, so their shares of the limit, each from its own passes, can be compared.
-    void constantAlpha() {
-        for (const Result& r : report_.results) {
-            const Row* row = rowNamed(r.row);
-            if (r.kind != Kind::kLimit || r.size != "800x600" || !row || row->rule != kPixelAlpha ||
-                row->alpha == 255)
-                continue;
-            Result plain = r;
-            plain.row = r.row.substr(0, r.row.find('@'));
-            if (const Result* with = best(r), *without = best(plain); with && without)
-                print(r, with->participant + " by C 255", 1 / 1.15,
-                      with->share.median / without->share.median);
-        }
-    }
-
-    int failed() const { return failed_; }
-    int met() const { return met_; }
-
-private:
-    static bool sameCase(const Result& a, const Result& b) {
-        return a.row == b.row && a.size == b.size && a.content == b.content;
-    }
-
-    const Result* named(const Result& r, const std::string& participant) const {
-        return report_.find(r.row, r.size, r.content, participant);
-    }
-    const Result* best(const Result& r) const { return named(r, "ormsel " + report_.bestTarget()); }
-
-    // The fastest peer of a case; with or without those that get their source premultiplied.
-    std::string fastest(const Result& r, bool premultiplied) const {
-        const Result* found = nullptr;
-        for (const Result& each : report_.results)
-            if (sameCase(each, r) &&
-                (each.kind == Kind::kStraight || (premultiplied && each.kind == Kind::kPremultiplied)) &&
-                (!found || each.share.median > found->share.median))
-                found = &each;
-        return found ? found->participant : "";
-    }
-
-    void compare(const Result& r, const Result* ours, const std::string& peer, double needed) {
-        if (!ours)
-            return;
-        if (const Result* other = named(r, peer)) {
-            print(r, ours->participant + " / " + peer, needed, ours->share.median / other->share.median,
-                  named(r, "limit") ? 1 / other->share.median : 0);
-        } else if (peer == "blend2d" || peer == "SDL 3") {
-            std::printf(kLine, r.row.c_str(), r.size.c_str(), r.content.c_str(),
-                        (ours->participant + " / " + peer).c_str(), needed, "", "", "not packaged");
-        }
-    }
-
-    void print(const Result& r, const std::string& what, double needed, double seen, double limit = 0) {
-        const bool good = seen >= needed;
-        ++(good ? met_ : failed_);
-        char seenText[16], limitText[16] = "";
-        std::snprintf(seenText, sizeof seenText, "%.2f", seen);
-        if (limit > 0)
-            std::snprintf(limitText, sizeof limitText, "%.2f", limit);
-        std::printf(kLine, r.row.c_str(), r.size.c_str(), r.content.c_str(), what.c_str(), needed, seenText,
-                    limitText,
-                    good                          ? ""
-                    : limit > 0 && limit < needed ? "NOT MET, nor by the limit"
-                                                  : "NOT MET");
-    }
-
-    const Report& report_;
-    int failed_ = 0, met_ = 0;
-};
+Verdict judge(const Report& report, const CaseReport& c, const Promise& p) {
+    const std::string name = fmt::format("ormsel {}", p.target == kBest ? report.targets.front() : p.target);
+    const Result *ours = c.find(name), *peer = peerOf(report, c, p.peer, name);
+    const bool itself = p.peer == kOpaqueConstant;
+    const std::string what = fmt::format("{} / {}", name, peer && !itself ? peer->participant : p.peer);
+    Verdict v = {c.row, c.size, c.content, what, kMissing, p.ratio};
+    if (!ours || !peer)
+        return v;
+    v.seen = ours->share.median / peer->share.median;
+    v.limit = c.picture() && !itself ? 1 / peer->share.median : 0;
+    v.state = v.seen >= v.needed ? kMet : v.limit > 0 && v.limit < v.needed ? kNotByLimit : kNotMet;
+    return v;
+}
 
 } // namespace
 
-int printCheck(const Report& report) {
-    Checker checker(report);
-    checker.promises();
-    checker.constantAlpha();
-    checker.calls();
-    checker.sizes();
-    checker.targets();
-    std::printf("\n%d met, %d not met\n", checker.met(), checker.failed());
-    return checker.failed();
+std::vector<Verdict> verdictsOf(const Report& report) {
+    std::vector<Verdict> verdicts;
+    for (const Promise& p : kPromises) {
+        const size_t before = verdicts.size();
+        for (const CaseReport& c : report.cases)
+            if (listed(p.rows, c.row) && listed(p.sizes, c.size))
+                verdicts.push_back(judge(report, c, p));
+        if (verdicts.size() == before)
+            verdicts.push_back(
+                {p.rows, p.sizes, "", fmt::format("{} / {}", p.target, p.peer), kNotMeasured, p.ratio});
+    }
+    return verdicts;
 }
 
-int printComparison(const Report& old, const Report& now) {
-    if (old.machine.processor != now.machine.processor)
-        std::printf("\nThe older report is from another processor: %s\n", old.machine.processor.c_str());
-    int slower = 0, compared = 0;
-    std::printf("\n");
-    for (const Result& r : now.results) {
-        const Result* before = old.find(r.row, r.size, r.content, r.participant);
-        if (r.kind != Kind::kOurs || !before)
-            continue;
-        // What the case itself can't tell apart: its reference against itself, and both spreads.
-        double noise = 0.02 + r.share.spread() + before->share.spread();
-        for (const Report* report : {&old, &now})
-            for (const Result& control : report->results)
-                if (control.kind == Kind::kControl && control.row == r.row && control.size == r.size &&
-                    control.content == r.content)
-                    noise += std::abs(control.share.median - 1);
-        const double kept = r.share.median / before->share.median;
-        ++compared;
-        if (kept >= 1 - noise)
-            continue;
-        ++slower;
-        std::printf("slower: %-28s %-10s %-7s %-16s %5.1f %% lost (noise %.1f %%)\n", r.row.c_str(),
-                    r.size.c_str(), r.content.c_str(), r.participant.c_str(), 100 * (1 - kept), 100 * noise);
-    }
-    std::printf("%d of %d results are slower than before by more than their noise\n", slower, compared);
+size_t count(const std::vector<Verdict>& verdicts, const std::string& state) {
+    const auto has = [&](const Verdict& v) { return v.state.starts_with(state); };
+    return static_cast<size_t>(std::ranges::count_if(verdicts, has));
+}
+
+size_t printCheck(const Report& report) {
+    const std::vector<Verdict> verdicts = verdictsOf(report);
+    const auto line = [](const auto&... words) {
+        fmt::print("{:<28} {:<10} {:<7} {:<32} {:>7} {:>7} {:>7}  {}\n", words...);
+    };
+    line("\nrow", "size", "content", "ratio", "needed", "seen", "limit's", "");
+    for (const Verdict& v : verdicts)
+        line(v.row, v.size, v.content, v.what, number(v.needed), number(v.seen), number(v.limit), v.state);
+    for (const char* state : {kMet, kNotMet, kMissing, kNotMeasured})
+        fmt::print("{}: {}\n", state, count(verdicts, state));
+    return count(verdicts, kNotMet);
+}
+
+size_t printComparison(const Report& old, const Report& now) {
+    if (old.processor != now.processor)
+        fmt::print("\nThe older report is from another processor: {}\n", old.processor);
+    size_t slower = 0, compared = 0;
+    for (const CaseReport& c : now.cases)
+        for (const Result& r : c.results) {
+            const CaseReport* oldCase = old.find(c.row, c.size, c.content);
+            const Result* before = oldCase ? oldCase->find(r.participant) : nullptr;
+            if (r.kind != kOurs || !before)
+                continue;
+            // What the case itself can't tell apart: its reference against itself, and both spreads.
+            const double noise =
+                0.02 + r.share.spread() + before->share.spread() + c.noise() + oldCase->noise();
+            const double lost = 1 - r.share.median / before->share.median;
+            ++compared;
+            slower += lost > noise;
+            if (lost > noise)
+                fmt::print("slower: {:<28} {:<10} {:<7} {:<16} {:>5.1f} % lost (noise {:.1f} %)\n", c.row,
+                           c.size, c.content, r.participant, 100 * lost, 100 * noise);
+        }
+    fmt::print("{} of {} results are slower than before by more than their noise\n", slower, compared);
     return slower;
 }
 

@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: Zlib
 //
-// Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it.
-#include "bench/limit.h"
+// The memory's own limit: loops that read what a row reads and write what it writes, and compute nothing but
+// an exclusive or. Compiled once for each vector width, LIMIT_BYTES, with the instructions that have it. No
+// code of the C++ library may be used here: the linker could take it from this file for all others.
+#include <utility>
+
+#include "bench/peers.h"
 
 namespace bench {
 
@@ -9,32 +13,26 @@ namespace {
 
 using Vector [[gnu::vector_size(LIMIT_BYTES), gnu::aligned(1), gnu::may_alias]] = uint8_t;
 
-// Far enough for the next lines to arrive in time; the same as the kernels' distance.
-constexpr size_t kAhead = 2048;
+constexpr size_t kAhead = 2048; // so that the next lines arrive in time; the same as the kernels' distance
 
-template <bool Prefetches, size_t Bytes>
-void prefetch(const uint8_t* from) {
-    if constexpr (Prefetches)
-        for (size_t at = 0; at < Bytes * LIMIT_BYTES; at += 64)
-            __builtin_prefetch(from + kAhead + at);
-}
-
-template <bool Prefetches, size_t SrcBytes, size_t DstBytes, bool ReadsDestination, bool Mask>
+template <size_t SrcBytes, size_t DstBytes, Reads What, bool Prefetches>
 void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) {
     for (size_t done = 0; done < pixels; done += LIMIT_BYTES) {
         const auto* s = reinterpret_cast<const Vector*>(src + done * SrcBytes);
         auto* d = reinterpret_cast<Vector*>(dst + done * DstBytes);
-        prefetch<Prefetches, SrcBytes>(src + done * SrcBytes);
-        prefetch<Prefetches, DstBytes>(dst + done * DstBytes);
+        for (size_t at = 0; Prefetches && at < SrcBytes * LIMIT_BYTES; at += 64)
+            __builtin_prefetch(src + done * SrcBytes + kAhead + at);
+        for (size_t at = 0; Prefetches && at < DstBytes * LIMIT_BYTES; at += 64)
+            __builtin_prefetch(dst + done * DstBytes + kAhead + at);
         Vector out[DstBytes];
         for (size_t i = 0; i < DstBytes; ++i)
             out[i] = s[i % SrcBytes];
         for (size_t i = DstBytes; i < SrcBytes; ++i)
             out[i % DstBytes] ^= s[i];
-        if constexpr (Mask)
+        if constexpr (What == kMaskToo)
             out[0] ^= *reinterpret_cast<const Vector*>(mask + done);
         for (size_t i = 0; i < DstBytes; ++i) {
-            if constexpr (ReadsDestination)
+            if constexpr (What != kSource)
                 out[i] ^= d[i];
             d[i] = out[i];
         }
@@ -42,43 +40,20 @@ void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) 
     }
 }
 
-template <bool Prefetches, size_t SrcBytes, size_t DstBytes>
-LimitLoop choose(const Traffic& t) {
-    if (t.mask)
-        return loop<Prefetches, SrcBytes, DstBytes, true, true>;
-    return t.readsDestination ? loop<Prefetches, SrcBytes, DstBytes, true, false>
-                              : loop<Prefetches, SrcBytes, DstBytes, false, false>;
-}
-
-template <bool Prefetches, size_t SrcBytes>
-LimitLoop choose(const Traffic& t) {
-    switch (t.dstBytes) {
-    case 2:
-        return choose<Prefetches, SrcBytes, 2>(t);
-    case 3:
-        return choose<Prefetches, SrcBytes, 3>(t);
-    default:
-        return choose<Prefetches, SrcBytes, 4>(t);
-    }
-}
-
-template <bool Prefetches>
-LimitLoop choose(const Traffic& t) {
-    switch (t.srcBytes) {
-    case 2:
-        return choose<Prefetches, 2>(t);
-    case 3:
-        return choose<Prefetches, 3>(t);
-    default:
-        return choose<Prefetches, 4>(t);
-    }
+// By the digits of their number: the source's bytes, the destination's, what is read, whether it prefetches.
+template <size_t... I>
+LimitLoop numbered(size_t number, std::index_sequence<I...>) {
+    static constexpr LimitLoop kLoops[] = {
+        loop<2 + I % 3, 2 + I / 3 % 3, static_cast<Reads>(I / 9 % 3), I / 27 == 1>...};
+    return kLoops[number];
 }
 
 } // namespace
 
 template <>
-LimitLoop limitLoopOfWidth<LIMIT_BYTES>(const Traffic& t, bool prefetches) {
-    return prefetches ? choose<true>(t) : choose<false>(t);
+LimitLoop limitLoop<LIMIT_BYTES>(int srcBytes, int dstBytes, Reads reads, bool prefetches) {
+    const int number = srcBytes - 2 + 3 * (dstBytes - 2) + 9 * reads + (prefetches ? 27 : 0);
+    return numbered(static_cast<size_t>(number), std::make_index_sequence<54>());
 }
 
 } // namespace bench

@@ -1,247 +1,129 @@
 // SPDX-License-Identifier: Zlib
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <ctime>
-#include <exception>
-#include <filesystem>
 #include <fstream>
-#include <memory>
-#include <sstream>
+#include <optional>
+#include <tuple>
 
-#include <benchmark/benchmark.h>
-#include <fnmatch.h>
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
 #include <sched.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
-#include "bench/check.h"
-#include <ormsel/ormsel_target.h>
-
-namespace {
+#include "bench/report.h"
 
 using namespace bench;
 
-constexpr const char* kUsage = R"(Usage: ormsel-bench [OPTION]...
-Measures Ormsel's routines beside other libraries and the memory's own limit.
-
-  --rows PATTERN   only rows that match, for example 'argb32*'; several with commas
-  --sizes LIST     of 64x64, 800x600, 3840x2160 and call, with commas; all without this option
-  --quick          800x600 and calls only, with few passes
-  --passes N       passes of each case
-  --json FILE      write all figures
-  --charts DIR     draw charts (needs gnuplot)
-  --check          compare with what the library promises
-  --compare FILE   compare with the figures of an earlier --json; exit status 1 when a row lost more than its noise
-  --from FILE      take the figures of an earlier --json instead of measuring
-  --list           name the rows
-  --help           this text
-)";
+namespace {
 
 struct Options {
-    std::string rowPatterns = "*", sizeNames = "64x64,800x600,3840x2160,call", json, charts, compare, from;
-    bool quick = false, check = false, list = false, help = false;
+    std::string rows = "*", sizes, json, charts, page, compare, from;
+    bool quick = false, check = false, list = false;
     int passes = 0;
 };
 
-bool parse(int argc, char** argv, Options& o) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        std::string* text = option == "--rows"      ? &o.rowPatterns
-                            : option == "--sizes"   ? &o.sizeNames
-                            : option == "--json"    ? &o.json
-                            : option == "--charts"  ? &o.charts
-                            : option == "--compare" ? &o.compare
-                            : option == "--from"    ? &o.from
-                                                    : nullptr;
-        bool* flag = option == "--quick"   ? &o.quick
-                     : option == "--check" ? &o.check
-                     : option == "--list"  ? &o.list
-                     : option == "--help"  ? &o.help
-                                           : nullptr;
-        if (flag)
-            *flag = true;
-        else if (i + 1 == argc)
-            return false;
-        else if (text)
-            *text = argv[++i];
-        else if (option == "--passes" && (o.passes = std::atoi(argv[++i])) > 0)
-            continue;
-        else
-            return false;
-    }
-    if (o.quick)
-        o.sizeNames = "800x600,call";
-    return true;
-}
-
-bool listed(const std::string& list, const std::string& name) {
-    std::istringstream in(list);
-    for (std::string pattern; std::getline(in, pattern, ',');)
-        if (fnmatch(pattern.c_str(), name.c_str(), 0) == 0)
-            return true;
-    return false;
-}
-
-struct Plan {
-    const Row* row;
-    const Size* size;
-    Content content;
-};
-
-std::vector<Plan> planOf(const Options& o) {
-    std::vector<Plan> plan;
-    for (const Row& row : rows) {
-        if (!listed(o.rowPatterns, row.name))
-            continue;
-        for (const Size& size : row.call ? callSizes : pictureSizes)
-            if (listed(o.sizeNames, row.call ? "call" : size.name))
-                for (const Content content : contentsOf(row))
-                    plan.push_back({&row, &size, content});
-    }
-    return plan;
-}
+} // namespace
 
 // One core, the last one that we may use: the first ones tend to serve interrupts.
-void pin() {
-    cpu_set_t allowed;
+static void pin() {
+    cpu_set_t allowed, one;
+    CPU_ZERO(&one);
     if (sched_getaffinity(0, sizeof allowed, &allowed) != 0)
         return;
-    for (int core = CPU_SETSIZE - 1; core >= 0; --core) {
-        if (CPU_ISSET(core, &allowed)) {
-            CPU_ZERO(&allowed);
-            CPU_SET(core, &allowed);
-            sched_setaffinity(0, sizeof allowed, &allowed);
-            return;
-        }
-    }
+    for (int core = CPU_SETSIZE - 1; core >= 0 && CPU_COUNT(&one) == 0; --core)
+        if (CPU_ISSET(core, &allowed))
+            CPU_SET(core, &one);
+    sched_setaffinity(0, sizeof one, &one);
 }
 
-std::string processorName() {
+static Report reportOfMachine() {
+    Report r = {"unknown processor", "", BENCH_SYSTEM, BENCH_COMPILER, libraryVersions(), ourTargets(), {}};
     std::ifstream in("/proc/cpuinfo");
     for (std::string line; std::getline(in, line);)
-        if (line.rfind("model name", 0) == 0)
-            return line.substr(line.find(':') + 2);
-    return "unknown";
+        if (line.starts_with("model name"))
+            r.processor = line.substr(line.find(':') + 2);
+    const auto kilobytes = [](int name) { return sysconf(name) / 1024; };
+    r.caches = fmt::format("L1 {} KiB, L2 {} KiB, L3 {} KiB", kilobytes(_SC_LEVEL1_DCACHE_SIZE),
+                           kilobytes(_SC_LEVEL2_CACHE_SIZE), kilobytes(_SC_LEVEL3_CACHE_SIZE));
+    return r;
 }
 
-Machine describeMachine(const Sdl2Process* sdl2) {
-    Machine m;
-    m.processor = processorName() + ", " + ormsel_TargetName();
-    for (const auto& cache : benchmark::CPUInfo::Get().caches)
-        if (cache.type != "Instruction")
-            m.caches += (m.caches.empty() ? "" : ", ") + std::string("L") + std::to_string(cache.level) +
-                        " " + std::to_string(cache.size / 1024) + " KiB";
-    utsname system;
-    uname(&system);
-    m.system = std::string(system.sysname) + " " + system.machine;
-#if defined(__clang__)
-    m.compiler = "clang " __clang_version__;
-#else
-    m.compiler = "g++ " __VERSION__;
-#endif
-    m.libraries = libraryVersions() + (sdl2 ? ", SDL " + sdl2->version() + " in its own process" : "");
-    return m;
-}
-
-std::unique_ptr<Sdl2Process> startSdl2(const SharedMemory& memory) {
-    try {
-        const auto self = std::filesystem::read_symlink("/proc/self/exe");
-        return std::make_unique<Sdl2Process>(self.parent_path() / "ormsel-bench-sdl2", memory);
-    } catch (const std::exception& e) {
-        std::fprintf(stderr, "SDL 2 is left out: %s\n", e.what());
-        return nullptr;
-    }
-}
-
-class Progress {
-public:
-    explicit Progress(size_t total) : total_(total) {}
-    void show(const Plan& p) {
-        const long spent = static_cast<long>(std::time(nullptr) - start_);
-        const long left = done_ ? spent * static_cast<long>(total_ - done_) / static_cast<long>(done_) : 0;
-        if (isatty(STDERR_FILENO))
-            std::fprintf(stderr, "\r\033[K[%zu/%zu] %s %s %s, about %ld s left", done_ + 1, total_,
-                         p.row->name, p.size->name, name(p.content), left);
-        ++done_;
-    }
-    void clear() const {
-        if (isatty(STDERR_FILENO))
-            std::fprintf(stderr, "\r\033[K");
-    }
-
-private:
-    size_t total_, done_ = 0;
-    std::time_t start_ = std::time(nullptr);
-};
-
-Report measureAll(const Options& o) {
-    const std::vector<Plan> plan = planOf(o);
+static Report measureAll(const Options& o) {
+    const std::string sizes = !o.sizes.empty() ? o.sizes : o.quick ? "800x600,call,tiles" : "*";
+    std::vector<std::tuple<const Row*, const Size*, const char*>> plan;
+    const std::vector<Row> rows = allRows();
+    for (const Row& row : rows)
+        for (const Size& size : allSizes())
+            for (const char* content : {kSprite, kRandom})
+                if (size.shape == row.shape && listed(o.rows, row.name) && listed(sizes, size.group) &&
+                    (row.hasAlpha() || content == kRandom))
+                    plan.emplace_back(&row, &size, content);
     if (plan.empty())
         throw std::runtime_error("no row of that name in that size (--list names the rows)");
     pin();
-    SharedMemory memory;
-    const std::unique_ptr<Sdl2Process> sdl2 = startSdl2(memory);
-    Report report;
-    report.machine = describeMachine(sdl2.get());
-    printMachine(report.machine);
-    Progress progress(plan.size());
-    for (const Plan& p : plan) {
-        progress.show(p);
-        Case c(*p.row, *p.size, p.content, memory);
-        const bool large = p.size->pixels() > 1000000;
-        const int passes = o.passes ? o.passes : o.quick ? 7 : large ? 9 : 21;
-        const std::vector<Result> results = measure(c, sdl2.get(), {o.quick ? 2e-3 : 4e-3, passes});
-        progress.clear();
-        printCase(results, p.row->why);
-        report.results.insert(report.results.end(), results.begin(), results.end());
+    Report report = reportOfMachine();
+    printMachine(report);
+    const auto progress = [terminal = isatty(STDERR_FILENO)](const std::string& text) {
+        fmt::print(stderr, "{}{}", terminal ? "\r\033[K" : "", terminal ? text : "");
+    };
+    const std::time_t start = std::time(nullptr);
+    for (const auto& [row, size, content] : plan) {
+        const size_t done = report.cases.size(), left = plan.size() - done;
+        const auto spent = static_cast<size_t>(std::time(nullptr) - start);
+        progress(fmt::format("[{}/{}] {} {} {}, about {} s left", done + 1, plan.size(), row->name,
+                             size->name, content, done ? spent * left / done : 0));
+        Case c(*row, *size, content);
+        const int passes = o.passes ? o.passes : o.quick ? 7 : size->pixels() > 1000000 ? 9 : 21;
+        report.cases.push_back(measure(c, o.quick ? 2e-3 : 4e-3, passes));
+        progress("");
+        printCase(report.cases.back());
     }
     return report;
 }
 
-int run(const Options& o) {
-    std::optional<Report> report, old;
-    if (!o.compare.empty() && !(old = readJson(o.compare)))
-        throw std::runtime_error("can't read " + o.compare);
-    report = o.from.empty() ? measureAll(o) : readJson(o.from);
-    if (!report)
-        throw std::runtime_error("can't read " + o.from);
-    printNoise(*report);
-    if (!o.json.empty() && !writeJson(*report, o.json))
-        throw std::runtime_error("can't write " + o.json);
-    if (!o.charts.empty()) {
-        std::filesystem::create_directories(o.charts);
-        if (!drawCharts(*report, o.charts))
-            throw std::runtime_error("gnuplot failed");
-    }
-    int failed = o.check ? printCheck(*report) : 0;
+static int run(const Options& o) {
+    std::optional<Report> old; // read first: a name that is wrong shall not cost a measurement
+    if (!o.compare.empty())
+        old = readJson(o.compare);
+    const Report report = o.from.empty() ? measureAll(o) : readJson(o.from);
+    fmt::print("\nNoise: {}.\n", noiseOf(report));
+    if (!o.json.empty())
+        writeJson(report, o.json);
+    if (!o.charts.empty())
+        drawCharts(report, o.charts);
+    if (!o.page.empty())
+        writePage(report, o.page);
+    size_t failed = o.check ? printCheck(report) : 0;
     if (old)
-        failed += printComparison(*old, *report);
+        failed += printComparison(*old, report);
     return failed ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
-} // namespace
-
 int main(int argc, char** argv) {
-    Options options;
-    if (!parse(argc, argv, options)) {
-        std::fputs(kUsage, stderr);
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(kUsage, stdout);
-        return EXIT_SUCCESS;
-    }
-    if (options.list) {
-        for (const Row& row : rows)
-            std::printf("%s\n", row.name);
-        return EXIT_SUCCESS;
-    }
+    CLI::App app("Measures Ormsel's routines beside other libraries and the memory's own limit.");
+    Options o;
+    app.add_option("--rows", o.rows, "only rows that match, for example 'argb32*'; several with commas");
+    app.add_option("--sizes", o.sizes, "of 64x64, 800x600, 3840x2160, call and tiles, with commas");
+    app.add_flag("--quick", o.quick, "few passes, and without --sizes only 800x600, call and tiles");
+    app.add_option("--passes", o.passes, "passes of each case")->check(CLI::PositiveNumber);
+    app.add_option("--json", o.json, "write all figures to this file");
+    app.add_option("--charts", o.charts, "draw charts into this directory (needs gnuplot)");
+    app.add_option("--page", o.page, "write docs/performance.md with these figures");
+    app.add_flag("--check", o.check, "compare with what the library promises; exit status 1 when not met");
+    app.add_option("--compare", o.compare,
+                   "an earlier --json; exit status 1 when a case lost more than its noise");
+    app.add_option("--from", o.from, "take the figures of an earlier --json instead of measuring");
+    app.add_flag("--list", o.list, "name the rows");
     try {
-        return run(options);
+        app.parse(argc, argv);
+        for (const Row& row : allRows())
+            if (o.list)
+                fmt::print("{}\n", row.name);
+        return o.list ? EXIT_SUCCESS : run(o);
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) ? 2 : EXIT_SUCCESS;
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "ormsel-bench: %s\n", e.what());
+        fmt::print(stderr, "ormsel-bench: {}\n", e.what());
         return 2;
     }
 }

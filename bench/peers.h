@@ -3,16 +3,11 @@
 // Everything that can draw a row: Ormsel on each processor target, other libraries, and the memory's limit.
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "bench/images.h"
+#include "bench/cases.h"
 
 namespace bench {
 
-enum class Kind {
+enum Kind {
     kOurs,
     kStraight,      // does the same work: straight alpha in, or no alpha at all
     kPremultiplied, // gets its source premultiplied for nothing
@@ -21,51 +16,69 @@ enum class Kind {
 };
 
 struct Participant {
-    std::string name;
+    std::string name, target; // the target is ours, or the one whose instructions a peer is limited to
     Kind kind;
-    const char* note; // nullptr, or what its figures leave out
-    // Draws the next images, one after the other; the seconds it took if it measures itself.
-    std::function<double(size_t blits)> blit;
-    bool measuresItself = false;
+    std::function<void(size_t count)> blit; // the next blits of the case
+    std::function<void()> prepare = [] {};  // before blits that may follow another participant's
 };
 
-// SDL 2 in a process of its own. Its images lie in the shared memory.
-class Sdl2Process {
-public:
-    Sdl2Process(const std::string& program, const SharedMemory& memory);
-    ~Sdl2Process();
-    Sdl2Process(const Sdl2Process&) = delete;
-    Sdl2Process& operator=(const Sdl2Process&) = delete;
+using Participants = std::vector<Participant>;
 
-    const std::string& version() const { return version_; }
-    void load(const Case& c);
-    double blit(size_t blits); // seconds
-    const SharedMemory& memory;
+// The first one is what the others are compared with: the limit, or SDL 1.2 for calls and tiles. They refer
+// to the case.
+Participants participantsOf(const Case& c);
 
-private:
-    int pid_, to_, from_;
-    std::string version_;
-};
+// A peer that is limited to a target's instructions has its name: "libyuv avx2". What can't be limited uses
+// none that the vector targets don't have: SDL 1.2 and SDL 2 MMX and SSE2, pixman no more than SSSE3.
+void addLibyuv(Participants& list, const Case& c);
+void addSdl2(Participants& list, const Case& c);
 
-// sdl2 may be nullptr. The first one is what the others are compared with: the limit, or SDL 1.2 for a call.
-std::vector<Participant> participantsOf(const Case& c, Sdl2Process* sdl2);
+// Whether SDL blends in the row. It has no masks, and SDL 1.2 no constant alpha on top of the pixels' own.
+bool sdlBlends(const Row& row);
 
-void addLibyuv(std::vector<Participant>& list, const Case& c);
-
-// Versions of the linked libraries, for the report.
+std::vector<std::string> ourTargets(); // best first
 std::string libraryVersions();
+std::string sdl2Version(); // or that there is none
 
-// A participant's function from one that draws one image of a list.
-template <class Image, class Blit>
-std::function<double(size_t)> inTurn(std::vector<Image> images, Blit blit) {
-    return [images = std::move(images), blit, next = size_t{0}](size_t blits) mutable {
-        for (; blits; --blits) {
-            blit(images[next]);
-            if (++next == images.size())
+// The images of a case as a library sees them, set by set.
+template <class Image>
+struct Images {
+    Image src, dst, mask;
+};
+
+// make() gets the pixels, their extent and their format.
+template <class Make>
+auto imagesOf(const Case& c, bool premultiplied, Make make) {
+    static constexpr FormatInfo kMask = {"mask", 1, 8, 0, 0, 0, 0};
+    std::vector<Images<decltype(make(nullptr, c.sheet, kMask))>> all;
+    for (const ImageSet& set : c.sets) {
+        all.push_back({make(premultiplied ? set.premultiplied : set.src, c.sheet, info(c.row.src)),
+                       make(set.dst, c.screen, info(c.row.dst)), nullptr});
+        if (set.mask)
+            all.back().mask = make(set.mask, c.sheet, kMask);
+    }
+    return all;
+}
+
+// A participant's function: draw() gets images and blits, one after the other.
+template <class Set, class Draw>
+std::function<void(size_t)> inTurn(const Case& c, std::vector<Set> sets, Draw draw) {
+    return [&c, sets = std::move(sets), draw = std::move(draw), next = size_t{0}](size_t count) mutable {
+        for (; count; --count) {
+            draw(sets[c.blits[next].set], c.blits[next]);
+            if (++next == c.blits.size())
                 next = 0;
         }
-        return 0.0;
     };
 }
+
+// A loop that moves the memory of a row and computes nothing. Pixels come in multiples of 64.
+using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
+enum Reads { kSource, kSourceAndDestination, kMaskToo };
+
+// The loop with vectors of so many bytes. Pixels have 2 to 4 bytes. CMakeLists.txt says which widths there
+// are.
+template <size_t Width>
+LimitLoop limitLoop(int srcBytes, int dstBytes, Reads reads, bool prefetches);
 
 } // namespace bench

@@ -306,27 +306,39 @@ using GenericStep = std::conditional_t<
     std::conditional_t<SrcBytes == 2, FromShortStep<DstBytes, Alpha>, WideStep<SrcBytes, DstBytes, Alpha>>>;
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
-void drawGenericRows(const Block& b) {
-    constexpr bool kMasked = Alpha == AlphaSource::kOfMask;
-    const GenericStep<SrcBytes, DstBytes, Alpha> step(b);
-    walkRows(b, kMasked ? b.mask : b.dst, kMasked ? b.maskPitch : b.dstPitch, step,
-             [&b, kernel = kMasks ? nullptr : kScalarKernels.generic(b)](
-                 const uint8_t* src, uint8_t* dst, const uint8_t* third, size_t pixels) {
-                 Block rest = b;
-                 rest.src = src;
-                 rest.dst = dst;
-                 rest.mask = kMasked ? third : nullptr;
-                 rest.width = pixels;
-                 rest.height = 1;
-                 kernel(rest);
-             });
-}
+struct GenericWalk {
+    using Step = GenericStep<SrcBytes, DstBytes, Alpha>;
+    static constexpr bool kMasked = Alpha == AlphaSource::kOfMask;
+
+    explicit HWY_INLINE GenericWalk(const Block& b)
+        : step(b), third(kMasked ? b.mask : b.dst), thirdPitch(kMasked ? b.maskPitch : b.dstPitch), block(b),
+          restKernel(kMasks ? nullptr : kScalarKernels.generic(b)) {}
+
+    HWY_INLINE void rest(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) const {
+        Block end = block;
+        end.src = src;
+        end.dst = dst;
+        end.mask = kMasked ? mask : nullptr;
+        end.width = pixels;
+        end.height = 1;
+        restKernel(end);
+    }
+
+    Step step;
+    const uint8_t* third;
+    ptrdiff_t thirdPitch;
+    const Block& block;
+    Kernel restKernel;
+};
+
+template <int SrcBytes, int DstBytes, AlphaSource Alpha>
+constexpr Kernel kRows = drawRows<GenericWalk<SrcBytes, DstBytes, Alpha>>;
 
 template <AlphaSource Alpha>
 constexpr Kernel kGenericRows[3][3] = {
-    {drawGenericRows<2, 2, Alpha>, drawGenericRows<2, 3, Alpha>, drawGenericRows<2, 4, Alpha>},
-    {drawGenericRows<3, 2, Alpha>, drawGenericRows<3, 3, Alpha>, drawGenericRows<3, 4, Alpha>},
-    {drawGenericRows<4, 2, Alpha>, drawGenericRows<4, 3, Alpha>, drawGenericRows<4, 4, Alpha>},
+    {kRows<2, 2, Alpha>, kRows<2, 3, Alpha>, kRows<2, 4, Alpha>},
+    {kRows<3, 2, Alpha>, kRows<3, 3, Alpha>, kRows<3, 4, Alpha>},
+    {kRows<4, 2, Alpha>, kRows<4, 3, Alpha>, kRows<4, 4, Alpha>},
 };
 
 // Formats that a program made up, and alphas of more than 8 bits, are left to the scalar kernel.

@@ -43,7 +43,7 @@ template <class Rule>
 Kernel rowsOf(const Block& b) {
     if (b.width < Rule::kUnit)
         return drawRows<Rule, 1>;
-    if constexpr (kHasSteps && !Rule::kDrawsAll)
+    if constexpr (kHasSteps && Rule::Source::kBytes != 3) // no vector loads three bytes
         if (b.width >= kPixelsInShortStep && orderIsFree(b))
             return drawRows<Rule, kPixelsInStep, kPixelsInShortStep, Rule::kUnit, 1>;
     return drawRows<Rule, Rule::kUnit, 1>;
@@ -71,7 +71,6 @@ void copyRows(const Block& b) {
 
 // --- The generic rule ---------------------------------------------------------------------------------
 
-// The rule is a copy, which no store to the destination can change: compilers keep it in registers.
 template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
 [[gnu::always_inline]] inline void drawGenericPixel(const Rule& rule, const uint8_t* src, uint8_t* dst,
                                                     const uint8_t* mask) {
@@ -91,11 +90,12 @@ template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
 template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
 void drawGenericRows(const Block& b) {
     const Rule rule(b);
+    const size_t width = b.width;
     const uint8_t* src = b.src;
     const uint8_t* mask = b.mask;
     uint8_t* dst = b.dst;
     for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch, mask += b.maskPitch)
-        for (size_t x = 0; x < b.width; ++x)
+        for (size_t x = 0; x < width; ++x)
             drawGenericPixel<Rule, SrcBytes, DstBytes, By>(rule, src + SrcBytes * x, dst + DstBytes * x,
                                                            By == AlphaSource::kOfMask ? mask + x : mask);
 }

@@ -20,17 +20,22 @@
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// Walks the rows of a block with a step. Beside source and destination pixels a step gets a third pointer,
-// into rows of kThirdBytes a pixel: the old destination pixels or the mask. rest takes the last pixels of a
-// row where the target has no masked step for them.
-template <class Step, class Rest>
-HWY_INLINE void walkRows(const Block& b, const uint8_t* third, ptrdiff_t thirdPitch, const Step& step,
-                         const Rest& rest) {
+// The kernel that walks the rows of a block. A Walk has
+//   - step: draws the pixels of one vector, or, where the target has masks, the first few; its type says how
+//     many (kPixels) and of how many bytes (kSrcBytes, kDstBytes, kThirdBytes)
+//   - third, thirdPitch: beside source and destination, where steps read: old destination pixels, or the mask
+//   - rest(src, dst, third, pixels): draws the last pixels of a row where the target has no masks
+template <class Walk>
+void drawRows(const Block& b) {
+    using Step = typename Walk::Step;
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
                      kThird = Step::kThirdBytes;
+    const Walk walk(b);
+    const Step& step = walk.step;
     const size_t left = b.width % kPixels, whole = b.width - left;
-    const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
+    const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch, thirdPitch = walk.thirdPitch;
     const uint8_t* src = b.src;
+    const uint8_t* third = walk.third;
     uint8_t* dst = b.dst;
     if constexpr (kMasks && requires { Step::kTakesTwoRows; }) {
         // Two rows at a time, unless a row of the destination reaches into the next one, which then blends
@@ -62,17 +67,27 @@ HWY_INLINE void walkRows(const Block& b, const uint8_t* third, ptrdiff_t thirdPi
         if constexpr (kMasks)
             step(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, First{left});
         else
-            rest(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, left);
+            walk.rest(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, left);
     }
 }
 
-// The kernel of a rule whose vector form is Step.
-template <class Rule, class Step>
-void drawRows(const Block& b) {
-    walkRows(b, b.old, b.oldPitch, Step(b.constantAlpha),
-             [rule = Rule(b.constantAlpha)](const uint8_t* src, uint8_t* dst, const uint8_t* old,
-                                            size_t pixels) { drawRest(rule, src, dst, old, pixels); });
-}
+// Walks by a rule whose vector form is S.
+template <class Rule, class S>
+struct RouteWalk {
+    using Step = S;
+
+    explicit HWY_INLINE RouteWalk(const Block& b)
+        : step(b.constantAlpha), rule(b.constantAlpha), third(b.old), thirdPitch(b.oldPitch) {}
+
+    HWY_INLINE void rest(const uint8_t* src, uint8_t* dst, const uint8_t* old, size_t pixels) const {
+        drawRest(rule, src, dst, old, pixels);
+    }
+
+    Step step;
+    Rule rule;
+    const uint8_t* third;
+    ptrdiff_t thirdPitch;
+};
 
 // --- 8-bit channels -----------------------------------------------------------------------------------
 
@@ -345,8 +360,8 @@ template <class Src, class Dst>
 Kernel routeKernel(const Block& b) {
     using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
     using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    return Faded::fades(b.constantAlpha) ? drawRows<Faded, typename StepOfRule<Faded>::Type>
-                                         : drawRows<Full, typename StepOfRule<Full>::Type>;
+    return Faded::fades(b.constantAlpha) ? drawRows<RouteWalk<Faded, typename StepOfRule<Faded>::Type>>
+                                         : drawRows<RouteWalk<Full, typename StepOfRule<Full>::Type>>;
 }
 
 // --- Copies -------------------------------------------------------------------------------------------

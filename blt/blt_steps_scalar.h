@@ -44,39 +44,30 @@ template <class Rule>
     }
 }
 
-// Draws Count pixels, which are all read before one of them is stored: single ones, or whole units.
-template <class Rule, size_t Count>
-[[gnu::always_inline]] inline void drawPixels(const Rule& rule, const uint8_t* src, uint8_t* dst,
-                                              const uint8_t* old) {
-    constexpr size_t kSrc = Rule::Source::kBytes, kDst = Rule::Destination::kBytes;
-    static_assert(Count == 1 || Count % Rule::kUnit == 0);
-    uint32_t weights[Count], some = 0;
-    for (size_t i = 0; i < Count; ++i) {
-        weights[i] = rule.weight(Rule::Source::load(src + kSrc * i));
-        some |= weights[i];
-    }
-    if (!some)
-        return;
-    Stored<Rule> pixels[Count];
-    for (size_t i = 0; i < Count; ++i)
-        pixels[i] = static_cast<Stored<Rule>>(
-            rule.mix(Rule::Source::load(src + kSrc * i), loadPixel<kDst>(old + kDst * i), weights[i]));
-    if constexpr (Count == 1)
-        storePixel<kDst>(dst, pixels[0]);
-    else
-        for (size_t i = 0; i < Count; i += Rule::kUnit)
-            storeUnit<Rule>(dst + kDst * i, pixels + i, weights + i);
-}
-
-// Draws pixels in steps of Count as long as they suffice; returns how many are left.
+// Draws pixels in steps of Count as long as they suffice; returns how many are left. The pixels of a step are
+// all read before one of them is stored: a single one, or whole units.
 template <class Rule, size_t Count>
 [[gnu::always_inline]] inline size_t drawSteps(const Rule& rule, const uint8_t*& src, uint8_t*& dst,
                                                const uint8_t*& old, size_t pixels) {
-    for (; pixels >= Count; pixels -= Count) {
-        drawPixels<Rule, Count>(rule, src, dst, old);
-        src += Count * Rule::Source::kBytes;
-        dst += Count * Rule::Destination::kBytes;
-        old += Count * Rule::Destination::kBytes;
+    constexpr size_t kSrc = Rule::Source::kBytes, kDst = Rule::Destination::kBytes;
+    static_assert(Count == 1 || Count % Rule::kUnit == 0);
+    for (; pixels >= Count; pixels -= Count, src += Count * kSrc, dst += Count * kDst, old += Count * kDst) {
+        uint32_t weights[Count], some = 0;
+        for (size_t i = 0; i < Count; ++i) {
+            weights[i] = rule.weight(Rule::Source::load(src + kSrc * i));
+            some |= weights[i];
+        }
+        if (!Rule::kDrawsAll && !some)
+            continue;
+        Stored<Rule> out[Count];
+        for (size_t i = 0; i < Count; ++i)
+            out[i] = static_cast<Stored<Rule>>(
+                rule.mix(Rule::Source::load(src + kSrc * i), loadPixel<kDst>(old + kDst * i), weights[i]));
+        if constexpr (Count == 1)
+            storePixel<kDst>(dst, out[0]);
+        else
+            for (size_t i = 0; i < Count; i += Rule::kUnit)
+                storeUnit<Rule>(dst + kDst * i, out + i, weights + i);
     }
     return pixels;
 }

@@ -1,60 +1,50 @@
 /* SPDX-License-Identifier: Zlib */
-/* Blends one bitmap onto another through an 8-bit mask and prints a row of the result. The library takes
- * bitmaps from whoever provides the platform's calls; on a desktop host that is ormsel_platform. */
+/* Masks a picture: an 8-bit surface says how much of each pixel is seen; here a soft-edged ring.
+ *     mask PICTURE.bmp */
 #include <stdio.h>
-#include <string.h>
 
 #include <ormsel/ormsel.h>
-#include <proto/Picasso96API.h>
-#include <proto/graphics.h>
 
-enum { width = 8, height = 1 };
+enum { size = 128 };
 
-static struct BitMap* makeBitMap(uint32 format, uint32 depth) {
-    return AllocBitMap(width, height, depth, BMF_CHECKVALUE | BMF_CLEAR,
-                       HOST_TAGLIST(BMATags_RGBFormat, format, TAG_DONE));
+/* Any picture will do; this one has no alpha of its own. */
+static void paintStripes(SDL_Surface* picture) {
+    SDL_Rect stripe = {0, 0, 16, size};
+    for (; stripe.x < size; stripe.x = (Sint16)(stripe.x + 16))
+        SDL_FillRect(picture, &stripe,
+                     SDL_MapRGB(picture->format, (Uint8)(2 * stripe.x), 200, (Uint8)(255 - stripe.x)));
 }
 
-/* Runs `draw` over the rows of a locked bitmap. */
-static void eachRow(struct BitMap* bitmap, void (*draw)(uint8* row)) {
-    struct RenderInfo info;
-    int32 lock = p96LockBitMap(bitmap, (uint8*)&info, sizeof info);
-    if (!lock)
-        return;
-    for (int y = 0; y < height; ++y)
-        draw((uint8*)info.Memory + y * info.BytesPerRow);
-    p96UnlockBitMap(bitmap, lock);
-}
-
-static void paintRed(uint8* row) {
-    for (int x = 0; x < width; ++x)
-        ((uint32*)row)[x] = 0x00FF0000;
-}
-
-/* The mask runs from 0, not drawn, to 255, opaque. */
-static void paintRamp(uint8* row) {
-    for (int x = 0; x < width; ++x)
-        row[x] = (uint8)(x * 255 / (width - 1));
-}
-
-static void printRow(uint8* row) {
-    for (int x = 0; x < width; ++x)
-        printf("%04x%c", ((uint16*)row)[x], x == width - 1 ? '\n' : ' ');
-}
-
-int main(void) {
-    struct BitMap* src = makeBitMap(RGBFB_A8R8G8B8, 32);
-    struct BitMap* mask = makeBitMap(RGBFB_CLUT, 8);
-    struct BitMap* dst = makeBitMap(RGBFB_R5G6B5, 16);
-
-    if (src && mask && dst) {
-        eachRow(src, paintRed);
-        eachRow(mask, paintRamp);
-        BltBitMapAlphaMask(src, 0, 0, dst, 0, 0, width, height, mask, 255, 0);
-        eachRow(dst, printRow);
+static void paintRing(SDL_Surface* mask) {
+    int x, y;
+    for (y = 0; y < size; ++y) {
+        Uint8* row = (Uint8*)mask->pixels + y * mask->pitch;
+        for (x = 0; x < size; ++x) {
+            int dx = x - size / 2, dy = y - size / 2;
+            int fromRing = (dx * dx + dy * dy - 45 * 45) / 6;
+            int shown = 330 - (fromRing < 0 ? -fromRing : fromRing);
+            row[x] = (Uint8)(shown < 0 ? 0 : shown > 255 ? 255 : shown);
+        }
     }
-    FreeBitMap(src);
-    FreeBitMap(mask);
-    FreeBitMap(dst);
-    return src && mask && dst ? 0 : 1;
+}
+
+int main(int argc, char** argv) {
+    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, size, size, 32, 0xFF0000, 0xFF00, 0xFF, 0);
+    SDL_Surface* picture = SDL_CreateRGBSurface(SDL_SWSURFACE, size, size, 32, 0xFF0000, 0xFF00, 0xFF, 0);
+    SDL_Surface* mask = SDL_CreateRGBSurface(SDL_SWSURFACE, size, size, 8, 0, 0, 0, 0);
+    int status = 1;
+
+    if (canvas && picture && mask) {
+        SDL_FillRect(canvas, NULL, SDL_MapRGB(canvas->format, 40, 40, 48));
+        paintStripes(picture);
+        paintRing(mask);
+        SDL_BlitSurfaceAlphaMask(picture, 0, 0, canvas, 0, 0, size, size, mask, 255, 0);
+        status = argc > 1 && SDL_SaveBMP(canvas, argv[1]) != 0;
+    }
+    if (status != 0)
+        fprintf(stderr, "%s\n", SDL_GetError());
+    SDL_FreeSurface(mask);
+    SDL_FreeSurface(picture);
+    SDL_FreeSurface(canvas);
+    return status;
 }

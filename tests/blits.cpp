@@ -27,60 +27,52 @@ struct Arguments {
     SDL_Rect from, to; // of `to` the size is ignored
     RastPort port{};
 
-    explicit Arguments(const Call& c)
-        : sx(c.blit.srcX + c.carry), sy(c.blit.srcY + c.carry), dx(c.blit.dstX - c.carry),
-          dy(c.blit.dstY + c.carry), w(static_cast<unsigned long>(c.blit.width + 2 * c.carry)),
-          h(static_cast<unsigned long>(c.blit.height - c.carry)),
-          alpha(static_cast<unsigned char>(c.blit.alpha)), from{static_cast<Sint16>(sx),
-                                                                static_cast<Sint16>(sy),
-                                                                static_cast<Uint16>(w),
-                                                                static_cast<Uint16>(h)},
-          to{static_cast<Sint16>(dx), static_cast<Sint16>(dy), 3, 9} {
-        port.BitMap = c.dst.native();
+    explicit Arguments(const Call& c) {
+        sx = c.blit.srcX + c.carry, sy = c.blit.srcY + c.carry;
+        dx = c.blit.dstX - c.carry, dy = c.blit.dstY + c.carry;
+        w = static_cast<unsigned long>(c.blit.width + 2 * c.carry);
+        h = static_cast<unsigned long>(c.blit.height - c.carry);
+        alpha = static_cast<unsigned char>(c.blit.alpha);
+        from = {static_cast<Sint16>(sx), static_cast<Sint16>(sy), static_cast<Uint16>(w),
+                static_cast<Uint16>(h)};
+        to = {static_cast<Sint16>(dx), static_cast<Sint16>(dy), 3, 9};
+        port.BitMap = c.dst, port.Layer = c.layer;
     }
 };
 
 } // namespace
 
-#define CALL(...)                                                                                            \
-    [](const Call& c) {                                                                                      \
-        Arguments a(c);                                                                                      \
-        return __VA_ARGS__;                                                                                  \
-    }
+#define ENTRY(id, name, fromSurface, ontoSurface, takesMask, ...)                                            \
+    const Entry id = {name, fromSurface, ontoSurface, takesMask, [](const Call& c) {                         \
+                          Arguments a(c);                                                                    \
+                          return __VA_ARGS__;                                                                \
+                      }};
 
-const Entry kSurface = {"SDL_BlitAlphaSurface", true, true, false,
-                        CALL(SDL_BlitAlphaSurface(c.src.sdl(), &a.from, c.dst.sdl(), &a.to))};
-const Entry kSurfaceWhole = {"SDL_BlitAlphaSurface of a whole source", true, true, false,
-                             CALL(SDL_BlitAlphaSurface(c.src.sdl(), nullptr, c.dst.sdl(), &a.to))};
-const Entry kSurfaceCorner = {"SDL_BlitAlphaSurface without rectangles", true, true, false,
-                              CALL(SDL_BlitAlphaSurface(c.src.sdl(), nullptr, c.dst.sdl(), nullptr))};
-const Entry kSurfaceMasked = {"SDL_BlitSurfaceAlphaMask", true, true, true,
-                              CALL(SDL_BlitSurfaceAlphaMask(c.src.sdl(), a.sx, a.sy, c.dst.sdl(), a.dx, a.dy,
-                                                            a.w, a.h, c.mask.sdl(), a.alpha, c.blit.flags))};
-const Entry kSurfaceToBitmap = {"SDL_BlitAlphaSurfaceBitMap", true, false, false,
-                                CALL(SDL_BlitAlphaSurfaceBitMap(c.src.sdl(), a.sx, a.sy, c.dst.native(), a.dx,
-                                                                a.dy, a.w, a.h, c.blit.flags))};
-const Entry kBitmapToSurface = {"SDL_BlitAlphaBitMapSurface", false, true, false,
-                                CALL(SDL_BlitAlphaBitMapSurface(c.src.native(), a.sx, a.sy, c.dst.sdl(), a.dx,
-                                                                a.dy, a.w, a.h, a.alpha, c.blit.flags))};
-const Entry kBitmap = {"BltAlphaBitMap", false, false, false,
-                       CALL(BltAlphaBitMap(c.src.native(), a.sx, a.sy, c.dst.native(), a.dx, a.dy, a.w, a.h,
-                                           a.alpha, c.blit.flags))};
-const Entry kBitmapMasked = {"BltBitMapAlphaMask", false, false, true,
-                             CALL(BltBitMapAlphaMask(c.src.native(), a.sx, a.sy, c.dst.native(), a.dx, a.dy,
-                                                     a.w, a.h, c.mask.native(), a.alpha, c.blit.flags))};
-const Entry kSurfaceToRastPort = {
-    "SDL_BlitAlphaSurfaceRastPort", true, false, false,
-    CALL(SDL_BlitAlphaSurfaceRastPort(c.src.sdl(), a.sx, a.sy, &a.port, a.dx, a.dy, a.w, a.h, c.blit.flags))};
-const Entry kBitmapToRastPort = {"BltAlphaBitMapRastPort", false, false, false,
-                                 CALL(BltAlphaBitMapRastPort(c.src.native(), a.sx, a.sy, &a.port, a.dx, a.dy,
-                                                             a.w, a.h, a.alpha, c.blit.flags))};
+ENTRY(kSurface, "SDL_BlitAlphaSurface", true, true, false, SDL_BlitAlphaSurface(c.src, &a.from, c.dst, &a.to))
+ENTRY(kSurfaceWhole, "SDL_BlitAlphaSurface of a whole source", true, true, false,
+      SDL_BlitAlphaSurface(c.src, nullptr, c.dst, &a.to))
+ENTRY(kSurfaceCorner, "SDL_BlitAlphaSurface without rectangles", true, true, false,
+      SDL_BlitAlphaSurface(c.src, nullptr, c.dst, nullptr))
+ENTRY(kSurfaceMasked, "SDL_BlitSurfaceAlphaMask", true, true, true,
+      SDL_BlitSurfaceAlphaMask(c.src, a.sx, a.sy, c.dst, a.dx, a.dy, a.w, a.h, c.mask, a.alpha, c.blit.flags))
+ENTRY(kSurfaceToBitmap, "SDL_BlitAlphaSurfaceBitMap", true, false, false,
+      SDL_BlitAlphaSurfaceBitMap(c.src, a.sx, a.sy, c.dst, a.dx, a.dy, a.w, a.h, c.blit.flags))
+ENTRY(kBitmapToSurface, "SDL_BlitAlphaBitMapSurface", false, true, false,
+      SDL_BlitAlphaBitMapSurface(c.src, a.sx, a.sy, c.dst, a.dx, a.dy, a.w, a.h, a.alpha, c.blit.flags))
+ENTRY(kBitmap, "BltAlphaBitMap", false, false, false,
+      BltAlphaBitMap(c.src, a.sx, a.sy, c.dst, a.dx, a.dy, a.w, a.h, a.alpha, c.blit.flags))
+ENTRY(kBitmapMasked, "BltBitMapAlphaMask", false, false, true,
+      BltBitMapAlphaMask(c.src, a.sx, a.sy, c.dst, a.dx, a.dy, a.w, a.h, c.mask, a.alpha, c.blit.flags))
+ENTRY(kSurfaceToRastPort, "SDL_BlitAlphaSurfaceRastPort", true, false, false,
+      SDL_BlitAlphaSurfaceRastPort(c.src, a.sx, a.sy, &a.port, a.dx, a.dy, a.w, a.h, c.blit.flags))
+ENTRY(kBitmapToRastPort, "BltAlphaBitMapRastPort", false, false, false,
+      BltAlphaBitMapRastPort(c.src, a.sx, a.sy, &a.port, a.dx, a.dy, a.w, a.h, a.alpha, c.blit.flags))
 // Its row count is no 16-bit argument.
-const Entry kArray = {
-    "WriteAlphaPixelArray", true, false, false,
-    CALL(WriteAlphaPixelArray(c.array, a.sx, c.blit.srcY, static_cast<unsigned long>(c.blit.src.pitch),
-                              &a.port, a.dx, a.dy, a.w, static_cast<unsigned long>(c.blit.height), a.alpha,
-                              static_cast<unsigned char>(c.blit.src.format.code)))};
+ENTRY(kArray, "WriteAlphaPixelArray", true, false, false,
+      WriteAlphaPixelArray(c.array, a.sx, c.blit.srcY, static_cast<unsigned long>(c.blit.src.pitch), &a.port,
+                           a.dx, a.dy, a.w, static_cast<unsigned long>(c.blit.height), a.alpha,
+                           static_cast<unsigned char>(c.blit.src.format.code)))
+
 const std::vector<const Entry*> kEntries = {
     &kSurface,           &kSurfaceWhole,     &kSurfaceCorner, &kSurfaceMasked,
     &kSurfaceToBitmap,   &kBitmapToSurface,  &kBitmap,        &kBitmapMasked,
@@ -100,20 +92,17 @@ struct Route {
 constexpr Route kRoutes[] = {ORMSEL_ROUTES(ROUTE)};
 
 struct Generic {
-    const char* name;
     bool narrowSource, narrowDestination, masked;
+    const char* name;
     unsigned long (*run)(const BltContext*, unsigned char alphaFill);
 };
-#define GENERIC(function, source, destination, masked)                                                       \
-    {                                                                                                        \
-#        function "<" #        source ", " #        destination ">", sizeof(source) == 2,                    \
-            sizeof(destination) == 2, masked, function < source, destination>                                \
-    }
-constexpr Generic kGenerics[] = {GENERIC(BLT_FallbackBltT, unsigned short, unsigned short, false),
-                                 GENERIC(BLT_FallbackBltT, unsigned long, unsigned short, false),
-                                 GENERIC(BLT_FallbackBltT, unsigned long, unsigned long, false),
-                                 GENERIC(BLT_FallbackBltMaskT, unsigned long, unsigned short, true),
-                                 GENERIC(BLT_FallbackBltMaskT, unsigned long, unsigned long, true)};
+#define GENERIC(...) #__VA_ARGS__, __VA_ARGS__
+constexpr Generic kGenerics[] = {
+    {true, true, false, GENERIC(BLT_FallbackBltT<unsigned short, unsigned short>)},
+    {false, true, false, GENERIC(BLT_FallbackBltT<unsigned long, unsigned short>)},
+    {false, false, false, GENERIC(BLT_FallbackBltT<unsigned long, unsigned long>)},
+    {false, true, true, GENERIC(BLT_FallbackBltMaskT<unsigned long, unsigned short>)},
+    {false, false, true, GENERIC(BLT_FallbackBltMaskT<unsigned long, unsigned long>)}};
 
 // --- Random cases -------------------------------------------------------------------------------------
 

@@ -5,6 +5,8 @@
 
 #include "tests/images.h"
 
+struct Layer;
+
 // What one call is given. `array` is what WriteAlphaPixelArray() takes for a source. `carry`, a multiple of
 // 65536, is added to arguments that the entry point narrows to 16 bits.
 struct Call {
@@ -12,6 +14,7 @@ struct Call {
     const Picture &src, &dst, &mask;
     void* array = nullptr;
     long carry = 0;
+    Layer* layer = nullptr; // of the rastport
 };
 
 struct Entry {

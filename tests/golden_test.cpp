@@ -94,8 +94,8 @@ public:
         for (size_t at = 0; at < memory_.size(); at += bytes_) {
             const uint64_t noise = random.next();
             auto value = static_cast<uint32_t>(noise);
-            static constexpr uint32_t extremes[] = {0xFF, 0xFF000000, 0xFFFFFFFF, 0x8001};
-            const uint32_t extreme = extremes[noise >> 32 & 3];
+            static constexpr uint32_t kExtremes[] = {0xFF, 0xFF000000, 0xFFFFFFFF, 0x8001};
+            const uint32_t extreme = kExtremes[noise >> 32 & 3];
             const uint64_t choice = noise >> 34 & 3;
             value = choice == 0 ? value & ~extreme : choice == 1 ? value | extreme : value;
             for (size_t byte = 0; byte < bytes_; ++byte)

@@ -100,6 +100,8 @@ public:
 
     SDL_Surface* sdl() const { return surface_.get(); }
     BitMap* native() const { return bitmap_.get(); }
+    operator SDL_Surface*() const { return sdl(); }
+    operator BitMap*() const { return native(); }
     void setAlpha(bool use, unsigned alpha) const; // surfaces: SDL_SRCALPHA and the format's alpha
     model::Image image(long first) const;          // `first`: offset of the first pixel in the model's memory
 

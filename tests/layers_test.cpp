@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <random>
 #include <vector>
@@ -20,6 +22,7 @@
 #include <proto/Picasso96API.h>
 #include <proto/graphics.h>
 #include <proto/intuition.h>
+#include <proto/layers.h>
 
 #include "tests/faults.h"
 
@@ -84,7 +87,22 @@ protected:
         for (int n = 0; n < 24; ++n)
             addSource(n);
     }
+    // Whoever comes after the blits can have every layer.
+    void expectUnlocked() {
+        for (const TestWindow& w : windows) {
+            Layer* const layer = w.window->WLayer;
+            const auto other =
+                std::async(std::launch::async, [=] { LockLayerRom(layer), UnlockLayerRom(layer); });
+            const auto free = [&](int seconds) {
+                return other.wait_for(std::chrono::seconds(seconds)) == std::future_status::ready;
+            };
+            EXPECT_TRUE(free(10)) << "a layer is still locked";
+            while (!free(0))
+                UnlockLayerRom(layer);
+        }
+    }
     void TearDown() override {
+        expectUnlocked();
         for (const TestWindow& w : windows)
             CloseWindow(w.window);
         UnlockPubScreen("Workbench", screen);

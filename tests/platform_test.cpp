@@ -20,6 +20,7 @@
 
 #include <SDL.h>
 
+#include <host/debug.h>
 #include <proto/Picasso96API.h>
 #include <proto/exec.h>
 #include <proto/graphics.h>
@@ -102,6 +103,19 @@ TEST_F(Platform, AllocationsAndLocksAreCountedAndFailOnDemand) {
     EXPECT_TRUE(!AllocVec(8, MEMF_ANY) && !makeBitMap(4, 4, RGBFB_CLUT));
     EXPECT_EQ(liveAllocations(), before + 3) << "a bitmap has its record and its pixels";
     FreeVec(memory);
+}
+
+TEST_F(Platform, DebugOutputComesInOnePieceAndIsCut) {
+    std::vector<std::string> said;
+    HOST_SetDebugSink(
+        [](const char* text, void* all) { static_cast<std::vector<std::string>*>(all)->emplace_back(text); },
+        &said);
+    DebugPrintF("%d %s\n", 12, "words");
+    DebugPrintF("%1023s", "x");
+    DebugPrintF("%1024s", "x");
+    HOST_SetDebugSink(nullptr, nullptr);
+    EXPECT_EQ(said, (std::vector<std::string>{"12 words\n", std::string(1022, ' ') + 'x',
+                                              std::string(1019, ' ') + "...\n"}));
 }
 
 std::vector<std::pair<int, int>> points(const Rectangle& r) {
@@ -202,9 +216,19 @@ TEST_F(Platform, MessagesAndSignals) {
 
 constexpr Rectangle kScreenArea = {0, 0, 89, 59};
 
+// Pixels of a layer, row by row from its top-left corner.
+using PixelSet = std::bitset<60 * 40>;
+
 struct ModelLayer {
     Layer* layer;
-    OwnBitMap super, plain; // of a super-bitmap layer; what the layer shows
+    // Of a super-bitmap layer; what the layer shows.
+    OwnBitMap super, plain;
+    // Of a simple-refresh layer: what could not be seen last, and what is to be drawn again.
+    PixelSet hidden, damaged;
+
+    std::size_t at(int x, int y) const {
+        return static_cast<std::size_t>((y - layer->bounds.MinY) * 60 + x - layer->bounds.MinX);
+    }
 };
 
 // What is in front at a place of the screen.
@@ -215,12 +239,13 @@ Layer* topmost(const std::vector<ModelLayer>& layers, int x, int y) {
     return nullptr;
 }
 
-void checkLayers(const std::vector<ModelLayer>& layers, BitMap* screen) {
+void checkLayers(std::vector<ModelLayer>& layers, BitMap* screen) {
     for (const auto& [x, y] : points(kScreenArea))
         ASSERT_TRUE(topmost(layers, x, y) || Pixels(screen).word(x, y) == 0) << x << ',' << y;
-    for (const auto& [layer, super, plain] : layers) {
+    for (ModelLayer& model : layers) {
+        const auto& [layer, super, plain, wasHidden, damaged] = model;
         const Rectangle& b = layer->bounds;
-        std::bitset<60 * 40> seen;
+        PixelSet seen, nowHidden, known;
         for (const ClipRect* piece = layer->ClipRect; piece; piece = piece->Next) {
             const Rectangle& p = piece->bounds;
             const bool hidden = piece->lobs, lost = hidden && layer->Flags & LAYERSIMPLE;
@@ -229,9 +254,10 @@ void checkLayers(const std::vector<ModelLayer>& layers, BitMap* screen) {
             const int left = !hidden ? 0 : super ? b.MinX : p.MinX & ~15;
             const int top = !hidden ? 0 : super ? b.MinY : p.MinY;
             for (const auto& [x, y] : points(p)) {
-                const auto place = static_cast<std::size_t>((y - b.MinY) * 60 + x - b.MinX);
+                const std::size_t place = model.at(x, y);
                 ASSERT_TRUE(contains(b, x, y) && !seen[place]) << "the pieces fill the layer once";
                 seen.set(place);
+                nowHidden[place] = hidden;
                 ASSERT_EQ(hidden, topmost(layers, x, y) != layer) << x << ',' << y;
                 uint16& value = Pixels(plain.get()).word(x - b.MinX, y - b.MinY);
                 value = lost ? 0 : value;
@@ -239,7 +265,37 @@ void checkLayers(const std::vector<ModelLayer>& layers, BitMap* screen) {
             }
         }
         ASSERT_EQ(seen.count(), points(b).size());
+        for (const auto* area = layer->DamageList->RegionRectangle; area; area = area->Next)
+            for (const auto& [x, y] : points(area->bounds)) {
+                const std::size_t place = model.at(x + b.MinX, y + b.MinY);
+                ASSERT_FALSE(known[place]) << "damaged twice";
+                known.set(place);
+            }
+        if (layer->Flags & LAYERSIMPLE)
+            model.damaged |= wasHidden & ~nowHidden;
+        model.hidden = nowHidden;
+        ASSERT_EQ(known, damaged);
+        ASSERT_EQ(damaged.any(), (layer->Flags & LAYERREFRESH) != 0);
     }
+}
+
+// A program draws all of a layer anew: only what is damaged and visible changes.
+void repair(ModelLayer& model, BitMap* screen) {
+    Layer* const layer = model.layer;
+    SetRPAttrs(layer->rp, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
+    const bool any = BeginUpdate(layer);
+    RectFill(layer->rp, 0, 0, 99, 99);
+    EndUpdate(layer, TRUE);
+    bool expected = false;
+    for (const auto& [x, y] : points(layer->bounds)) {
+        if (!model.damaged[model.at(x, y)] || model.hidden[model.at(x, y)])
+            continue;
+        expected = true;
+        Pixels(model.plain.get()).word(x - layer->bounds.MinX, y - layer->bounds.MinY) = 0xFFFF;
+        ASSERT_EQ(Pixels(screen).word(x, y), 0xFFFF);
+    }
+    ASSERT_EQ(any, expected);
+    model.damaged.reset();
 }
 
 TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
@@ -267,7 +323,7 @@ TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
             const OwnBitMap super = kind == LAYERSUPER ? makeBitMap(w, h, RGBFB_R5G6B5) : nullptr;
             if (Layer* const layer = (front ? CreateUpfrontLayer : CreateBehindLayer)(
                     info, screen.get(), x, y, x + w - 1, y + h - 1, kind | backdrop, super.get())) {
-                layers.push_back({layer, super, picture});
+                layers.push_back({layer, super, picture, {}, {}});
                 reorder(layers.end() - 1, front);
             }
         } else if (action == 1 && DeleteLayer(0, which->layer)) {
@@ -279,7 +335,9 @@ TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
             reorder(which, front);
         } else if (action == 5 || action == 6) {
             MoveLayer(0, which->layer, x, y);
-        } else if (action >= 7) {
+        } else if (action == 7) {
+            repair(*which, screen.get());
+        } else if (action >= 8) {
             std::generate(Pixels(picture.get()).row(0), Pixels(picture.get()).row(h), std::ref(random));
             BltBitMap(picture.get(), 0, 0, which->plain.get(), x, y, w, h, 0xC0, 0xFF, nullptr);
             BltBitMapRastPort(picture.get(), 0, 0, which->layer->rp, x, y, w, h, 0xC0);
@@ -298,11 +356,16 @@ TEST_F(Platform, LayerLocksExcludeOtherThreads) {
     LockLayerRom(layer);
     auto mover = std::async(std::launch::async, [&] { return MoveLayer(0, layer, 1, 1); });
     const auto locker = std::async(std::launch::async, [&] { LockLayerRom(layer), UnlockLayerRom(layer); });
+    SetRPAttrs(layer->rp, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
+    const auto drawer = std::async(std::launch::async, [&] { RectFill(layer->rp, 0, 0, 29, 29); });
     UnlockLayerRom(layer);
     EXPECT_EQ(locker.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "one is held";
     EXPECT_EQ(layer->bounds.MinX, 0);
+    EXPECT_EQ(Pixels(screen.get()).word(15, 15), 0) << "drawing waits, too";
     UnlockLayerRom(layer);
     locker.wait();
+    drawer.wait();
+    EXPECT_EQ(Pixels(screen.get()).word(15, 15), 0xFFFF);
     EXPECT_TRUE(mover.get() && layer->bounds.MinX == 1);
     DisposeLayerInfo(info);
 }
@@ -357,6 +420,31 @@ TEST_F(Platform, InputBecomesTheMessagesAskedFor) {
     }
     EXPECT_EQ(host::rawKeyCode({10, SDLK_AMPERSAND, KMOD_NONE, 0}, true), 1) << "the key of 1 and !";
     EXPECT_EQ(host::rawKeyCode({24, SDLK_a, KMOD_NONE, 0}, false), 0x20) << "only X has keycodes";
+}
+
+TEST_F(Platform, WhatTheHostLostIsShownAgain) {
+    Window* const window =
+        OpenWindowTags(nullptr, WA_Width, 40, WA_Height, 30, WA_IDCMP, IDCMP_RAWKEY, TAG_DONE);
+    ASSERT_NE(window, nullptr);
+    SetRPAttrs(window->RPort, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
+    RectFill(window->RPort, 0, 0, 39, 29);
+    const auto shows = [&](Uint16 pixel) {
+        for (int looks = 0; looks < 2000; ++looks) {
+            GetMsg(window->UserPort);
+            const SDL_Surface* const host = SDL_GetVideoSurface();
+            if (static_cast<const Uint16*>(host->pixels)[39] == pixel)
+                return true;
+            SDL_Delay(1);
+        }
+        return false;
+    };
+    EXPECT_TRUE(shows(0xFFFF));
+    SDL_FillRect(SDL_GetVideoSurface(), nullptr, 0x1234);
+    SDL_Event exposure{};
+    exposure.type = SDL_VIDEOEXPOSE;
+    SDL_PushEvent(&exposure);
+    EXPECT_TRUE(shows(0xFFFF));
+    CloseWindow(window);
 }
 
 TEST_F(Platform, ScreensAndWindowsOpenClampedAndClose) {

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Zlib
 // A program with two windows on the Workbench, red at the left and green at the right, that tells of their
 // input:
-// "<window> <class> <code> <qualifier> <x> <y>". Esc ends it.
+// "<window> <class> <code> <qualifier> <x> <y>". Esc ends it. First it tries a screen that is too large.
 #include <cstdio>
+
+#include <SDL_error.h>
 
 #include <proto/exec.h>
 #include <proto/graphics.h>
@@ -39,6 +41,11 @@ bool tell(const char* name, Window* window) {
 } // namespace
 
 int main() {
+    // Not cut to what the desktop can show.
+    if (OpenScreenTags(nullptr, SA_Width, 4000, SA_Height, 300, SA_Depth, 24, TAG_DONE))
+        return 1;
+    std::printf("%s\n", SDL_GetError());
+    std::fflush(stdout);
     Window* const red = open(20, 0xFFFF0000);
     Window* const green = open(140, 0xFF00FF00);
     if (!red || !green)

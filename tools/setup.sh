@@ -14,8 +14,11 @@ build_packages=(g++ cmake ninja-build pkg-config libsdl1.2-dev libsdl-image1.2-d
     fonts-freefont-ttf libhwy-dev libpng-dev libx11-dev libxtst-dev)
 display_packages=(xvfb)
 test_packages=(googletest)
+document_packages=(doxygen python3 mandoc groff-base reuse abigail-tools)
+package_packages=(dpkg-dev debhelper fakeroot lintian debootstrap autopkgtest)
 cross_packages=(qemu-user dpkg-dev autotools-dev make patch xz-utils)
-bench_packages=(libbenchmark-dev libsdl2-dev libpixman-1-dev libyuv-dev gnuplot-nox)
+bench_packages=(libcli11-dev libfmt-dev nlohmann-json3-dev libsdl2-dev libpixman-1-dev
+    libyuv-dev gnuplot-nox)
 
 # need_packages NAME...: installs those that the machine does not have yet; asks sudo only when not root.
 need_packages() {

@@ -249,15 +249,6 @@ public:
         XMoveWindow(display_, topLevel(), x, y);
         XSync(display_, False);
     }
-    // Covers the screen with another window for a moment; what lies below is lost.
-    void cover() {
-        const unsigned long white = WhitePixel(display_, DefaultScreen(display_));
-        const Window above = XCreateSimpleWindow(display_, root(), 0, 0, 4096, 4096, 0, 0, white);
-        XMapRaised(display_, above);
-        XSync(display_, False);
-        XDestroyWindow(display_, above);
-        XSync(display_, False);
-    }
     // Presses the window's close button: what a window manager sends then.
     void closeWindow() {
         XEvent event{};

@@ -10,28 +10,41 @@
  * sizes to unsigned 16 bits (a width of 70000 becomes 4464). The rectangle is clipped against both
  * images; a negative position moves the rectangle's origin and does not shrink the requested size.
  *
- * **Constant alpha** runs from 0 (nothing is drawn) to 255 (no extra transparency).
+ * **Constant alpha** runs from 0 (nothing is drawn) to 255 (no extra transparency). Onto R5G6B5 alphas have
+ * five bits: constants 1 to 7 draw nothing, under 8 not even an opaque pixel is drawn, and 248 to 254 are the
+ * same as 255.
  *
  * **Flags**: only #ORMSEL_BLIT_COPY has a meaning; every other bit is ignored.
  *
  * **Result**: 0, both when the blit drew and when it was refused; it is no status. A refusal draws nothing,
- * leaves nothing locked and says why in one or two lines on the debug output (standard error on a desktop
- * host). A rectangle that clipping leaves empty, or a pair of formats that nothing serves (24 onto 24 bits,
- * any 8-bit image), is skipped silently.
+ * leaves nothing locked and says why on the debug output (standard error on a desktop host), in one or two
+ * lines for each piece of the blit. A rectangle that clipping leaves empty, and 24 onto 24 bits, which
+ * nothing serves, are skipped silently. So is a blit onto R5G6B5 that blends and finds no memory for a row
+ * of pixels.
  *
- * **Refused images**: run-length encoded SDL surfaces (SDL_RLEACCEL); 15/16-bit surfaces whose red mask is
- * 0x001F; surfaces of a depth other than 15, 16, 24 and 32; bitmaps in a format other than RGBFB_R8G8B8,
- * B8G8R8, A8R8G8B8, A8B8G8R8, R8G8B8A8, B8G8R8A8, R5G6B5 and R5G5B5; masks that are not 8 bits deep.
+ * **Refused images**: SDL surfaces that have SDL_RLEACCEL or SDL_RLEACCELOK set (asked for, or fit for,
+ * run-length encoding), but for masks; 15/16-bit surfaces whose red mask is 0x001F; surfaces of a depth other
+ * than 15, 16, 24 and 32, or without a pixel format; bitmaps in a format other than RGBFB_R8G8B8, B8G8R8,
+ * A8R8G8B8, A8B8G8R8, R8G8B8A8, B8G8R8A8, R5G6B5 and R5G5B5; masks that are not 8 bits deep.
  *
  * **Locking**: source, destination and mask are locked for exactly the span of one blit and released in
- * this order. The caller need not lock anything.
+ * this order. The caller need not lock anything. What SDL_LockSurface() answers is not looked at.
  *
- * **Thread safety**: any thread, provided no other thread writes the same image. The library keeps no
- * state between calls.
+ * **Thread safety**: any thread, provided no other thread writes the same image. Several threads may blit
+ * from one surface at a time: its lock count comes out right. That covers the library's own locks alone, not
+ * those that the program takes on the same surface meanwhile; and not surfaces whose lock does more than
+ * count (SDL_MUSTLOCK), for which SDL itself is not made. Between calls the library remembers nothing but
+ * which processor target it uses.
  *
- * **Memory safety**: no byte outside an image's memory (pitch times height bytes from its first pixel) is
- * read or written. Source and destination may be one image: pixels are then processed in rows from the
- * top, each from left to right.
+ * **Memory safety**: no byte outside an image's memory is read or written. The memory begins with the first
+ * pixel and ends behind the last pixel of the last row, or after pitch times height bytes where that is
+ * less; so a surface may be a view of a part of another one. A byte outside counts as 0. A mask may be
+ * smaller than the source: rows that it doesn't have draw nothing, and where its rows are shorter than the
+ * rectangle, whatever follows in its memory counts.
+ *
+ * **One image as source and destination**: rows are drawn from the top, each from left to right; onto R5G6B5
+ * four pixels at a time are read before they are stored (two from a 24-bit source), onto A8R8G8B8 two, and
+ * one wherever the blit goes by masks.
  *
  * **Clip rectangle and colour key** of an SDL surface have no part in a blit.
  */
@@ -52,8 +65,9 @@ struct RastPort;
 /**
  * Flag: copy the source words unchanged, ignoring both alphas. Honoured when the destination is
  * RGBFB_A8R8G8B8 and the source one of the four 32-bit formats; ignored otherwise.
- * Words are not reordered between formats, and a rectangle of odd width also carries the two words to the
- * right of each of its rows (as far as both images have them).
+ * Words are not reordered between formats. A rectangle of odd width also carries the two words to the right
+ * of each of its rows: those that lie in the memory of both images, be it as padding or as pixels of the next
+ * row.
  */
 #define ORMSEL_BLIT_COPY 4UL
 
@@ -77,12 +91,17 @@ unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surf
  * Blends a rectangle of one surface onto another through an 8-bit mask.
  *
  * The mask replaces the source's own alpha, which plays no part, and is addressed with the source's
- * coordinates: its byte (srcX, srcY) belongs to the first pixel. Rows that the mask does not have draw
- * nothing. A destination alpha channel receives the mask byte.
+ * coordinates: its byte (srcX, srcY) belongs to the first pixel. A destination alpha channel receives the
+ * mask byte.
  *
- * @param mask  8-bit surface; NULL blits without a mask, by the source's own alpha
- * @param alpha constant alpha, 0 to 255
- * @param flags see #ORMSEL_BLIT_COPY (has no effect with a mask)
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination surface
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param mask          8-bit surface; NULL blits without a mask, by the source's own alpha
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         see #ORMSEL_BLIT_COPY (has no effect with a mask)
  * @return 0
  */
 unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, SDL_Surface* dst, long dstX,
@@ -92,6 +111,13 @@ unsigned long SDL_BlitSurfaceAlphaMask(SDL_Surface* src, long srcX, long srcY, S
 /**
  * Blends a rectangle of a surface onto a bitmap. The constant alpha comes from the source surface, as in
  * SDL_BlitAlphaSurface().
+ *
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY, struct BitMap* dst,
@@ -100,7 +126,14 @@ unsigned long SDL_BlitAlphaSurfaceBitMap(SDL_Surface* src, long srcX, long srcY,
 
 /**
  * Blends a rectangle of a bitmap onto a surface.
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination surface
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long srcY, SDL_Surface* dst,
@@ -109,7 +142,14 @@ unsigned long SDL_BlitAlphaBitMapSurface(struct BitMap* src, long srcX, long src
 
 /**
  * Blends a rectangle of one bitmap onto another.
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
@@ -119,6 +159,15 @@ unsigned long BltAlphaBitMap(struct BitMap* src, long srcX, long srcY, struct Bi
 /**
  * Blends a rectangle of one bitmap onto another through an 8-bit mask bitmap; the mask works as in
  * SDL_BlitSurfaceAlphaMask().
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param dst           destination bitmap
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param mask          8-bit bitmap; NULL blits without a mask, by the source's own alpha
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return 0
  */
 unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struct BitMap* dst, long dstX,
@@ -126,13 +175,25 @@ unsigned long BltBitMapAlphaMask(struct BitMap* src, long srcX, long srcY, struc
                                  unsigned char alpha, Uint32 flags) ORMSEL_NOEXCEPT;
 
 /**
- * Blends a rectangle of a surface into a rastport, clipped by its layer.
+ * Blends a rectangle of a surface into a rastport, split along the clip rectangles of its layer.
  *
  * The destination position counts from the layer's top-left corner (less its scroll offset). Visible pieces
  * go to the rastport's bitmap, covered pieces of a smart-refresh layer to their backing bitmaps; covered
- * pieces of other layers are not drawn. Each piece may be one column and one row larger than the request
- * where the source is. The layer is locked (LockLayerRom) for the whole walk. A rastport without a layer is
- * one blit onto its bitmap. The constant alpha comes from the surface, as in SDL_BlitAlphaSurface().
+ * pieces of other layers are not drawn. The layer is locked (LockLayerRom) for the whole walk. A rastport
+ * without a layer is one blit onto its bitmap. The constant alpha comes from the surface, as in
+ * SDL_BlitAlphaSurface().
+ *
+ * With a layer, positions and their sums with a size wrap at signed 16 bits. Drawing can leave a clip
+ * rectangle: each piece may be one column and one row larger than the request where the source is, a negative
+ * source position moves a piece's origin, a request whose far edge wraps meets other rectangles than it
+ * should, and a raw copy of odd width takes its two words along. It never leaves the bitmaps.
+ *
+ * @param src           source surface
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return the sum of the pieces' results, 0
  */
 unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long srcY, struct RastPort* rp,
@@ -141,7 +202,14 @@ unsigned long SDL_BlitAlphaSurfaceRastPort(SDL_Surface* src, long srcX, long src
 
 /**
  * Blends a rectangle of a bitmap into a rastport; layers are treated as in SDL_BlitAlphaSurfaceRastPort().
- * @param alpha constant alpha, 0 to 255
+ *
+ * @param src           source bitmap
+ * @param srcX, srcY    top-left corner of the rectangle in the source
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param flags         0 or #ORMSEL_BLIT_COPY
  * @return the sum of the pieces' results, 0
  */
 unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, struct RastPort* rp, long dstX,
@@ -152,11 +220,17 @@ unsigned long BltAlphaBitMapRastPort(struct BitMap* src, long srcX, long srcY, s
  * Blends a rectangle of a caller's array of 32-bit pixels into a rastport; layers are treated as in
  * SDL_BlitAlphaSurfaceRastPort().
  *
- * @param array       first pixel of the array; pixels are machine words
- * @param bytesPerRow bytes from one row to the next; used as 16 bits
- * @param alpha       constant alpha, 0 to 255
- * @param format      RGBFB_A8R8G8B8 (6), RGBFB_A8B8G8R8 (7), RGBFB_R8G8B8A8 (8) or RGBFB_B8G8R8A8 (9);
- *                    any other is refused with a line on the debug output
+ * The array is taken to have bytesPerRow / 4 pixels in each row, and srcY + height rows.
+ *
+ * @param array         first pixel of the array; pixels are machine words
+ * @param srcX, srcY    top-left corner of the rectangle in the array
+ * @param bytesPerRow   bytes from one row to the next, up to 65535
+ * @param rp            destination rastport
+ * @param dstX, dstY    where that corner goes in the destination
+ * @param width, height size of the rectangle in pixels
+ * @param alpha         constant alpha, 0 to 255
+ * @param format        RGBFB_A8R8G8B8 (6), RGBFB_A8B8G8R8 (7), RGBFB_R8G8B8A8 (8) or RGBFB_B8G8R8A8 (9);
+ *                      any other is refused with a line on the debug output
  * @return the sum of the pieces' results, 0
  */
 unsigned long WriteAlphaPixelArray(void* array, long srcX, long srcY, unsigned long bytesPerRow,

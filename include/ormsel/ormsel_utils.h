@@ -45,6 +45,8 @@ ORU_VideoInfo* ORU_InitVideo(unsigned long width, unsigned long height, unsigned
 void ORU_CloseVideo(ORU_VideoInfo* vi);
 
 /**
+ * Names a pixel format.
+ *
  * @param format pixel format code, an RGBFTYPE
  * @return its name, such as "RGBFB_R5G6B5" for 10; "" for a code above 20. Never NULL, never to be freed.
  *

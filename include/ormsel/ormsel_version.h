@@ -3,11 +3,11 @@
 #ifndef ORMSEL_VERSION_H
 #define ORMSEL_VERSION_H
 
-#define ORMSEL_VERSION_MAJOR 1
-#define ORMSEL_VERSION_MINOR 0
-#define ORMSEL_VERSION_PATCH 0
+#define ORMSEL_VERSION_MAJOR 1 /**< rises when programs have to be compiled anew */
+#define ORMSEL_VERSION_MINOR 0 /**< rises with new calls */
+#define ORMSEL_VERSION_PATCH 0 /**< rises with corrections */
 
-/* No call throws. */
+/** Stands behind every call: none throws. */
 #ifdef __cplusplus
 #    define ORMSEL_NOEXCEPT noexcept
 #else

@@ -1,0 +1,2 @@
+/* SPDX-License-Identifier: Zlib */
+#define GAME_GFX 1
