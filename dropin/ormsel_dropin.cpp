@@ -28,7 +28,7 @@ namespace {
 std::atomic<UpperBlit> sdlBlit{nullptr};
 
 // Whether this thread's last blit went to SDL: it does so by ormsel_BlitSurface's own judgement, too.
-thread_local bool wasLeftToSdl = false;
+[[gnu::tls_model("initial-exec")]] thread_local bool wasLeftToSdl = false;
 
 UpperBlit findSdlBlit() {
     void* found = dlsym(RTLD_NEXT, "SDL_UpperBlit");

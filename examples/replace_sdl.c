@@ -1,7 +1,6 @@
 /* SPDX-License-Identifier: Zlib */
-/* What a maintainer adds to a program that draws with SDL 1.2: the two lines with "ormsel" in them. Not a pixel of
- * its pictures changes. Saves one:
- *     replace_sdl picture.bmp */
+/* What a maintainer adds to a program that draws with SDL 1.2: the two lines with "ormsel" in them. Not a
+ * pixel of its pictures changes. Saves one: replace_sdl picture.bmp */
 #include <stdio.h>
 
 #include <SDL.h>
