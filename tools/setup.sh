@@ -15,6 +15,7 @@ build_packages=(g++ cmake ninja-build pkg-config libsdl1.2-dev libsdl-image1.2-d
 display_packages=(xvfb)
 test_packages=(googletest)
 document_packages=(doxygen python3 mandoc groff-base reuse abigail-tools)
+compat_packages=(libsdl2-2.0-0)
 package_packages=(dpkg-dev debhelper fakeroot lintian debootstrap autopkgtest)
 cross_packages=(qemu-user dpkg-dev autotools-dev make patch xz-utils)
 bench_packages=(libcli11-dev libfmt-dev nlohmann-json3-dev libsdl2-dev libpixman-1-dev
