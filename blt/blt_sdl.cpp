@@ -223,7 +223,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     SdlBlit blit;
     if (!src || !dst || src->locked || dst->locked)
         return SDL_UpperBlit(src, srcrect, dst, dstrect);
-    const int pixels = srcrect ? srcrect->w * srcrect->h : src->w * src->h;
+    const int64_t pixels = srcrect ? int64_t{srcrect->w} * srcrect->h : int64_t{src->w} * src->h;
     // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
     const bool few = pixels <= kFewForQuickCode && !(src->flags & SDL_RLEACCELOK) &&
                      (pixels <= kFew || sdlIsQuick(*src, *dst));
