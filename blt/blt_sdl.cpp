@@ -12,7 +12,7 @@ namespace ormsel {
 namespace {
 
 // SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for.
-constexpr int kFew = 12, kFewForQuickCode = 64;
+constexpr int kFew = 16, kFewForQuickCode = 64;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =
