@@ -12,7 +12,7 @@ namespace ormsel {
 namespace {
 
 // SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for.
-constexpr int kFew = 12, kFewForQuickCode = 64;
+constexpr int kFew = 16, kFewForQuickCode = 64;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =
@@ -209,25 +209,11 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-} // namespace
-
-} // namespace ormsel
-
-int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
-    ormsel::SdlBlit blit;
-    return src && dst && ormsel::choose(blit, *src, *dst);
-}
-
-int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
-    using namespace ormsel;
+// ormsel_BlitSurface() for more than a few pixels: apart from it, so that a blit that SDL gets at once costs
+// nothing of what this one needs.
+[[gnu::noinline]] int blitMany(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
     SdlBlit blit;
-    if (!src || !dst || src->locked || dst->locked)
-        return SDL_UpperBlit(src, srcrect, dst, dstrect);
-    const int pixels = srcrect ? srcrect->w * srcrect->h : src->w * src->h;
-    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const bool few = pixels <= kFewForQuickCode && !(src->flags & SDL_RLEACCELOK) &&
-                     (pixels <= kFew || sdlIsQuick(*src, *dst));
-    if (few || !choose(blit, *src, *dst) || shareMemory(*src, *dst))
+    if (!choose(blit, *src, *dst) || shareMemory(*src, *dst))
         return SDL_UpperBlit(src, srcrect, dst, dstrect);
 
     SDL_Rect corner = {0, 0, 0, 0};
@@ -261,4 +247,24 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     blit.height = static_cast<size_t>(y.size);
     kernelsInUse().sdl(blit);
     return 0;
+}
+
+} // namespace
+
+} // namespace ormsel
+
+int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
+    ormsel::SdlBlit blit;
+    return src && dst && ormsel::choose(blit, *src, *dst);
+}
+
+int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
+    using namespace ormsel;
+    if (!src || !dst || src->locked || dst->locked)
+        return SDL_UpperBlit(src, srcrect, dst, dstrect);
+    const int64_t pixels = srcrect ? int64_t{srcrect->w} * srcrect->h : int64_t{src->w} * src->h;
+    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
+    const bool few = pixels <= kFewForQuickCode && !(src->flags & SDL_RLEACCELOK) &&
+                     (pixels <= kFew || sdlIsQuick(*src, *dst));
+    return few ? SDL_UpperBlit(src, srcrect, dst, dstrect) : blitMany(src, srcrect, dst, dstrect);
 }

@@ -159,8 +159,8 @@ public:
           alphaFlags_(random.oneIn(3) ? 0 : SDL_SRCALPHA), keyed_(random.oneIn(2)),
           request_(random.oneIn(5) ? SDL_RLEACCEL : 0), keyAt_(random.next()), lock_(random.upTo(60)),
           clipped_(random.oneIn(3)), clip_(randomRect(random, 60, 5)), hasSrcRect_(!random.oneIn(3)),
-          hasDstRect_(!random.oneIn(4)), one_(random.oneIn(30)), view_(random.oneIn(30)),
-          srcRect_(randomRect(random, 60, 4)), dstRect_(randomRect(random, 60, 5)) {
+          hasDstRect_(!random.oneIn(4)), oneRect_(random.oneIn(20)), one_(random.oneIn(30)),
+          view_(random.oneIn(30)), srcRect_(randomRect(random, 60, 4)), dstRect_(randomRect(random, 60, 5)) {
         if (one_ || view_) // encoding takes a surface's pixels away, and SDL doesn't look
             request_ = 0;
         srcBytes_.resize(static_cast<size_t>(width_ * height_ * 4 + 8));
@@ -181,7 +181,7 @@ private:
     long lock_;
     bool clipped_;
     SDL_Rect clip_;
-    bool hasSrcRect_, hasDstRect_, one_, view_;
+    bool hasSrcRect_, hasDstRect_, oneRect_, one_, view_;
     SDL_Rect srcRect_, dstRect_;
     std::vector<uint8_t> srcBytes_, dstBytes_;
 };
@@ -189,8 +189,8 @@ private:
 class Plan::Scene {
 public:
     explicit Scene(const Plan& p)
-        : lock_(p.lock_), hasSrcRect_(p.hasSrcRect_), hasDstRect_(p.hasDstRect_), srcRect_(p.srcRect_),
-          dstRect_(p.dstRect_) {
+        : lock_(p.lock_), hasSrcRect_(p.hasSrcRect_), hasDstRect_(p.hasDstRect_), oneRect_(p.oneRect_),
+          srcRect_(p.srcRect_), dstRect_(p.dstRect_) {
         src_ = makeSurface(p.from_, static_cast<int>(p.width_), static_cast<int>(p.height_));
         fill(*src_, p.srcBytes_);
         if (p.view_) { // the same pixels as another surface
@@ -220,7 +220,7 @@ public:
     SDL_Surface* dst() const { return lock_ == 3 ? nullptr : dst_ ? dst_.get() : src_.get(); }
     bool sharesMemory() const { return !dst_ || dst_->pixels == src_->pixels; }
     SDL_Rect* srcRect() { return hasSrcRect_ ? &srcRect_ : nullptr; }
-    SDL_Rect* dstRect() { return hasDstRect_ ? &dstRect_ : nullptr; }
+    SDL_Rect* dstRect() { return oneRect_ ? srcRect() : hasDstRect_ ? &dstRect_ : nullptr; }
 
     template <class Blit>
     void blit(const Blit& call) {
@@ -277,7 +277,7 @@ private:
     }
 
     long lock_;
-    bool hasSrcRect_, hasDstRect_;
+    bool hasSrcRect_, hasDstRect_, oneRect_;
     SDL_Rect srcRect_, dstRect_;
     Surface src_, dst_;
     int result_ = 0;
