@@ -4,6 +4,7 @@
 #include <bitset>
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -11,7 +12,6 @@
 #include <utility>
 
 #include <SDL.h>
-
 #include <intuition/intuition.h>
 
 #include "display.h"
@@ -77,6 +77,17 @@ bool startVideo() {
     return started;
 }
 
+// SDL's error as it was, for calls that succeed or clean up: SDL 2, where it serves SDL 1.2's calls, replaces it
+// then, too.
+class KeptError {
+public:
+    KeptError() { std::snprintf(text_, sizeof text_, "%s", SDL_GetError()); }
+    void restore() const { SDL_SetError("%s", text_); }
+
+private:
+    char text_[256];
+};
+
 class SdlDisplay : public Display {
 public:
     bool connect(Size& desktop) noexcept override;
@@ -89,6 +100,7 @@ public:
 
 private:
     bool start();
+    void quit();
     bool hasMoved();
     bool translate(const SDL_Event& from, InputEvent& to);
     bool translateKey(const SDL_KeyboardEvent& from, InputEvent& to);
@@ -113,7 +125,10 @@ private:
 bool SdlDisplay::start() {
     if (SDL_WasInit(SDL_INIT_VIDEO))
         return true;
+    const KeptError before;
     started_ = startVideo();
+    if (started_)
+        before.restore();
     return started_;
 }
 
@@ -134,8 +149,15 @@ bool SdlDisplay::connect(Size& desktop) noexcept {
 
 void SdlDisplay::disconnect() noexcept {
     close();
-    if (started_)
-        SDL_QuitSubSystem(SDL_INIT_VIDEO);
+    quit();
+}
+
+void SdlDisplay::quit() {
+    if (!started_)
+        return;
+    const KeptError before;
+    SDL_QuitSubSystem(SDL_INIT_VIDEO);
+    before.restore();
     started_ = false;
 }
 
@@ -176,10 +198,8 @@ bool SdlDisplay::open(Size size, const PixelFormat& format, bool fullscreen, con
 
 void SdlDisplay::close() noexcept {
     // SDL 1.2 closes its window only together with its video.
-    if (started_ && video_) {
-        SDL_QuitSubSystem(SDL_INIT_VIDEO);
-        started_ = false;
-    }
+    if (video_)
+        quit();
     video_ = nullptr;
     widened_.reset();
 }

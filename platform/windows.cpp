@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <SDL_error.h>
-
 #include <proto/exec.h>
 #include <proto/intuition.h>
 #include <proto/layers.h>
@@ -98,6 +97,7 @@ using namespace host;
 Window* OpenWindowTagList(const NewWindow* nw, const TagItem* tags) noexcept {
     if (nw)
         return nullptr;
+    SDL_SetError("No memory for a window"); // unless the screen or the display has another reason
     auto* const window = orFail<WindowRecord*>(nullptr, [&]() -> WindowRecord* {
         auto* const wanted = pointerTag<Screen*>(WA_CustomScreen, tags);
         ScreenRecord* const screen = wanted ? &record(wanted) : openWorkbench();
@@ -115,8 +115,6 @@ Window* OpenWindowTagList(const NewWindow* nw, const TagItem* tags) noexcept {
         return nullptr;
     });
     if (!window) {
-        if (!*SDL_GetError())
-            SDL_SetError("No memory for a window");
         closeUnusedWorkbench();
     } else if (window->Flags & WFLG_ACTIVATE) {
         activate(*window);

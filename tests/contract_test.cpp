@@ -27,10 +27,11 @@ extern "C" unsigned long blitFromC(SDL_Surface* src, SDL_Surface* dst); // c_hea
 
 // --- Locks of images in graphics-card memory -----------------------------------------------------------
 
-// A surface with private data stands for one in graphics-card memory: the data is a mutex that others may
-// have, too. SDL's own calls would need a display.
+// A number in the field that SDL leaves unused makes a surface stand for one in graphics-card memory: those
+// with the same number exclude each other. SDL's own calls would need a display.
+static std::array<std::mutex, 2> cards;
 static std::mutex* mutexOf(const SDL_Surface* surface) {
-    return reinterpret_cast<std::mutex*>(surface->hwdata);
+    return surface->unused1 ? &cards.at(surface->unused1 - 1) : nullptr;
 }
 
 extern "C" int SDL_LockSurface(SDL_Surface* surface) {
@@ -293,16 +294,15 @@ TEST(Contract, ThreadsShareASource) {
 // Two threads blit four surfaces in graphics-card memory, in which no two sources and no two destinations are
 // locked at once. A lock that waits must not keep the other thread from its own.
 TEST(Contract, LocksThatWaitStopNobody) {
-    std::array<std::mutex, 2> locks;
-    const auto work = [&locks, rounds = caseCount(10000) / 2] {
+    const auto work = [rounds = caseCount(10000) / 2] {
         std::array<uint32_t, 32> pixels{};
         const Kind kind = surfaceKind(RGBFB_A8R8G8B8);
         const Picture src(kind, reinterpret_cast<uint8_t*>(pixels.data()), 4, 4, 16),
             dst(kind, reinterpret_cast<uint8_t*>(pixels.data() + 16), 4, 4, 16);
         SDL_Surface* const pair[] = {src.sdl(), dst.sdl()};
-        for (size_t n = 0; n < 2; ++n) {
+        for (Uint32 n = 0; n < 2; ++n) {
             pair[n]->flags |= SDL_HWSURFACE;
-            pair[n]->hwdata = reinterpret_cast<private_hwdata*>(&locks[n]);
+            pair[n]->unused1 = n + 1;
         }
         for (long round = 0; round < rounds; ++round)
             SDL_BlitAlphaSurface(pair[0], nullptr, pair[1], nullptr);
@@ -313,7 +313,7 @@ TEST(Contract, LocksThatWaitStopNobody) {
         for (SDL_Surface* surface : pair) {
             EXPECT_EQ(surface->locked, 0U);
             surface->flags &= ~static_cast<Uint32>(SDL_HWSURFACE);
-            surface->hwdata = nullptr;
+            surface->unused1 = 0;
         }
     };
     std::future<void> threads[] = {std::async(std::launch::async, work),

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string>
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <SDL.h>
@@ -79,20 +80,28 @@ __attribute__((destructor)) void compare() {
 
 } // namespace
 
-// In place of SDL's own, also for SDL itself.
-#define IN_PLACE extern "C" __attribute__((visibility("default"))) void
+// In place of SDL's own.
+#define IN_PLACE(result) extern "C" __attribute__((visibility("default"))) result
 
-IN_PLACE SDL_UpdateRect(SDL_Surface*, Sint32, Sint32, Uint32, Uint32) {
+IN_PLACE(void) SDL_UpdateRect(SDL_Surface*, Sint32, Sint32, Uint32, Uint32) {
     takeFrame();
 }
 
-IN_PLACE SDL_UpdateRects(SDL_Surface*, int, SDL_Rect*) {
+IN_PLACE(void) SDL_UpdateRects(SDL_Surface*, int, SDL_Rect*) {
     takeFrame();
 }
 
-// The user is slow: between two actions lie enough calls, and the waits between them, for the frame to show.
-IN_PLACE SDL_PumpEvents() {
+// The user is slow: between two actions lie enough looks for events for the frame to show.
+IN_PLACE(int) SDL_PollEvent(SDL_Event* event) {
+    static const auto real = reinterpret_cast<decltype(&SDL_PollEvent)>(dlsym(RTLD_NEXT, "SDL_PollEvent"));
     static unsigned calls = 0;
     if (!frame.empty() && ++calls % 16 == 0)
         userDoesNext();
+    return real(event);
+}
+
+IN_PLACE(int) SDL_WaitEvent(SDL_Event* event) {
+    while (!SDL_PollEvent(event))
+        SDL_Delay(1);
+    return 1;
 }

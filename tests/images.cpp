@@ -2,6 +2,7 @@
 #include "images.h"
 
 #include <algorithm>
+#include <bit>
 #include <csetjmp>
 #include <csignal>
 #include <cstdlib>
@@ -194,6 +195,31 @@ long memoryOf(const Kind& kind, long width, long height, long pitch) {
     return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
+// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, and rows that
+// are shorter than their pixels: then an empty surface of this depth is given what SDL 1.2 would have found.
+static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixels, int width, int height,
+                                                int pitch) {
+    const auto create = [&](int w, const Kind& k) {
+        return std::shared_ptr<SDL_Surface>(
+            SDL_CreateRGBSurfaceFrom(pixels, w, height, k.depth, pitch, k.r, k.g, k.b, k.a), SDL_FreeSurface);
+    };
+    if (const auto surface = create(width, kind))
+        return surface;
+    const auto surface = create(0, {kind.depth, 0, 0, 0, 0});
+    if (!surface)
+        std::abort();
+    surface->w = width;
+    const auto set = [](uint32_t from, Uint32& mask, Uint8& shift, Uint8& loss) {
+        mask = from;
+        shift = static_cast<Uint8>(from ? std::countr_zero(from) : 0);
+        loss = static_cast<Uint8>(8 - std::countr_one(from >> shift));
+    };
+    SDL_PixelFormat& f = *surface->format;
+    set(kind.r, f.Rmask, f.Rshift, f.Rloss), set(kind.g, f.Gmask, f.Gshift, f.Gloss);
+    set(kind.b, f.Bmask, f.Bshift, f.Bloss), set(kind.a, f.Amask, f.Ashift, f.Aloss);
+    return surface;
+}
+
 Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, long pitch, bool onBoard)
     : image_{0,      0,  memoryOf(kind, width, height, pitch), pitch, width,
              height, {}, onBoard && kind.code != RGBFB_NONE} {
@@ -208,8 +234,7 @@ Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, lon
                 image_.format = model::formatNamed(name, code);
         return;
     }
-    surface_.reset(SDL_CreateRGBSurfaceFrom(pixels, w, h, kind.depth, step, kind.r, kind.g, kind.b, kind.a),
-                   SDL_FreeSurface);
+    surface_ = surfaceOver(kind, pixels, w, h, step);
     const SDL_PixelFormat& f = *surface_->format; // shifts and losses are SDL's findings
     using model::Channel;
     image_.format = {kind.recognised(),

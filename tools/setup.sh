@@ -16,6 +16,7 @@ lint_packages=(clang-format-14 clang-tidy-14 git jq)
 display_packages=(xvfb)
 test_packages=(googletest)
 document_packages=(doxygen python3 mandoc groff-base reuse abigail-tools)
+compat_packages=(libsdl2-2.0-0)
 package_packages=(dpkg-dev debhelper fakeroot lintian debootstrap autopkgtest)
 cross_packages=(qemu-user dpkg-dev autotools-dev make patch xz-utils)
 bench_packages=(libcli11-dev libfmt-dev nlohmann-json3-dev libsdl2-dev libpixman-1-dev
