@@ -277,7 +277,7 @@ public:
 private:
     template <class Work>
     void everyRow(const Work& work) const {
-        const auto count = static_cast<size_t>(width_ * bytes_);
+        const auto count = static_cast<size_t>(width_) * static_cast<size_t>(bytes_);
         for (int y = 0; y < height_; ++y)
             work(first_ + y * pitch_, static_cast<size_t>(y) * count, count);
     }

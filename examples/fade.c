@@ -5,18 +5,18 @@
 
 #include <ormsel/ormsel.h>
 
-enum { size = 64 };
+enum { kSize = 64 };
 
 /* A 32-bit surface with one disc, opaque inside and fading out towards the rim. */
 static SDL_Surface* makeDisc(void) {
-    SDL_Surface* disc = SDL_CreateRGBSurface(SDL_SWSURFACE | SDL_SRCALPHA, size, size, 32, 0x00FF0000,
+    SDL_Surface* disc = SDL_CreateRGBSurface(SDL_SWSURFACE | SDL_SRCALPHA, kSize, kSize, 32, 0x00FF0000,
                                              0x0000FF00, 0x000000FF, 0xFF000000);
     int x, y;
-    for (y = 0; disc && y < size; ++y) {
+    for (y = 0; disc && y < kSize; ++y) {
         Uint32* row = (Uint32*)((Uint8*)disc->pixels + y * disc->pitch);
-        for (x = 0; x < size; ++x) {
-            int dx = 2 * x + 1 - size, dy = 2 * y + 1 - size;
-            int fade = 340 - (dx * dx + dy * dy) * 340 / (size * size);
+        for (x = 0; x < kSize; ++x) {
+            int dx = 2 * x + 1 - kSize, dy = 2 * y + 1 - kSize;
+            int fade = 340 - (dx * dx + dy * dy) * 340 / (kSize * kSize);
             row[x] = (Uint32)(fade < 0 ? 0 : fade > 255 ? 255 : fade) << 24 | 0x00FFC020;
         }
     }

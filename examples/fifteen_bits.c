@@ -5,15 +5,15 @@
 
 #include <ormsel/ormsel.h>
 
-enum { width = 256, height = 64 };
+enum { kWidth = 256, kHeight = 64 };
 
 /* Every hue from left to right, and from transparent at the top to opaque at the bottom. */
 static void paintRainbow(SDL_Surface* rainbow) {
     int x, y;
-    for (y = 0; y < height; ++y) {
+    for (y = 0; y < kHeight; ++y) {
         Uint32* row = (Uint32*)((Uint8*)rainbow->pixels + y * rainbow->pitch);
-        for (x = 0; x < width; ++x) {
-            Uint32 up = (Uint32)(x * 6 % 256), down = 255 - up, alpha = (Uint32)(y * 255 / (height - 1));
+        for (x = 0; x < kWidth; ++x) {
+            Uint32 up = (Uint32)(x * 6 % 256), down = 255 - up, alpha = (Uint32)(y * 255 / (kHeight - 1));
             Uint32 hues[6];
             hues[0] = 0xFF0000 | up << 8;
             hues[1] = 0x00FF00 | down << 16;
@@ -21,14 +21,14 @@ static void paintRainbow(SDL_Surface* rainbow) {
             hues[3] = 0x0000FF | down << 8;
             hues[4] = 0x0000FF | up << 16;
             hues[5] = 0xFF0000 | down;
-            row[x] = alpha << 24 | hues[x * 6 / width];
+            row[x] = alpha << 24 | hues[x * 6 / kWidth];
         }
     }
 }
 
 int main(int argc, char** argv) {
-    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, width, height, 15, 0x7C00, 0x03E0, 0x001F, 0);
-    SDL_Surface* rainbow = SDL_CreateRGBSurface(SDL_SWSURFACE, width, height, 32, 0x00FF0000, 0x0000FF00,
+    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, kWidth, kHeight, 15, 0x7C00, 0x03E0, 0x001F, 0);
+    SDL_Surface* rainbow = SDL_CreateRGBSurface(SDL_SWSURFACE, kWidth, kHeight, 32, 0x00FF0000, 0x0000FF00,
                                                 0x000000FF, 0xFF000000);
     int status = 1;
 

@@ -271,6 +271,7 @@ TEST(Contract, ThreadsShareASource) {
     const std::vector<uint8_t> before(64 * 64 * 4, 0x40);
     std::array<std::vector<uint8_t>, 4> pixels;
     std::vector<std::thread> workers;
+    workers.reserve(pixels.size());
     for (std::vector<uint8_t>& own : pixels)
         workers.emplace_back([&, rounds = caseCount(4000)] {
             own = before;

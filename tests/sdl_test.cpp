@@ -328,7 +328,7 @@ uint64_t checksum(int srcBytes, int dstBytes, long& served) {
             for (int x = 0; x < surface.w; ++x)
                 work(x, y);
     };
-    uint64_t sum = static_cast<uint64_t>(srcBytes * 10 + dstBytes);
+    uint64_t sum = static_cast<uint64_t>(srcBytes) * 10 + static_cast<uint64_t>(dstBytes);
     Random random(sum);
     for (int scene = 0; scene < 12000; ++scene) {
         const auto side = [&] { return static_cast<int>(random.between(1, 50)); };

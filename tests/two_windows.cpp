@@ -53,7 +53,8 @@ int main() {
     bool goesOn = true;
     while (goesOn) {
         Wait(1U << red->UserPort->mp_SigBit | 1U << green->UserPort->mp_SigBit);
-        goesOn = tell("red", red) & tell("green", green);
+        const bool redGoesOn = tell("red", red), greenGoesOn = tell("green", green);
+        goesOn = redGoesOn && greenGoesOn;
     }
     CloseWindow(red);
     CloseWindow(green);

@@ -9,7 +9,7 @@
 
 #include <ormsel/ormsel.h>
 
-enum { columns = 3, cell = 262, left = 104, top = 34 };
+enum { kColumns = 3, kCell = 262, kLeft = 104, kTop = 34 };
 
 static void write(SDL_Surface* canvas, TTF_Font* font, const char* text, int x, int y) {
     static const SDL_Color white = {255, 255, 255, 0};
@@ -22,14 +22,14 @@ static void write(SDL_Surface* canvas, TTF_Font* font, const char* text, int x, 
 }
 
 int main(int argc, char** argv) {
-    static const Uint8 alphas[columns] = {255, 144, 48};
-    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, left + columns * cell, top + 2 * cell, 32,
+    static const Uint8 alphas[kColumns] = {255, 144, 48};
+    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, kLeft + kColumns * kCell, kTop + 2 * kCell, 32,
                                                0xFF0000, 0xFF00, 0xFF, 0);
     SDL_Surface* picture = argc == 4 ? IMG_Load(argv[2]) : NULL;
     TTF_Font* font = argc == 4 && TTF_Init() == 0 ? TTF_OpenFont(argv[3], 18) : NULL;
     SDL_Surface* sprite = NULL;
     SDL_PixelFormat format;
-    SDL_Rect part = {0, 0, cell, cell};
+    SDL_Rect part = {0, 0, kCell, kCell};
     int x, y, row, column;
 
     if (!canvas || !picture || !font) {
@@ -43,25 +43,25 @@ int main(int argc, char** argv) {
     sprite = SDL_ConvertSurface(picture, &format, SDL_SWSURFACE | SDL_SRCALPHA);
     if (!sprite)
         return 1;
-    part.x = (Sint16)((sprite->w - cell) / 2);
-    part.y = (Sint16)((sprite->h - cell) / 2);
+    part.x = (Sint16)((sprite->w - kCell) / 2);
+    part.y = (Sint16)((sprite->h - kCell) / 2);
 
     SDL_FillRect(canvas, NULL, 0x203040);
-    for (y = top; y < canvas->h; y += 14)
-        for (x = left; x < canvas->w; x += 14) {
+    for (y = kTop; y < canvas->h; y += 14)
+        for (x = kLeft; x < canvas->w; x += 14) {
             SDL_Rect square = {(Sint16)x, (Sint16)y, 14, 14};
-            SDL_FillRect(canvas, &square, (x - left + y - top) / 14 % 2 ? 0x9AA4AE : 0x707C88);
+            SDL_FillRect(canvas, &square, (x - kLeft + y - kTop) / 14 % 2 ? 0x9AA4AE : 0x707C88);
         }
-    write(canvas, font, "SDL 1.2", 12, top + cell / 2 - 12);
-    write(canvas, font, "Ormsel", 12, top + cell + cell / 2 - 12);
+    write(canvas, font, "SDL 1.2", 12, kTop + kCell / 2 - 12);
+    write(canvas, font, "Ormsel", 12, kTop + kCell + kCell / 2 - 12);
     write(canvas, font, "alpha", 12, 6);
 
-    for (column = 0; column < columns; ++column) {
+    for (column = 0; column < kColumns; ++column) {
         char text[8];
         sprintf(text, "%d", alphas[column]);
-        write(canvas, font, text, left + column * cell + cell / 2 - 14, 6);
+        write(canvas, font, text, kLeft + column * kCell + kCell / 2 - 14, 6);
         for (row = 0; row < 2; ++row) {
-            SDL_Rect position = {(Sint16)(left + column * cell), (Sint16)(top + row * cell), 0, 0};
+            SDL_Rect position = {(Sint16)(kLeft + column * kCell), (Sint16)(kTop + row * kCell), 0, 0};
             SDL_SetAlpha(sprite, SDL_SRCALPHA, alphas[column]);
             if (row == 0)
                 SDL_BlitSurface(sprite, &part, canvas, &position);

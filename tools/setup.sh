@@ -38,9 +38,10 @@ need_packages() {
             > /dev/null || die "could not install: $missing"
 }
 
-# configure PRESET: build/PRESET, unless it is there and newer than the presets.
-configure() {
+# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed.
+build() {
     local preset=$1 log=$root/build/$1.log
+    shift
     mkdir -p "$root/build"
     if [[ ! -e $root/build/$preset/build.ninja || $root/CMakePresets.json -nt $root/build/$preset/build.ninja ]]; then
         say "configuring build/$preset"
@@ -49,13 +50,6 @@ configure() {
             die "could not configure build/$preset"
         }
     fi
-}
-
-# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed.
-build() {
-    local preset=$1 log=$root/build/$1.log
-    shift
-    configure "$preset"
     say "building build/$preset"
     cmake --build "$root/build/$preset" ${1:+--target "$@"} > "$log" 2>&1 || {
         tail -n 60 "$log" >&2
