@@ -98,24 +98,23 @@ static double channel(uint32_t pixel, uint32_t mask) {
 }
 
 // Where the bytes of a pixel stand in a word that holds its value.
-static constexpr int firstByte(int bytes) {
-    return std::endian::native == std::endian::little ? 0 : 4 - bytes;
+static uint8_t* bytesIn(uint32_t& word, size_t bytes) {
+    return reinterpret_cast<uint8_t*>(&word) + (std::endian::native == std::endian::little ? 0 : 4 - bytes);
 }
 
 static void store(uint8_t* image, size_t pixel, int bytes, uint32_t value) {
     const auto size = static_cast<size_t>(bytes);
-    std::memcpy(image + pixel * size, reinterpret_cast<const uint8_t*>(&value) + firstByte(bytes), size);
+    std::memcpy(image + pixel * size, bytesIn(value, size), size);
 }
 
 static uint32_t load(const uint8_t* image, size_t pixel, int bytes) {
     const auto size = static_cast<size_t>(bytes);
     uint32_t value = 0;
-    std::memcpy(reinterpret_cast<uint8_t*>(&value) + firstByte(bytes), image + pixel * size, size);
+    std::memcpy(bytesIn(value, size), image + pixel * size, size);
     return value;
 }
 
-// Discs of slightly different positions in square cells: opaque inside, with an anti-aliased edge. Their
-// radii give 40 % opaque and 20 % edge.
+// Discs, slightly moved, in square cells: 40 % opaque, 20 % an anti-aliased edge.
 static uint32_t discAlpha(int x, int y, int cell, size_t seed) {
     constexpr double kInner = 11.4 / 32, kOuter = 14.0 / 32;
     std::minstd_rand random(

@@ -40,20 +40,19 @@ void loop(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) 
     }
 }
 
-// By the digits of their number: the source's bytes, the destination's, what is read, whether it prefetches.
-template <size_t... I>
-LimitLoop numbered(size_t number, std::index_sequence<I...>) {
-    static constexpr LimitLoop kLoops[] = {
-        loop<2 + I % 3, 2 + I / 3 % 3, static_cast<Reads>(I / 9 % 3), I / 27 == 1>...};
-    return kLoops[number];
-}
-
 } // namespace
 
 template <>
 LimitLoop limitLoop<LIMIT_BYTES>(int srcBytes, int dstBytes, Reads reads, bool prefetches) {
+    // The digits of a loop's number: the source's bytes, the destination's, what is read, whether it
+    // prefetches.
     const int number = srcBytes - 2 + 3 * (dstBytes - 2) + 9 * reads + (prefetches ? 27 : 0);
-    return numbered(static_cast<size_t>(number), std::make_index_sequence<54>());
+    return [number]<size_t... I>(std::index_sequence<I...>) {
+        constexpr LimitLoop kLoops[] = {
+            loop<2 + I % 3, 2 + I / 3 % 3, static_cast<Reads>(I / 9 % 3), I / 27 == 1>...};
+        return kLoops[number];
+    }
+    (std::make_index_sequence<54>());
 }
 
 } // namespace bench

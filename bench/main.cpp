@@ -99,7 +99,7 @@ static int run(const Options& o) {
     return failed ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
-int main(int argc, char** argv) {
+static int parseAndRun(int argc, char** argv) {
     CLI::App app("Measures Ormsel's routines beside other libraries and the memory's own limit.");
     Options o;
     app.add_option("--rows", o.rows, "only rows that match, for example 'argb32*'; several with commas");
@@ -110,20 +110,25 @@ int main(int argc, char** argv) {
     app.add_option("--charts", o.charts, "draw charts into this directory (needs gnuplot)");
     app.add_option("--page", o.page, "write docs/performance.md with these figures");
     app.add_flag("--check", o.check, "compare with what the library promises; exit status 1 when not met");
-    app.add_option("--compare", o.compare,
-                   "an earlier --json; exit status 1 when a case lost more than its noise");
+    app.add_option("--compare", o.compare, "an earlier --json; exit status 1 when a case got slower");
     app.add_option("--from", o.from, "take the figures of an earlier --json instead of measuring");
     app.add_flag("--list", o.list, "name the rows");
     try {
         app.parse(argc, argv);
-        for (const Row& row : allRows())
-            if (o.list)
-                fmt::print("{}\n", row.name);
-        return o.list ? EXIT_SUCCESS : run(o);
     } catch (const CLI::ParseError& e) {
         return app.exit(e) ? 2 : EXIT_SUCCESS;
+    }
+    for (const Row& row : allRows())
+        if (o.list)
+            fmt::print("{}\n", row.name);
+    return o.list ? EXIT_SUCCESS : run(o);
+}
+
+int main(int argc, char** argv) {
+    try {
+        return parseAndRun(argc, argv);
     } catch (const std::exception& e) {
-        fmt::print(stderr, "ormsel-bench: {}\n", e.what());
+        std::fprintf(stderr, "ormsel-bench: %s\n", e.what());
         return 2;
     }
 }

@@ -25,8 +25,7 @@ static Cases casesOf(const Report& report, const std::string& rows, const std::s
     return cases;
 }
 
-// A head, and a line for each case with what cell() makes of each participant: ours, and peers that are not
-// limited.
+// A head, and a line for each case with what cell() makes of ours and of the peers that are not limited.
 template <class Cell>
 static std::vector<Words> tableOf(const Cases& cases, bool ours, Cell cell) {
     std::vector<Words> table = {{"row", "size", "content"}};
@@ -51,8 +50,7 @@ static std::string markdown(std::vector<Words> table) {
     return table.size() > 2 ? text : "None here.";
 }
 
-// How many times as fast as a peer a target is; the peer has the target's instructions only, where it can be
-// limited.
+// How many times as fast as a peer a target is, with the target's instructions where the peer can be limited.
 static double ratio(const CaseReport& c, const std::string& target, const std::string& peer) {
     const Result *ours = c.find("ormsel " + target), *limited = c.find(peer + " " + target);
     const Result* other = limited ? limited : c.find(peer);

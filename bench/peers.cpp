@@ -151,11 +151,10 @@ Participants participantsOf(const Case& c) {
 }
 
 std::vector<std::string> ourTargets() {
-    const char* const* begin = ormsel_Targets();
-    const char* const* end = begin;
-    while (*end)
-        ++end;
-    return {begin, end};
+    std::vector<std::string> names;
+    for (const char* const* name = ormsel_Targets(); *name; ++name)
+        names.emplace_back(*name);
+    return names;
 }
 
 std::string libraryVersions() {

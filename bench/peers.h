@@ -24,8 +24,7 @@ struct Participant {
 
 using Participants = std::vector<Participant>;
 
-// The first one is what the others are compared with: the limit, or SDL 1.2 for calls and tiles. They refer
-// to the case.
+// First what the others are compared with: the limit, or SDL 1.2 for calls and tiles. They refer to the case.
 Participants participantsOf(const Case& c);
 
 // A peer that is limited to a target's instructions has its name: "libyuv avx2". What can't be limited uses
@@ -76,8 +75,7 @@ std::function<void(size_t)> inTurn(const Case& c, std::vector<Set> sets, Draw dr
 using LimitLoop = void (*)(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels);
 enum Reads { kSource, kSourceAndDestination, kMaskToo };
 
-// The loop with vectors of so many bytes. Pixels have 2 to 4 bytes. CMakeLists.txt says which widths there
-// are.
+// The loop with vectors of so many bytes, one of CMakeLists.txt's widths. Pixels have 2 to 4 bytes.
 template <size_t Width>
 LimitLoop limitLoop(int srcBytes, int dstBytes, Reads reads, bool prefetches);
 

@@ -30,10 +30,8 @@ const Result* CaseReport::find(std::string_view participant) const {
 
 const CaseReport* Report::find(const std::string& row, const std::string& size,
                                const std::string& content) const {
-    const auto same = [&](const CaseReport& c) {
-        return c.row == row && c.size == size && c.content == content;
-    };
-    const auto found = std::ranges::find_if(cases, same);
+    const auto found = std::ranges::find_if(
+        cases, [&](const CaseReport& c) { return c.row == row && c.size == size && c.content == content; });
     return found == cases.end() ? nullptr : &*found;
 }
 

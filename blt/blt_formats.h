@@ -131,7 +131,8 @@ struct Layout {
 };
 
 // One type for each format, with the format's name.
-#define LAYOUT(name, stem, code, bytes, red, green, blue, alpha, alphaShift) using name = Layout<code>;
+#define LAYOUT(name, stem, code, bytes, red, green, blue, alpha, alphaShift)                                 \
+    using name = Layout<code>; /* NOLINT(bugprone-macro-parentheses): a new name */
 ORMSEL_FORMATS(LAYOUT)
 #undef LAYOUT
 

@@ -110,8 +110,9 @@ bool refuse(const char* line, const char* word);
 inline bool isImage(const SDL_Surface* surface, const char* role) {
     if (surface && surface->format) [[likely]]
         return true;
-    return refuse(
-        surface ? "The %s image has no format. Bailing out!\n" : "No %s image given. Bailing out!\n", role);
+    refuse(surface ? "The %s image has no format. Bailing out!\n" : "No %s image given. Bailing out!\n",
+           role);
+    return false;
 }
 inline bool isImage(const BitMap* bitmap, const char* role) {
     return bitmap || refuse("No %s image given. Bailing out!\n", role);
@@ -173,7 +174,7 @@ inline void setChannels(BltRenderFmt& fmt, const Format& format) {
 template <uint32_t Bytes>
 constexpr uint32_t formatOfSurface(uint32_t redMask, uint32_t other) {
 #define ROW(name, stem, code, bytes, red, green, blue, alpha, alphaShift)                                    \
-    if (bytes == Bytes && redMask == (red))                                                                  \
+    if ((bytes) == Bytes && redMask == (red))                                                                \
         return code;
     ORMSEL_FORMATS(ROW)
 #undef ROW

@@ -8,6 +8,7 @@
 
 #include "blt_block.h"
 #include "blt_rules.h"
+#include "blt_sdl.h"
 
 namespace ormsel {
 
@@ -19,6 +20,7 @@ struct Kernels {
     KernelChoice routes[kRouteCount]; // in the order of ORMSEL_ROUTES
     KernelChoice generic;             // any two formats, with or without a mask
     Kernel copy;                      // pixels copied unchanged, in a block whose order is free
+    SdlKernel sdl;                    // blits by SDL's own rules
 };
 
 extern const Kernels kScalarKernels;

@@ -166,6 +166,7 @@ constexpr Kernels kScalarKernels = {
 #undef ROW
     .generic = genericKernel,
     .copy = copyRows,
+    .sdl = sdlScalarKernel,
 };
 
 } // namespace ormsel

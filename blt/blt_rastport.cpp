@@ -128,6 +128,7 @@ unsigned long BLT_AlphaRastportT(Src* src, long srcX, long srcY, RastPort* rp, l
         const Bounds piece = intersect(request, clip);
 
         BitMap* target = rp->BitMap;
+        const int columns = piece.maxX - piece.minX + 1, rows = piece.maxY - piece.minY + 1;
         long x = piece.minX, y = piece.minY;
         if (cr->lobs) {
             if (layer->Flags & (LAYERSIMPLE | LAYERSUPER))
@@ -137,10 +138,9 @@ unsigned long BLT_AlphaRastportT(Src* src, long srcX, long srcY, RastPort* rp, l
             x += (clip.minX & 15) - clip.minX;
             y -= clip.minY;
         }
-        total +=
-            blitPiece(src, sum16(srcX, piece.minX, -request.minX), sum16(srcY, piece.minY, -request.minY),
-                      target, x, y, static_cast<unsigned long>(piece.maxX - piece.minX + 1),
-                      static_cast<unsigned long>(piece.maxY - piece.minY + 1), alpha, flags);
+        total += blitPiece(
+            src, sum16(srcX, piece.minX, -request.minX), sum16(srcY, piece.minY, -request.minY), target, x, y,
+            static_cast<unsigned long>(columns), static_cast<unsigned long>(rows), alpha, flags);
     }
     return total;
 }

@@ -191,7 +191,7 @@ struct RuleOfRoute;
 #define ROW(Src, Dst, Rule)                                                                                  \
     template <bool Faded>                                                                                    \
     struct RuleOfRoute<Src, Dst, Faded> {                                                                    \
-        using Type = Rule<Src, Faded>;                                                                       \
+        using Type = Rule<Src, Faded>; /* NOLINT(bugprone-macro-parentheses): a template */                  \
         static_assert(std::is_same_v<typename Type::Destination, Dst>);                                      \
     };
 ORMSEL_ROUTES(ROW)

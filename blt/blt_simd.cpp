@@ -17,6 +17,7 @@
 #    if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 #        include "blt_generic_steps-inl.h"
+#        include "blt_sdl_steps-inl.h"
 #        include "blt_steps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -40,6 +41,7 @@ constexpr Kernels kKernels = {
 #        undef ROW
     .generic = genericKernel,
     .copy = copyRows,
+    .sdl = sdlKernel,
 };
 
 #        undef ORMSEL_TARGET_NAME

@@ -2,13 +2,13 @@
 // Bitmaps: allocation, locking, attributes.
 #include "bitmap.h"
 
+#include <bit>
+#include <cstring>
+
 #include <host/bitmap.h>
 #include <proto/Picasso96API.h>
 #include <proto/graphics.h>
 #include <proto/utility.h>
-
-#include <bit>
-#include <cstring>
 
 #include "memory.h"
 #include "view.h"

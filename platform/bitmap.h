@@ -2,14 +2,12 @@
 // The provider's record of a bitmap.
 #pragma once
 
-#include <graphics/gfx.h>
-
 #include <atomic>
 #include <cstddef>
 #include <memory>
-
 #include <new>
 
+#include <graphics/gfx.h>
 #include <proto/exec.h>
 
 #include "formats.h"

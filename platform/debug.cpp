@@ -4,10 +4,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include <pthread.h>
-
 #include <host/debug.h>
 #include <proto/exec.h>
+#include <pthread.h>
 
 namespace {
 

@@ -12,7 +12,6 @@
 #include <utility>
 
 #include <SDL.h>
-
 #include <intuition/intuition.h>
 
 #include "display.h"

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Zlib
 // graphics: copies and fills, on bitmaps and through layers.
-#include <proto/graphics.h>
-#include <proto/utility.h>
-
 #include <algorithm>
 #include <cstring>
+
+#include <proto/graphics.h>
+#include <proto/utility.h>
 
 #include "bitmap.h"
 #include "layers.h"

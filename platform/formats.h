@@ -2,9 +2,9 @@
 // What the provider knows of the pixel formats: one table, and pixels through it.
 #pragma once
 
-#include <libraries/Picasso96.h>
-
 #include <optional>
+
+#include <libraries/Picasso96.h>
 
 namespace host {
 

@@ -2,10 +2,10 @@
 // Rectangles and lists of rectangles that do not overlap.
 #pragma once
 
-#include <graphics/gfx.h>
-
 #include <algorithm>
 #include <vector>
+
+#include <graphics/gfx.h>
 
 namespace host {
 

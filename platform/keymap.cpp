@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Zlib
 #include "keymap.h"
 
-#include <intuition/intuition.h>
-
 #include <algorithm>
 #include <iterator>
+
+#include <intuition/intuition.h>
 
 namespace host {
 

@@ -2,11 +2,10 @@
 // Raw key codes for the host's keys.
 #pragma once
 
-#include <exec/types.h>
+#include <optional>
 
 #include <SDL.h>
-
-#include <optional>
+#include <exec/types.h>
 
 namespace host {
 

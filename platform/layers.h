@@ -2,12 +2,12 @@
 // The provider's records of layers, and drawing along their pieces.
 #pragma once
 
-#include <graphics/layers.h>
-#include <graphics/rastport.h>
-
 #include <memory>
 #include <mutex>
 #include <vector>
+
+#include <graphics/layers.h>
+#include <graphics/rastport.h>
 
 #include "bitmap.h"
 #include "geometry.h"

@@ -2,11 +2,11 @@
 // graphics: display modes. The host shows screens of any size, so a mode's number spells out the mode.
 #include "modes.h"
 
-#include <proto/graphics.h>
-#include <proto/utility.h>
-
 #include <algorithm>
 #include <iterator>
+
+#include <proto/graphics.h>
+#include <proto/utility.h>
 
 #include "display.h"
 

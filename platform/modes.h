@@ -2,9 +2,9 @@
 // Display modes as numbers.
 #pragma once
 
-#include <exec/types.h>
-
 #include <optional>
+
+#include <exec/types.h>
 
 namespace host {
 

@@ -2,8 +2,6 @@
 // exec: message ports and signals.
 #include "ports.h"
 
-#include <proto/exec.h>
-
 #include <atomic>
 #include <csignal>
 #include <iterator>
@@ -11,6 +9,7 @@
 #include <new>
 
 #include <poll.h>
+#include <proto/exec.h>
 #include <pthread.h>
 
 #include "wake.h"

@@ -5,7 +5,6 @@
 #include <optional>
 
 #include <SDL_error.h>
-
 #include <proto/intuition.h>
 #include <proto/utility.h>
 

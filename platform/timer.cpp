@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
-#include <proto/timer.h>
-
 #include <chrono>
+
+#include <proto/timer.h>
 
 void GetSysTime(TimeVal* dest) noexcept {
     using namespace std::chrono;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Zlib
+
 // Waking a thread that sleeps in poll().
 #pragma once
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <SDL_error.h>
-
 #include <proto/exec.h>
 #include <proto/intuition.h>
 #include <proto/layers.h>

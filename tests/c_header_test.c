@@ -4,6 +4,7 @@
 #include <stddef.h>
 
 #include <ormsel/ormsel.h>
+#include <ormsel/ormsel_sdl.h>
 #include <ormsel/ormsel_utils.h>
 #include <ormsel/ormsel_version.h>
 

@@ -43,5 +43,7 @@ int main(void) {
         printf("pixel %04x, calls %d, display %d\n", ((Uint16*)target->pixels)[39], called, video != NULL);
         return 1;
     }
+    SDL_FreeSurface(source);
+    SDL_FreeSurface(target);
     return 0;
 }

@@ -23,8 +23,8 @@ static void write(SDL_Surface* canvas, TTF_Font* font, const char* text, int x, 
 
 int main(int argc, char** argv) {
     static const Uint8 alphas[columns] = {255, 144, 48};
-    SDL_Surface* canvas =
-        SDL_CreateRGBSurface(SDL_SWSURFACE, left + columns * cell, top + 2 * cell, 32, 0xFF0000, 0xFF00, 0xFF, 0);
+    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, left + columns * cell, top + 2 * cell, 32,
+                                               0xFF0000, 0xFF00, 0xFF, 0);
     SDL_Surface* picture = argc == 4 ? IMG_Load(argv[2]) : NULL;
     TTF_Font* font = argc == 4 && TTF_Init() == 0 ? TTF_OpenFont(argv[3], 18) : NULL;
     SDL_Surface* sprite = NULL;

@@ -12,6 +12,7 @@ die() {
 
 build_packages=(g++ cmake ninja-build pkg-config libsdl1.2-dev libsdl-image1.2-dev libsdl-ttf2.0-dev
     fonts-freefont-ttf libhwy-dev libpng-dev libx11-dev libxtst-dev)
+lint_packages=(clang-format-14 clang-tidy-14 git jq)
 display_packages=(xvfb)
 test_packages=(googletest)
 document_packages=(doxygen python3 mandoc groff-base reuse abigail-tools)
@@ -37,10 +38,9 @@ need_packages() {
             > /dev/null || die "could not install: $missing"
 }
 
-# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed.
-build() {
+# configure PRESET: build/PRESET, unless it is there and newer than the presets.
+configure() {
     local preset=$1 log=$root/build/$1.log
-    shift
     mkdir -p "$root/build"
     if [[ ! -e $root/build/$preset/build.ninja || $root/CMakePresets.json -nt $root/build/$preset/build.ninja ]]; then
         say "configuring build/$preset"
@@ -49,6 +49,13 @@ build() {
             die "could not configure build/$preset"
         }
     fi
+}
+
+# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed.
+build() {
+    local preset=$1 log=$root/build/$1.log
+    shift
+    configure "$preset"
     say "building build/$preset"
     cmake --build "$root/build/$preset" ${1:+--target "$@"} > "$log" 2>&1 || {
         tail -n 60 "$log" >&2

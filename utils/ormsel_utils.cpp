@@ -68,7 +68,7 @@ void clearToBlack(Screen* screen) {
 } // namespace
 
 ORU_VideoInfo* ORU_InitVideo(unsigned long width, unsigned long height, unsigned long depth,
-                             unsigned long fullscreen) {
+                             unsigned long fullscreen) ORMSEL_NOEXCEPT {
     const bool ownScreen = fullscreen & 1;
     const auto innerWidth = static_cast<uint32>(width);
     const auto innerHeight = static_cast<uint32>(height);
@@ -103,7 +103,7 @@ ORU_VideoInfo* ORU_InitVideo(unsigned long width, unsigned long height, unsigned
     return vi;
 }
 
-void ORU_CloseVideo(ORU_VideoInfo* vi) {
+void ORU_CloseVideo(ORU_VideoInfo* vi) ORMSEL_NOEXCEPT {
     if (!vi)
         return;
     if (vi->window)
@@ -114,7 +114,7 @@ void ORU_CloseVideo(ORU_VideoInfo* vi) {
     FreeVec(vi);
 }
 
-const char* p96Fmt2Str(unsigned long format) {
+const char* p96Fmt2Str(unsigned long format) ORMSEL_NOEXCEPT {
     static constexpr const char* kNames[] = {
         "RGBFB_NONE",       "RGBFB_CLUT",     "RGBFB_R8G8B8",   "RGBFB_B8G8R8",   "RGBFB_R5G6B5PC",
         "RGBFB_R5G5B5PC",   "RGBFB_A8R8G8B8", "RGBFB_A8B8G8R8", "RGBFB_R8G8B8A8", "RGBFB_B8G8R8A8",

@@ -10,6 +10,8 @@
 
 #include <exec/types.h>
 
+#include "ormsel_version.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -39,10 +41,10 @@ typedef struct ORU_VideoInfo {
  * Call it, and everything that uses the display, from one thread.
  */
 ORU_VideoInfo* ORU_InitVideo(unsigned long width, unsigned long height, unsigned long depth,
-                             unsigned long fullscreen);
+                             unsigned long fullscreen) ORMSEL_NOEXCEPT;
 
 /** Closes what ORU_InitVideo() opened and frees the record. NULL is allowed. */
-void ORU_CloseVideo(ORU_VideoInfo* vi);
+void ORU_CloseVideo(ORU_VideoInfo* vi) ORMSEL_NOEXCEPT;
 
 /**
  * Names a pixel format.
@@ -52,7 +54,7 @@ void ORU_CloseVideo(ORU_VideoInfo* vi);
  *
  * Safe from any thread.
  */
-const char* p96Fmt2Str(unsigned long format);
+const char* p96Fmt2Str(unsigned long format) ORMSEL_NOEXCEPT;
 
 #ifdef __cplusplus
 }

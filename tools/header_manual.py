@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Zlib
 """Writes manual pages from the comments of the public headers.
 
-    make_manual.py XML-FOLDER README VERSION OUTPUT-FOLDER
+    header_manual.py XML-FOLDER README VERSION OUTPUT-FOLDER
 
 XML-FOLDER is what Doxygen makes of the headers. The output is ormsel.3, from the comment at the top of ormsel.h
 and with the README's program as its example, and a page for each function.

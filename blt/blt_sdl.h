@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Zlib
+//
+// Blits by SDL's own rules: the rules, the record of one blit, and its kernels.
+//
+// A rule says what weight w, from 0 to 256, a source pixel has, and how a channel is rounded. With source,
+// destination and result in the 8 bits of a byte, a channel becomes
+//
+//     (s * w + d * (256 - w) + roundUp) / 256
+//
+// which fits 16 bits: it is 256 * 255 at most, or with roundUp, where no weight is above 255, 256 * 255 +
+// 255. Channels of fewer bits stand in a byte's upper ones. For weights in 32nds the source's channels are
+// cut to the bits that the destination has, so that the formula gives what one in numbers of 5 and 6 bits
+// would.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ormsel {
+
+struct SdlRule {
+    // Source pixels with an alpha of less leave the old pixel alone; those from the second number on weigh
+    // 256; of other alphas these bits are the weight.
+    uint32_t drawnFrom, opaqueFrom, alphaBits;
+    uint32_t roundUp;
+};
+
+// Onto 32 bits where colours and alpha keep their places.
+inline constexpr SdlRule kSdlRoundsDown{1, 255, 0xFF, 0};
+// Onto 24 bits, into other places, and wherever SDL has nothing better: even 255 isn't quite opaque.
+inline constexpr SdlRule kSdlRoundsUp{1, 256, 0xFF, 255};
+// Onto R5G6B5 and R5G5B5 where the colours keep their order.
+inline constexpr SdlRule kSdlIn32nds{8, 248, 0xF8, 0};
+// The same from a surface that SDL would have encoded by runs, or by one alpha for the whole surface.
+inline constexpr SdlRule kSdlIn32ndsTo255{1, 255, 0xF8, 0};
+
+enum class SdlLayout : uint8_t { k32, k24, kR5G6B5, kR5G5B5, kNone };
+
+// A source pixel is widened to a byte for each channel; `place` puts these bytes where the destination,
+// widened likewise, has the same channel. 24- and 32-bit pixels are their values; the channels of a 16-bit
+// pixel go to bytes 2, 1 and 0, from its highest down.
+struct SdlBlit {
+    const uint8_t* src;
+    ptrdiff_t srcPitch;
+    uint8_t* dst;
+    ptrdiff_t dstPitch;
+    size_t width, height; // at least 1
+    SdlLayout from, to;
+    bool perPixel;  // by the source's alpha, of which the source is 32 bits; else by one weight
+    bool keyed;     // source pixels of the value `key` are left out
+    bool copies;    // keyed, and colours are taken as they are: the formats differ in alpha at most
+    bool notesFall; // bit 24 is set where the channel in the low byte gets smaller
+    SdlRule rule;
+    uint32_t weight;     // without per-pixel alpha: of every pixel
+    uint32_t alphaShift; // with it: where the source's alpha stands
+    uint32_t key;
+    uint32_t place;      // for each byte of the destination the number of the source's, or 0x80 for none
+    uint32_t cut;        // which bits of the placed source count
+    uint32_t colours;    // of the destination's own pixels: the bits of its colours,
+    uint32_t kept;       // those that stay as they are,
+    uint32_t ones;       // those that are set,
+    uint32_t opaqueOnes; // and those that are set where the weight is 256
+};
+
+using SdlKernel = void (*)(const SdlBlit& blit);
+
+void sdlScalarKernel(const SdlBlit& blit);
+
+} // namespace ormsel

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Zlib
+//
+// One pixel of a blit by SDL's rules, in plain C++: the reference for the vector kernels.
+#pragma once
+
+#include "blt_formats.h"
+#include "blt_sdl.h"
+
+namespace ormsel {
+
+constexpr size_t sdlBytes(SdlLayout layout) {
+    return layout == SdlLayout::k32 ? 4 : layout == SdlLayout::k24 ? 3 : 2;
+}
+
+// Stores a pixel's own bytes alone.
+template <size_t Bytes>
+inline void sdlStore(uint8_t* p, uint32_t v) {
+    if constexpr (Bytes == 3) {
+        p[0] = static_cast<uint8_t>(kBigEndian ? v >> 16 : v);
+        p[1] = static_cast<uint8_t>(v >> 8);
+        p[2] = static_cast<uint8_t>(kBigEndian ? v : v >> 16);
+    } else {
+        storePixel<Bytes>(p, v);
+    }
+}
+
+template <SdlLayout Layout>
+inline uint32_t sdlWiden(uint32_t v) {
+    if constexpr (Layout == SdlLayout::kR5G6B5)
+        return (v & 0xF800) << 8 | (v & 0x07E0) << 5 | (v & 0x001F) << 3; // ........rrrrr...gggggg..bbbbb...
+    else if constexpr (Layout == SdlLayout::kR5G5B5)
+        return (v & 0x7C00) << 9 | (v & 0x03E0) << 6 | (v & 0x001F) << 3; // ........rrrrr...ggggg...bbbbb...
+    else
+        return v;
+}
+
+template <SdlLayout Layout>
+inline uint32_t sdlNarrow(uint32_t v) {
+    if constexpr (Layout == SdlLayout::kR5G6B5)
+        return (v >> 8 & 0xF800) | (v >> 5 & 0x07E0) | (v >> 3 & 0x001F); // rrrrrggggggbbbbb
+    else if constexpr (Layout == SdlLayout::kR5G5B5)
+        return (v >> 9 & 0x7C00) | (v >> 6 & 0x03E0) | (v >> 3 & 0x001F); // .rrrrrgggggbbbbb
+    else
+        return v;
+}
+
+// The bytes of a widened source pixel where the destination has them.
+struct SdlPlaces {
+    uint32_t shift[4], mask[4];
+    bool asTheyAre = true; // but for bytes that are no colour, which the destination leaves out again
+
+    explicit SdlPlaces(uint32_t place) {
+        for (unsigned i = 0; i < 4; ++i) {
+            const uint32_t from = place >> 8 * i & 0xFF;
+            shift[i] = from < 4 ? 8 * from : 0;
+            mask[i] = from < 4 ? 0xFFU << 8 * i : 0;
+            asTheyAre = asTheyAre && (from == i || from == 0x80);
+        }
+    }
+    uint32_t operator()(uint32_t v) const {
+        if (asTheyAre)
+            return v;
+        uint32_t placed = 0;
+        for (unsigned i = 0; i < 4; ++i)
+            placed |= (v >> shift[i] << 8 * i) & mask[i];
+        return placed;
+    }
+};
+
+// The formula, for two channels in the halves of a word at a time. What a difference borrows from the upper
+// half the whole sum, in which no half is negative, gives back.
+inline uint32_t sdlMix(uint32_t s, uint32_t d, uint32_t w, uint32_t roundUp) {
+    constexpr uint32_t kPair = 0x00FF00FF; // ........xxxxxxxx........xxxxxxxx
+    const auto mixed = [&](uint32_t sPair, uint32_t dPair) {
+        return (dPair << 8) + (sPair - dPair) * w + roundUp * 0x00010001;
+    };
+    return (mixed(s & kPair, d & kPair) >> 8 & kPair) | (mixed(s >> 8 & kPair, d >> 8 & kPair) & ~kPair);
+}
+
+template <SdlLayout From, SdlLayout To, bool PerPixel>
+inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* src, uint8_t* dst) {
+    const uint32_t s = loadPixel<sdlBytes(From)>(src);
+    uint32_t w = b.weight;
+    if constexpr (PerPixel) {
+        const uint32_t alpha = s >> b.alphaShift & 0xFF;
+        if (alpha < b.rule.drawnFrom)
+            return;
+        w = alpha >= b.rule.opaqueFrom ? 256 : alpha & b.rule.alphaBits;
+    } else if (b.keyed && s == b.key) {
+        return;
+    }
+    const uint32_t d = loadPixel<sdlBytes(To)>(dst);
+    const uint32_t mixed = sdlMix(place(sdlWiden<From>(s)) & b.cut, sdlWiden<To>(d), w, b.rule.roundUp);
+    uint32_t result = (sdlNarrow<To>(mixed) & b.colours) | (d & b.kept) | b.ones;
+    if constexpr (To == SdlLayout::k32) {
+        if (w == 256)
+            result |= b.opaqueOnes;
+        if (b.notesFall && (mixed & 0xFF) < (d & 0xFF))
+            result |= 1U << 24;
+    }
+    sdlStore<sdlBytes(To)>(dst, result);
+}
+
+template <SdlLayout Layout>
+inline void sdlCopyPixel(const SdlBlit& b, const uint8_t* src, uint8_t* dst) {
+    const uint32_t s = loadPixel<sdlBytes(Layout)>(src);
+    if (s != b.key)
+        sdlStore<sdlBytes(Layout)>(dst, (s & b.colours) | b.ones);
+}
+
+// Calls work with the kernel's template arguments for a blit: source, destination, and whether by pixel.
+template <class Work>
+inline void withSdlLayouts(const SdlBlit& b, const Work& work) {
+    const auto onto = [&]<SdlLayout From, bool PerPixel>() {
+        switch (b.to) {
+        case SdlLayout::k32:
+            return work.template operator()<From, SdlLayout::k32, PerPixel>();
+        case SdlLayout::k24:
+            return work.template operator()<From, SdlLayout::k24, PerPixel>();
+        case SdlLayout::kR5G6B5:
+            return work.template operator()<From, SdlLayout::kR5G6B5, PerPixel>();
+        case SdlLayout::kR5G5B5:
+            return work.template operator()<From, SdlLayout::kR5G5B5, PerPixel>();
+        case SdlLayout::kNone:
+            return;
+        }
+    };
+    if (b.perPixel)
+        return onto.template operator()<SdlLayout::k32, true>();
+    switch (b.from) {
+    case SdlLayout::k32:
+        return onto.template operator()<SdlLayout::k32, false>();
+    case SdlLayout::k24:
+        return onto.template operator()<SdlLayout::k24, false>();
+    case SdlLayout::kR5G6B5:
+        return onto.template operator()<SdlLayout::kR5G6B5, false>();
+    case SdlLayout::kR5G5B5:
+        return onto.template operator()<SdlLayout::kR5G5B5, false>();
+    case SdlLayout::kNone:
+        return;
+    }
+}
+
+} // namespace ormsel

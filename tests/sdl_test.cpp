@@ -1,0 +1,380 @@
+// SPDX-License-Identifier: Zlib
+//
+// ormsel_BlitSurface beside a model of SDL's rules, and beside SDL itself: every triple of source,
+// destination and weight, and random pairs of surfaces of every kind that SDL can make.
+#include <bit>
+#include <cstring>
+#include <fstream>
+#include <iomanip>
+#include <map>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include <ormsel/ormsel_sdl.h>
+
+#include "tests/images.h"
+#include "tests/sdl_model.h"
+
+namespace {
+
+// Of 32-bit x86 alone, SDL's library draws some blits with vector code that rounds in its own way.
+constexpr bool kSdlIsPlainC = sizeof(void*) == 8 || SDL_BYTEORDER == SDL_BIG_ENDIAN;
+
+struct SdlKind {
+    int bits;
+    uint32_t r, g, b, a;
+};
+
+const SdlKind kSdlKinds[] = {
+    {32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000},
+    {32, 0xFF, 0xFF00, 0xFF0000, 0xFF000000},
+    {32, 0xFF000000, 0xFF0000, 0xFF00, 0xFF},
+    {32, 0xFF00, 0xFF0000, 0xFF000000, 0xFF},
+    {32, 0xFF00, 0xFF0000, 0xFF, 0xFF000000},
+    {32, 0xFF000000, 0xFF, 0xFF00, 0xFF0000},
+    {32, 0xFF0000, 0xFF00, 0xFF, 0},
+    {32, 0xFF, 0xFF00, 0xFF0000, 0},
+    {32, 0xFF000000, 0xFF0000, 0xFF00, 0},
+    {32, 0xFF00, 0xFF0000, 0xFF000000, 0},
+    {24, 0xFF0000, 0xFF00, 0xFF, 0},
+    {24, 0xFF, 0xFF00, 0xFF0000, 0},
+    {24, 0xFF00, 0xFF0000, 0xFF, 0},
+    {16, 0xF800, 0x07E0, 0x1F, 0},
+    {16, 0x1F, 0x07E0, 0xF800, 0},
+    {15, 0x7C00, 0x03E0, 0x1F, 0},
+    {15, 0x1F, 0x03E0, 0x7C00, 0},
+    {16, 0x7C00, 0x03E0, 0x1F, 0},
+    {16, 0x7C00, 0x03E0, 0x1F, 0x8000},
+    {16, 0x0F00, 0xF0, 0x0F, 0xF000},
+    {8, 0, 0, 0, 0},
+};
+
+struct FreeSurface {
+    void operator()(SDL_Surface* s) const {
+        while (s->locked)
+            SDL_UnlockSurface(s);
+        SDL_FreeSurface(s);
+    }
+};
+using Surface = std::unique_ptr<SDL_Surface, FreeSurface>;
+
+Surface makeSurface(const SdlKind& k, int width, int height) {
+    return Surface(SDL_CreateRGBSurface(SDL_SWSURFACE, width, height, k.bits, k.r, k.g, k.b, k.a));
+}
+
+// --- Every triple -------------------------------------------------------------------------------------
+
+// All 256 x 256 pairs of channel values, each in all three channels, under one weight: the column gives the
+// destination's, the row the source's.
+std::string wrongPair(const SdlKind& from, const SdlKind& to, bool perPixel, bool keyed, bool encode,
+                      uint32_t alpha) {
+    const Surface src = makeSurface(from, 256, 256), dst = makeSurface(to, 256, 256);
+    const auto channel = [](uint32_t mask, uint32_t value) {
+        const int bits = std::popcount(mask);
+        return mask ? (value >> (bits < 8 ? 8 - bits : 0)) << std::countr_zero(mask) & mask : 0;
+    };
+    const auto grey = [&](const SdlKind& k, uint32_t v) {
+        return channel(k.r, v) | channel(k.g, v) | channel(k.b, v);
+    };
+    std::vector<uint32_t> old(0x10000);
+    const uint32_t spare = ~(to.r | to.g | to.b) & (to.bits == 32 ? ~0U : to.bits == 24 ? 0xFFFFFF : 0xFFFF);
+    for (uint32_t s = 0; s < 256; ++s)
+        for (uint32_t d = 0; d < 256; ++d) {
+            sdl_model::store(*src, static_cast<int>(d), static_cast<int>(s),
+                             grey(from, s) | channel(from.a, alpha));
+            old[s << 8 | d] = grey(to, d) | ((s * 0x01010101 ^ d * 0x9E3779B1) & spare);
+            sdl_model::store(*dst, static_cast<int>(d), static_cast<int>(s), old[s << 8 | d]);
+        }
+    const uint32_t request = encode ? SDL_RLEACCEL : 0;
+    if (keyed)
+        SDL_SetColorKey(src.get(), SDL_SRCCOLORKEY, grey(from, 0x55));
+    SDL_SetAlpha(src.get(), SDL_SRCALPHA | request, static_cast<Uint8>(perPixel ? 77 : alpha));
+    const sdl_model::Choice choice = sdl_model::choose(*src, *dst);
+    if (choice.rule == sdl_model::Rule::kNone)
+        return ormsel_Serves(src.get(), dst.get()) ? "served, but not modelled" : "";
+    if (!ormsel_Serves(src.get(), dst.get()))
+        return "modelled, but not served";
+    ormsel_BlitSurface(src.get(), nullptr, dst.get(), nullptr);
+    for (uint32_t i = 0; i < 0x10000; ++i) {
+        const int x = static_cast<int>(i & 255), y = static_cast<int>(i >> 8);
+        const uint32_t s = sdl_model::load(*src, x, y), found = sdl_model::load(*dst, x, y);
+        const uint32_t expected = sdl_model::pixel(choice, *src->format, *dst->format, alpha, s, old[i]);
+        if (found != expected) {
+            std::ostringstream out;
+            out << std::hex << from.bits << ":" << from.r << "/" << from.a << " onto " << to.bits << ":"
+                << to.r << "/" << to.a << (perPixel ? " by pixel" : "") << (keyed ? " keyed" : "")
+                << (encode ? " encode" : "") << " alpha " << alpha << ": " << s << " onto " << old[i]
+                << " gives " << found << ", not " << expected;
+            return out.str();
+        }
+    }
+    return {};
+}
+
+// Both ways that a pair of kinds can be blended, at the weights from 0 on in steps.
+void expectTriples(const SdlKind& from, const SdlKind& to, uint32_t step) {
+    for (uint32_t alpha = 0; alpha < 256; alpha += step) {
+        ASSERT_EQ(wrongPair(from, to, from.a, false, false, alpha), "");
+        ASSERT_EQ(wrongPair(from, to, from.a, !from.a, from.a, alpha), "");
+    }
+}
+
+TEST(SdlRules, EveryTriple) {
+    // Every rule onto every layout that it has.
+    const size_t pairs[][2] = {{0, 6},  {0, 1},   {0, 10},  {0, 13}, {1, 13}, {0, 15},
+                               {0, 14}, {0, 18},  {6, 0},   {6, 7},  {6, 10}, {6, 13},
+                               {6, 15}, {13, 13}, {15, 15}, {13, 6}, {10, 11}};
+    for (const auto& [from, to] : pairs)
+        expectTriples(kSdlKinds[from], kSdlKinds[to], stride());
+}
+
+// --- Random surfaces ----------------------------------------------------------------------------------
+
+SDL_Rect randomRect(Random& random, int width, int height) {
+    SDL_Rect r;
+    if (random.oneIn(40)) {
+        const uint64_t bits = random.next();
+        std::memcpy(&r, &bits, sizeof r);
+        return r;
+    }
+    r.x = static_cast<Sint16>(random.oneIn(30) ? random.oneIn(2) ? 32767 : -32768
+                                               : random.between(-width, width + 3));
+    r.y = static_cast<Sint16>(random.oneIn(30) ? -32760 : random.between(-height, height + 3));
+    r.w = static_cast<Uint16>(random.oneIn(20) ? 0 : random.upTo(width + 20));
+    r.h = static_cast<Uint16>(random.oneIn(20) ? 65535 : random.upTo(height + 5));
+    return r;
+}
+
+// A blit as numbers, of which any number of equal sets of surfaces can be made.
+class Plan {
+public:
+    explicit Plan(Random& random)
+        : from_(random.of(kSdlKinds)), to_(random.of(kSdlKinds)),
+          width_(random.between(1, random.oneIn(4) ? 90 : 24)), height_(random.between(1, 4)),
+          dstWidth_(random.between(1, 60)), dstHeight_(random.between(1, 5)),
+          alpha_(random.oneIn(4)   ? 128
+                 : random.oneIn(4) ? 255
+                                   : static_cast<uint32_t>(random.upTo(255))),
+          alphaFlags_(random.oneIn(3) ? 0 : SDL_SRCALPHA), keyed_(random.oneIn(2)),
+          request_(random.oneIn(5) ? SDL_RLEACCEL : 0), keyAt_(random.next()), lock_(random.upTo(60)),
+          clipped_(random.oneIn(3)), clip_(randomRect(random, 60, 5)), hasSrcRect_(!random.oneIn(3)),
+          hasDstRect_(!random.oneIn(4)), one_(random.oneIn(30)), view_(random.oneIn(30)),
+          srcRect_(randomRect(random, 60, 4)), dstRect_(randomRect(random, 60, 5)) {
+        if (one_ || view_) // encoding takes a surface's pixels away, and SDL doesn't look
+            request_ = 0;
+        srcBytes_.resize(static_cast<size_t>(width_ * height_ * 4 + 8));
+        random.fill(srcBytes_.data(), static_cast<long>(srcBytes_.size()));
+        dstBytes_.resize(static_cast<size_t>(dstWidth_ * dstHeight_ * 4 + 8));
+        random.fill(dstBytes_.data(), static_cast<long>(dstBytes_.size()));
+    }
+
+    class Scene;
+
+private:
+    SdlKind from_, to_;
+    long width_, height_, dstWidth_, dstHeight_;
+    uint32_t alpha_, alphaFlags_;
+    bool keyed_;
+    uint32_t request_;
+    uint64_t keyAt_;
+    long lock_;
+    bool clipped_;
+    SDL_Rect clip_;
+    bool hasSrcRect_, hasDstRect_, one_, view_;
+    SDL_Rect srcRect_, dstRect_;
+    std::vector<uint8_t> srcBytes_, dstBytes_;
+};
+
+class Plan::Scene {
+public:
+    explicit Scene(const Plan& p)
+        : lock_(p.lock_), hasSrcRect_(p.hasSrcRect_), hasDstRect_(p.hasDstRect_), srcRect_(p.srcRect_),
+          dstRect_(p.dstRect_) {
+        src_ = makeSurface(p.from_, static_cast<int>(p.width_), static_cast<int>(p.height_));
+        fill(*src_, p.srcBytes_);
+        if (p.view_) { // the same pixels as another surface
+            dst_.reset(SDL_CreateRGBSurfaceFrom(src_->pixels, src_->w, src_->h, p.from_.bits, src_->pitch,
+                                                p.from_.r, p.from_.g, p.from_.b, p.from_.a));
+        } else if (!p.one_) {
+            dst_ = makeSurface(p.to_, static_cast<int>(p.dstWidth_), static_cast<int>(p.dstHeight_));
+            fill(*dst_, p.dstBytes_);
+        }
+        if (p.keyed_) {
+            const auto at = static_cast<int>(p.keyAt_ % static_cast<uint64_t>(p.width_ * p.height_));
+            SDL_SetColorKey(src_.get(), SDL_SRCCOLORKEY | p.request_,
+                            src_->format->BytesPerPixel == 1
+                                ? static_cast<uint8_t>(p.keyAt_)
+                                : sdl_model::load(*src_, at % src_->w, at / src_->w));
+        }
+        SDL_SetAlpha(src_.get(), p.alphaFlags_ | (p.alphaFlags_ ? p.request_ : 0),
+                     static_cast<Uint8>(p.alpha_));
+        if (p.clipped_)
+            SDL_SetClipRect(dst(), &p.clip_);
+        if (lock_ == 0)
+            SDL_LockSurface(src_.get());
+        if (lock_ == 1)
+            SDL_LockSurface(dst());
+    }
+    SDL_Surface* src() const { return lock_ == 2 ? nullptr : src_.get(); }
+    SDL_Surface* dst() const { return lock_ == 3 ? nullptr : dst_ ? dst_.get() : src_.get(); }
+    bool sharesMemory() const { return !dst_ || dst_->pixels == src_->pixels; }
+    SDL_Rect* srcRect() { return hasSrcRect_ ? &srcRect_ : nullptr; }
+    SDL_Rect* dstRect() { return hasDstRect_ ? &dstRect_ : nullptr; }
+
+    template <class Blit>
+    void blit(const Blit& call) {
+        SDL_ClearError();
+        result_ = call(src(), srcRect(), dst(), dstRect());
+        error_ = SDL_GetError();
+    }
+    void blitLikeTheModel() {
+        const sdl_model::Request request = sdl_model::clip(src(), srcRect(), dst(), dstRect());
+        result_ = request.result;
+        error_ = request.error;
+        if (!result_)
+            sdl_model::draw(request, *src(), *dst());
+    }
+
+    std::string difference(const Scene& other) const {
+        std::ostringstream out;
+        const auto same = [](const SDL_Rect& a, const SDL_Rect& b) {
+            return std::memcmp(&a, &b, sizeof a) == 0;
+        };
+        if (result_ != other.result_ || error_ != other.error_)
+            out << "result " << result_ << " '" << error_ << "', not " << other.result_ << " '"
+                << other.error_ << "'\n";
+        if (!same(srcRect_, other.srcRect_) || !same(dstRect_, other.dstRect_))
+            out << "rectangle " << dstRect_.x << " " << dstRect_.y << " " << dstRect_.w << " " << dstRect_.h
+                << ", not " << other.dstRect_.x << " " << other.dstRect_.y << " " << other.dstRect_.w << " "
+                << other.dstRect_.h << "\n";
+        if (src_->locked != other.src_->locked || (dst_ && dst_->locked != other.dst_->locked))
+            out << "locks differ\n";
+        const SDL_Surface &mine = dst_ ? *dst_ : *src_, &theirs = other.dst_ ? *other.dst_ : *other.src_;
+        if (!mine.pixels || !theirs.pixels) // encoded by runs, as the source of a blit onto itself
+            return out.str();
+        const auto bytes = static_cast<long>(mine.pitch) * mine.h;
+        const auto *a = static_cast<const uint8_t*>(mine.pixels),
+                   *b = static_cast<const uint8_t*>(theirs.pixels);
+        for (long i = 0; i < bytes; ++i)
+            if (a[i] != b[i]) {
+                out << "byte " << i % mine.pitch << " of row " << i / mine.pitch << " is " << int{a[i]}
+                    << ", not " << int{b[i]} << "; alpha " << int{src_->format->alpha} << ", flags "
+                    << std::hex << src_->flags << ", from " << int{src_->format->BitsPerPixel} << ":"
+                    << src_->format->Rmask << "/" << src_->format->Amask << " to "
+                    << int{mine.format->BitsPerPixel} << ":" << mine.format->Rmask << "/"
+                    << mine.format->Amask << "\n";
+                break;
+            }
+        return out.str();
+    }
+
+private:
+    static void fill(const SDL_Surface& s, const std::vector<uint8_t>& bytes) {
+        auto* to = static_cast<uint8_t*>(s.pixels);
+        for (size_t i = 0; i < static_cast<size_t>(s.pitch) * static_cast<size_t>(s.h); ++i)
+            to[i] = bytes[i % bytes.size()];
+    }
+
+    long lock_;
+    bool hasSrcRect_, hasDstRect_;
+    SDL_Rect srcRect_, dstRect_;
+    Surface src_, dst_;
+    int result_ = 0;
+    std::string error_;
+};
+
+TEST(SdlBlit, RandomSurfacesEqualTheModelAndSdl) {
+    long served = 0, cases = 0;
+    EXPECT_EQ(forCases(1000000,
+                       [&](Random& random) -> std::string {
+                           ++cases;
+                           const Plan plan(random);
+                           Plan::Scene ours(plan), theirs(plan);
+                           const bool serves = ormsel_Serves(ours.src(), ours.dst());
+                           served += serves;
+                           if (serves && !ours.sharesMemory()) {
+                               Plan::Scene expected(plan);
+                               expected.blitLikeTheModel();
+                               ours.blit(ormsel_BlitSurface);
+                               if (const std::string wrong = ours.difference(expected); !wrong.empty())
+                                   return "beside the model: " + wrong;
+                               if (!kSdlIsPlainC)
+                                   return {};
+                           } else {
+                               ours.blit(ormsel_BlitSurface);
+                           }
+                           theirs.blit(SDL_UpperBlit);
+                           const std::string wrong = ours.difference(theirs);
+                           return wrong.empty() ? "" : "beside SDL: " + wrong;
+                       }),
+              "");
+    EXPECT_GE(served, cases / 5);
+}
+
+// --- Checksums ----------------------------------------------------------------------------------------
+
+// Pixels enter and leave as the numbers that SDL takes them for, so that the host's byte order doesn't show.
+uint64_t checksum(int srcBytes, int dstBytes, long& served) {
+    std::vector<SdlKind> sources, targets;
+    for (const SdlKind& kind : kSdlKinds) {
+        if ((kind.bits + 7) / 8 == srcBytes)
+            sources.push_back(kind);
+        if ((kind.bits + 7) / 8 == dstBytes)
+            targets.push_back(kind);
+    }
+    const auto everyPixel = [](SDL_Surface& surface, const auto& work) {
+        for (int y = 0; y < surface.h; ++y)
+            for (int x = 0; x < surface.w; ++x)
+                work(x, y);
+    };
+    uint64_t sum = static_cast<uint64_t>(srcBytes * 10 + dstBytes);
+    Random random(sum);
+    for (int scene = 0; scene < 12000; ++scene) {
+        const auto side = [&] { return static_cast<int>(random.between(1, 50)); };
+        const auto size = [&] { return static_cast<int>(random.between(1, 3)); };
+        const SdlKind &from = random.of(sources), &to = random.of(targets);
+        const int width = side(), height = size(), dstWidth = side(), dstHeight = size();
+        const Surface src = makeSurface(from, width, height), dst = makeSurface(to, dstWidth, dstHeight);
+        for (SDL_Surface* surface : {src.get(), dst.get()})
+            everyPixel(*surface, [&](int x, int y) {
+                const auto noise = static_cast<uint32_t>(random.next());
+                static constexpr uint32_t kExtremes[] = {0, 0xFF, 0xFF000000, 0x00FFFFFF};
+                sdl_model::store(*surface, x, y, noise & 1 ? noise : noise | random.of(kExtremes));
+            });
+        const auto request = static_cast<uint32_t>(random.oneIn(4) ? SDL_RLEACCEL : 0);
+        if (!from.a && random.oneIn(2))
+            SDL_SetColorKey(src.get(), SDL_SRCCOLORKEY, sdl_model::load(*src, width / 2, height / 2));
+        SDL_SetAlpha(src.get(), SDL_SRCALPHA | request, static_cast<Uint8>(random.upTo(255)));
+        if (!ormsel_Serves(src.get(), dst.get()))
+            continue;
+        ++served;
+        const auto position = [&](int most) { return static_cast<Sint16>(random.between(-3, most)); };
+        const Sint16 x = position(dstWidth), y = position(dstHeight);
+        SDL_Rect at{x, y, 0, 0};
+        ormsel_BlitSurface(src.get(), nullptr, dst.get(), &at);
+        everyPixel(*dst, [&](int column, int row) {
+            sum = (sum ^ sdl_model::load(*dst, column, row)) * 0x9FB21C651E98DF25U;
+        });
+        sum ^= sum >> 32;
+    }
+    return sum;
+}
+
+TEST(SdlBlit, EveryPairOfDepthsGivesItsNumber) {
+    std::ifstream file(ORMSEL_SDL_GOLDEN_FILE);
+    std::map<std::string, std::string> expected, found;
+    for (std::string name, number; file >> name >> number;)
+        expected[name] = number;
+    long served = 0;
+    for (const int from : {2, 3, 4})
+        for (const int to : {2, 3, 4}) {
+            std::ostringstream number;
+            number << std::hex << std::setw(16) << std::setfill('0') << checksum(from, to, served);
+            found["sdl_" + std::to_string(8 * from) + "_" + std::to_string(8 * to)] = number.str();
+        }
+    EXPECT_EQ(found, expected);
+    EXPECT_GE(served, 60000);
+}
+
+} // namespace
