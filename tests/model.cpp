@@ -26,12 +26,13 @@ long addressOf(const Image& image, long x, long y) {
 
 // By how much a pixel's value is shifted to the right for one of its bytes.
 long shiftOf(const Image& image, long byte) {
-    return 8 * (std::endian::native == std::endian::big ? image.format.bytes - 1 - byte : byte);
+    const auto bytes = static_cast<long>(image.format.bytes);
+    return 8 * (std::endian::native == std::endian::big ? bytes - 1 - byte : byte);
 }
 
 uint32_t loadAt(const uint8_t* memory, const Image& image, long at) {
     uint32_t value = 0;
-    for (long i = 0; i < image.format.bytes; ++i)
+    for (long i = 0; i < static_cast<long>(image.format.bytes); ++i)
         if (has(image, at + i))
             value |= uint32_t{memory[at + i]} << shiftOf(image, i);
     return value;
