@@ -203,9 +203,9 @@ static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixel
         return std::shared_ptr<SDL_Surface>(
             SDL_CreateRGBSurfaceFrom(pixels, w, height, k.depth, pitch, k.r, k.g, k.b, k.a), SDL_FreeSurface);
     };
-    if (const auto surface = create(width, kind))
+    if (auto surface = create(width, kind))
         return surface;
-    const auto surface = create(0, {kind.depth, 0, 0, 0, 0});
+    auto surface = create(0, {kind.depth, 0, 0, 0, 0});
     if (!surface)
         std::abort();
     surface->w = width;
