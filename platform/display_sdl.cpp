@@ -77,8 +77,8 @@ bool startVideo() {
     return started;
 }
 
-// SDL's error as it was, for calls that succeed or clean up: SDL 2, where it serves SDL 1.2's calls, replaces it
-// then, too.
+// SDL's error as it was, for calls that succeed or clean up: SDL 2, where it serves SDL 1.2's calls, replaces
+// it then, too.
 class KeptError {
 public:
     KeptError() { std::snprintf(text_, sizeof text_, "%s", SDL_GetError()); }

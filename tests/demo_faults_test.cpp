@@ -103,7 +103,8 @@ TEST(NativeMode, FaultsLeaveNothingOpen) {
             run(failAllocations, skip, 1);
         }
         const std::string size = fullscreen ? "800x600" : "1024x768";
-        std::set<std::string> expected = {"OpenScreen failed!\nNo memory for a screen of " + size + " pixels\n",
+        std::set<std::string> expected = {"OpenScreen failed!\nNo memory for a screen of " + size +
+                                              " pixels\n",
                                           "OpenWindow failed!\nNo memory for a window\n", ""};
         // A 16-bit screen is widened first for a display of more bits, which SDL 2's dummy display has.
         if (displayDepth() >= 24)

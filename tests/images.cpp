@@ -195,9 +195,9 @@ long memoryOf(const Kind& kind, long width, long height, long pitch) {
     return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
-// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, or takes others
-// for them, and refuses rows that are shorter than their pixels: then an empty surface of this depth is given
-// what SDL 1.2 would have found.
+// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, or takes
+// others for them, and refuses rows that are shorter than their pixels: then an empty surface of this depth
+// is given what SDL 1.2 would have found.
 static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixels, int width, int height,
                                                 int pitch) {
     const auto create = [&](int w, const Kind& k) {

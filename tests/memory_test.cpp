@@ -61,8 +61,8 @@ void require(bool holds, const char* what) {
 
 // Crashes that are no fault of this project. SDL 1.2.15: its dummy driver, on its way out, frees what it
 // failed to get, and SDL_DisplayFormatAlpha() looks into the format that it failed to make. FreeType 2.12.1
-// reads glyphs that it failed to load. SDL 2, and the layer that offers SDL 1.2 on top of it, crash in many places
-// when memory is short. No other crash counts as theirs.
+// reads glyphs that it failed to load. SDL 2, and the layer that offers SDL 1.2 on top of it, crash in many
+// places when memory is short. No other crash counts as theirs.
 bool isOthers(const Dl_info& place) {
     for (const char* library : {"/sdl12-compat/", "/libSDL2-"})
         if (place.dli_fname && std::strstr(place.dli_fname, library))
@@ -321,7 +321,8 @@ void PrintTo(const Case& c, std::ostream* to) {
         dup2(nowhere, STDERR_FILENO);
     dup2(nowhere, STDOUT_FILENO);
     alarm(60);
-    // On a stack of its own: SDL 2 can't store a message without memory, which it reports by a message, and so on.
+    // On a stack of its own: SDL 2 can't store a message without memory, which it reports by a message, and
+    // so on.
     static char space[1 << 16];
     const stack_t stack = {space, 0, sizeof space};
     sigaltstack(&stack, nullptr);
