@@ -195,16 +195,20 @@ long memoryOf(const Kind& kind, long width, long height, long pitch) {
     return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
-// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, and rows that
-// are shorter than their pixels: then an empty surface of this depth is given what SDL 1.2 would have found.
+// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, or takes
+// others for them, and refuses rows that are shorter than their pixels: then an empty surface of this depth
+// is given what SDL 1.2 would have found.
 static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixels, int width, int height,
                                                 int pitch) {
     const auto create = [&](int w, const Kind& k) {
         return std::shared_ptr<SDL_Surface>(
             SDL_CreateRGBSurfaceFrom(pixels, w, height, k.depth, pitch, k.r, k.g, k.b, k.a), SDL_FreeSurface);
     };
-    if (auto surface = create(width, kind))
-        return surface;
+    if (auto surface = create(width, kind)) {
+        const SDL_PixelFormat& f = *surface->format;
+        if (f.Rmask == kind.r && f.Gmask == kind.g && f.Bmask == kind.b && f.Amask == kind.a)
+            return surface;
+    }
     auto surface = create(0, {kind.depth, 0, 0, 0, 0});
     if (!surface)
         std::abort();
