@@ -22,8 +22,7 @@ install_library(ormsel_native native "${native_include_dir}")
 
 install(DIRECTORY include/ormsel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
 # The platform's headers keep their own names, so they get a folder of their own.
-install(DIRECTORY platform/include/ DESTINATION "${native_include_dir}" COMPONENT development
-    PATTERN testing.h EXCLUDE)
+install(DIRECTORY platform/include/ DESTINATION "${native_include_dir}" COMPONENT development)
 
 configure_package_config_file(cmake/ormsel-config.cmake.in ormsel-config.cmake INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file(ormsel-config-version.cmake COMPATIBILITY SameMajorVersion)
