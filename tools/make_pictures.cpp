@@ -17,22 +17,22 @@ namespace {
 class Fix {
 public:
     constexpr Fix() = default;
-    constexpr Fix(int v) : raw(int64_t{v} * One) {}
-    constexpr Fix(double v) : raw(static_cast<int64_t>(v * double{One} + (v < 0 ? -0.5 : 0.5))) {}
+    constexpr Fix(int v) : raw_(int64_t{v} * kOne) {}
+    constexpr Fix(double v) : raw_(static_cast<int64_t>(v * double{kOne} + (v < 0 ? -0.5 : 0.5))) {}
 
-    friend constexpr Fix operator+(Fix a, Fix b) { return fromRaw(a.raw + b.raw); }
-    friend constexpr Fix operator-(Fix a, Fix b) { return fromRaw(a.raw - b.raw); }
-    friend constexpr Fix operator-(Fix a) { return fromRaw(-a.raw); }
-    friend constexpr Fix operator*(Fix a, Fix b) { return fromRaw((a.raw * b.raw) >> Bits); }
-    friend constexpr Fix operator/(Fix a, Fix b) { return fromRaw(a.raw * One / b.raw); }
-    constexpr auto operator<=>(const Fix&) const = default;
+    friend constexpr Fix operator+(Fix a, Fix b) { return fromRaw(a.raw_ + b.raw_); }
+    friend constexpr Fix operator-(Fix a, Fix b) { return fromRaw(a.raw_ - b.raw_); }
+    friend constexpr Fix operator-(Fix a) { return fromRaw(-a.raw_); }
+    friend constexpr Fix operator*(Fix a, Fix b) { return fromRaw((a.raw_ * b.raw_) >> kBits); }
+    friend constexpr Fix operator/(Fix a, Fix b) { return fromRaw(a.raw_ * kOne / b.raw_); }
+    constexpr auto operator<=>(const Fix&) const = default; // NOLINT(modernize-use-nullptr): generated
 
-    constexpr int64_t floor() const { return raw >> Bits; }
-    constexpr Fix fraction() const { return fromRaw(raw & (One - 1)); }
+    constexpr int64_t floor() const { return raw_ >> kBits; }
+    constexpr Fix fraction() const { return fromRaw(raw_ & (kOne - 1)); }
 
     /// Square root, digit by digit; negative values give 0.
     friend constexpr Fix sqrt(Fix a) {
-        uint64_t rest = a.raw > 0 ? static_cast<uint64_t>(a.raw) << Bits : 0, root = 0;
+        uint64_t rest = a.raw_ > 0 ? static_cast<uint64_t>(a.raw_) << kBits : 0, root = 0;
         for (uint64_t bit = uint64_t{1} << 62; bit; bit >>= 2) {
             const bool take = rest >= root + bit;
             rest -= take ? root + bit : 0;
@@ -42,14 +42,14 @@ public:
     }
 
 private:
-    static constexpr int Bits = 20;
-    static constexpr int64_t One = int64_t{1} << Bits;
+    static constexpr int kBits = 20;
+    static constexpr int64_t kOne = int64_t{1} << kBits;
     static constexpr Fix fromRaw(int64_t v) {
         Fix f;
-        f.raw = v;
+        f.raw_ = v;
         return f;
     }
-    int64_t raw = 0;
+    int64_t raw_ = 0;
 };
 
 Fix abs(Fix a) {
@@ -101,14 +101,14 @@ constexpr Colour rgb(int hex) {
 /// Reproducible random numbers.
 class Random {
 public:
-    explicit Random(uint32_t seed) : state(seed) {}
+    explicit Random(uint32_t seed) : state_(seed) {}
     Fix operator()(Fix low, Fix high) {
-        state = state * 1664525u + 1013904223u;
-        return mix(low, high, Fix(static_cast<int>(state >> 12)) / 1048576);
+        state_ = state_ * 1664525u + 1013904223u;
+        return mix(low, high, Fix(static_cast<int>(state_ >> 12)) / 1048576);
     }
 
 private:
-    uint32_t state;
+    uint32_t state_;
 };
 
 using Bytes = std::vector<png_byte>;
