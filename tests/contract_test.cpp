@@ -238,8 +238,8 @@ TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
         BltContext expected = contextFor(
             {described, described, 0, 0, 1, 1, 2, 2, 9, 1, true, mask.image(0), false}, pixels.data());
         expected.src.lock = ctx.src.lock, expected.dst.lock = ctx.dst.lock, expected.maskLock = ctx.maskLock;
-        // Both are cleared as a whole before they are filled.
-        EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0); // NOLINT(bugprone-suspicious-memory-comparison)
+        // Cleared as a whole before they are filled. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+        EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
         EXPECT_EQ(heldBitMapLocks(), locks);
         for (int twice = 0; twice < 2; ++twice)
             BLT_FreeContext(ctx, image, image, maskImage);
