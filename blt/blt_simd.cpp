@@ -90,9 +90,9 @@ namespace ormsel {
 
 namespace {
 
-// How many vector targets from the best one on this processor can't run. One that has the instructions of a
-// target, as Highway's HWY_TARGET_STR names them, is taken to have those of the targets behind it only where
-// it says so. (Highway's own test is in its library, which needs a C++ runtime.)
+// How many of the vector targets, counted from the best one, this processor can't run. A target needs what
+// Highway's HWY_TARGET_STR names and all that the targets behind it need. (Highway's own test is in its
+// library, which needs a C++ runtime.)
 [[maybe_unused]] size_t unavailableTargets() {
 #    if !defined(ORMSEL_SCALAR_ONLY) && HWY_ARCH_X86
     const bool sse4 = __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1") &&
