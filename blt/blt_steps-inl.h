@@ -105,10 +105,7 @@ void drawRows(const Block& b) {
             drawStep(step, src, dst, third, Whole{});
         return;
     }
-    const auto drawAt = [&](size_t x) HWY_ATTR {
-        drawTogether(step, src + x * kSrc, dst + x * kDst, third + x * kThird,
-                     std::make_index_sequence<kSteps>());
-    };
+    constexpr std::make_index_sequence<kSteps> kOfTogether;
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
         size_t x = 0;
         for (; x + kRun <= whole; x += kRun) {
@@ -118,11 +115,12 @@ void drawRows(const Block& b) {
                     continue;
             prefetchBehind<kRun * kDst>(dst + x * kDst);
             for (size_t i = 0; i < kRun; i += kTogether)
-                drawAt(x + i);
+                drawTogether(step, src + (x + i) * kSrc, dst + (x + i) * kDst, third + (x + i) * kThird,
+                             kOfTogether);
         }
         if constexpr (kTogether < kRun)
             for (; x + kTogether <= whole; x += kTogether)
-                drawAt(x);
+                drawTogether(step, src + x * kSrc, dst + x * kDst, third + x * kThird, kOfTogether);
         if constexpr (kPixels < kTogether)
             for (; x < whole; x += kPixels)
                 drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});

@@ -89,7 +89,9 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
 template <class D>
 HWY_INLINE const uint8_t* oldAt(D d, hn::Mask<D> mask, const uint8_t* p) {
     alignas(HWY_MAX_BYTES) static constexpr uint8_t kNothing[HWY_MAX_BYTES] = {};
-    return hn::AllFalse(d, mask) ? kNothing : p;
+    intptr_t taken = hn::AllFalse(d, mask) ? 0 : -1;
+    asm("" : "+r"(taken)); // no branch, please
+    return kNothing + ((reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(kNothing)) & taken);
 }
 
 // Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
@@ -98,13 +100,17 @@ template <size_t Stride, class D>
 HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     using T = hn::TFromD<D>;
     constexpr size_t kCount = hn::MaxLanes(D());
-    alignas(HWY_MAX_BYTES) T lanes[kCount], keep[kCount];
+    alignas(HWY_MAX_BYTES) T lanes[kCount];
+    alignas(HWY_MAX_BYTES) std::make_signed_t<T> kept[kCount]; // 0 or -1
     T elsewhere;
     hn::Store(v, d, lanes);
-    hn::Store(hn::VecFromMask(d, mask), d, keep);
+    hn::Store(hn::VecFromMask(hn::RebindToSigned<D>(), hn::RebindMask(hn::RebindToSigned<D>(), mask)),
+              hn::RebindToSigned<D>(), kept);
+    auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
+    const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
     for (size_t i = 0; i < kCount; ++i)
-        ormsel::storeWord(keep[i] ? p + Stride * i : reinterpret_cast<uint8_t*>(&elsewhere), lanes[i]);
-    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
+        ormsel::storeWord(other + ((way + static_cast<intptr_t>(Stride * i)) & intptr_t{kept[i]}), lanes[i]);
+    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
 }
 
 #    if HWY_TARGET == HWY_AVX2
