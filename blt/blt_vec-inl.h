@@ -667,7 +667,11 @@ struct RightShift {
 // The lanes of the destination that a step stores, and so reads.
 template <class D>
 struct StoreSet {
-    static constexpr bool kStoresMasked = kMasksStores<hn::TFromD<D>>;
+    // How many steps are drawn together: those of 64 bytes, or of one vector where the lanes are stored one
+    // by one at some cost.
+    static constexpr size_t kTogether = kMasksStores<hn::TFromD<D>>  ? 0
+                                        : sizeof(hn::TFromD<D>) >= 4 ? 64 / HWY_MAX_BYTES
+                                                                     : 1;
 
     D d;
     hn::Mask<D> lanes;
@@ -677,6 +681,10 @@ struct StoreSet {
     HWY_INLINE auto loadOld(To to, const uint8_t* p, const Lanes& step) const {
         return as(to, step.loadOldWhere(d, lanes, p));
     }
+    template <class V, class Lanes>
+    HWY_INLINE void store(V v, uint8_t* p, const Lanes& step) const {
+        step.storeWhere(d, v, lanes, p);
+    }
 };
 
 // Pixels of a generic blit, which are stored one by one. drawn has one 32-bit lane a pixel.
@@ -684,31 +692,21 @@ template <int Bytes>
 struct GenericPixels;
 
 template <>
-struct GenericPixels<4> : StoreSet<D32> {
-
-    template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, const Lanes& step) const {
-        return step.loadOldWhere(d, lanes, p);
-    }
-    template <class Lanes>
-    HWY_INLINE void store(V32 v, uint8_t* p, const Lanes& step) const {
-        step.storeWhere(d, v, lanes, p);
-    }
-};
+struct GenericPixels<4> : StoreSet<D32> {};
 
 // 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
 // pixel is drawn, too. Old pixels come from one byte further on, see loadOldPixel(); a pixel's own store
 // never changes what a later one reads there.
 template <>
 struct GenericPixels<3> : StoreSet<D32> {
-    static constexpr bool kStoresMasked = kMasks;
+    static constexpr size_t kTogether = kMasks ? 0 : 1;
 
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
     HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes) const {
         return spread24(V32{_mm512_maskz_loadu_epi8(_cvtu64_mask64(bytes()), p + 1)});
     }
     // In stores that end where the next step's begins: a load that overlaps the span of a masked store waits
@@ -726,10 +724,10 @@ struct GenericPixels<3> : StoreSet<D32> {
             p[48] = 0;
     }
 #    else
-    HWY_INLINE V32 loadOld(const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Stored step) const { return load24(p + 1, step); }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes step) const {
         return load24(oldAt(d, lanes, p + 1), step);
     }
 
