@@ -26,7 +26,6 @@ private:
 
 Fault allocationFault, lockFault;
 std::atomic<long> allocations{0}, locks{0};
-std::atomic<BitMap*> lostBitMap{nullptr};
 
 template <typename Allocate>
 void* allocateUnlessFault(Allocate allocate) {
@@ -77,8 +76,7 @@ void wrapFreePixels(void* pixels) {
 }
 
 int32 wrapLock(BitMap* bitmap, uint8* buffer, uint32 size) {
-    const bool fails = bitmap == lostBitMap || lockFault.strikes();
-    const int32 lock = fails ? 0 : realLock(bitmap, buffer, size);
+    const int32 lock = lockFault.strikes() ? 0 : realLock(bitmap, buffer, size);
     locks += lock != 0;
     return lock;
 }
@@ -94,10 +92,6 @@ void failAllocations(long skip, long count) {
 
 void failLocks(long skip, long count) {
     lockFault.arm(skip, count);
-}
-
-void losePixels(BitMap* bitmap, bool lost) {
-    lostBitMap = lost ? bitmap : nullptr;
 }
 
 long heldBitMapLocks() {

@@ -3,17 +3,12 @@
 // place of the calls (`--wrap`), so the library knows nothing of them.
 #pragma once
 
-struct BitMap;
-
 // After `skip` more allocations of memory for programs, bitmaps or pixels (the provider's own included)
 // `count` ones fail.
 void failAllocations(long skip, long count);
 
 // After `skip` more calls of p96LockBitMap() `count` ones fail.
 void failLocks(long skip, long count);
-
-// While `lost`, the bitmap cannot be locked. One at a time.
-void losePixels(BitMap* bitmap, bool lost);
 
 // p96LockBitMap() calls not yet undone.
 long heldBitMapLocks();
