@@ -194,17 +194,17 @@ private:
         if (mustFault || !written)
             arena_.protect(page, untouched ? PROT_NONE : PROT_READ);
         // One allocation must do for a whole blit.
-        failAllocations(blit_.noMemory ? 0 : allocations_, 1000000);
+        allocationFault.arm(blit_.noMemory ? 0 : allocations_, 1000000);
         unsigned long result = 0;
         bool fault = false;
         std::string wrong = printedBy([&] { fault = faults([&] { result = work(); }); });
-        failAllocations(0, 0);
+        allocationFault.disarm();
         arena_.protect(page, PROT_READ | PROT_WRITE);
         if (fault != mustFault)
             wrong += fault ? "touches what it must not\n" : "leaves out a store\n";
         if (result != 0)
             wrong += "its result is not 0\n";
-        if (heldBitMapLocks() != 0)
+        if (heldBitMapLocks != 0)
             wrong += "leaves a bitmap locked\n";
         for (const Window& window : windows_)
             if (wrong.empty() && !fault)

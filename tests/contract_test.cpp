@@ -63,7 +63,7 @@ struct Images {
         const auto before = pixels;
         std::string text = printedBy([&] { EXPECT_EQ(work(), 0U); });
         EXPECT_EQ(pixels, before);
-        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks, 0);
         for (const Picture* picture : {&surface, &target, &mask})
             EXPECT_EQ(picture->sdl()->locked, 0U);
         return text;
@@ -122,7 +122,7 @@ TEST(Contract, RefusedBitmapsLocksMasksAndArrays) {
                                  "Could not lock bitmap.\nInitContext (dst) failed!\n",
                                  "Could not lock mask bitmap.\nInitContext (mask) failed!\n"};
     for (long lock = 0; lock < 3; ++lock) {
-        failLocks(lock, 1);
+        lockFault.arm(lock, 1);
         EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.bitmapMask), lines[lock]);
     }
     EXPECT_EQ(i.refused(kBitmapMasked, i.bitmap, i.targetBitmap, i.targetBitmap), kNotAMask);
@@ -190,11 +190,11 @@ TEST(Contract, ContextsDescribeAndReleaseTheirImages) {
         expected.src.lock = ctx.src.lock, expected.dst.lock = ctx.dst.lock, expected.maskLock = ctx.maskLock;
         // Cleared as a whole before they are filled. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         EXPECT_EQ(std::memcmp(&ctx, &expected, sizeof ctx), 0);
-        EXPECT_EQ(heldBitMapLocks(), locks);
+        EXPECT_EQ(heldBitMapLocks, locks);
         for (int twice = 0; twice < 2; ++twice)
             BLT_FreeContext(ctx, image, image, maskImage);
         EXPECT_EQ(ctx.src.lock | ctx.dst.lock | ctx.maskLock, 0U);
-        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks, 0);
     };
     for (const Kind& kind : kSurfaceKinds)
         check(kind, kSurfaceMask, std::mem_fn(&Picture::sdl), 0);
@@ -229,7 +229,7 @@ TEST(Contract, ThreadsShareASource) {
     for (auto& other : others)
         EXPECT_EQ(other.get(), drawn);
     EXPECT_EQ(surface.sdl()->locked + mask.sdl()->locked, 0U);
-    EXPECT_EQ(heldBitMapLocks(), 0);
+    EXPECT_EQ(heldBitMapLocks, 0);
 }
 
 // Two threads blit four surfaces in graphics-card memory, in which no two sources and no two destinations are

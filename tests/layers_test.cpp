@@ -53,9 +53,9 @@ class Layers : public testing::TestWithParam<unsigned> {
 protected:
     ~Layers() override {
         DisposeLayerInfo(all);
-        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(heldBitMapLocks, 0);
         layers.clear(), screen.picture = empty.picture = {};
-        EXPECT_EQ(liveAllocations(), allocations);
+        EXPECT_EQ(liveAllocations, allocations);
     }
 
     // Calls visit(x, y, place in a PixelSet) for each pixel of a layer.
@@ -204,7 +204,7 @@ protected:
     // Sometimes memory runs out on the way: nothing may change then.
     void mayRunOut() {
         if (random.oneIn(5))
-            failAllocations(random.upTo(12), 1);
+            allocationFault.arm(random.upTo(12), 1);
     }
 
     void create(bool front) {
@@ -233,7 +233,7 @@ protected:
                               [](auto& m) { return !(m.layer->Flags & LAYERBACKDROP); });
     }
 
-    const long allocations = liveAllocations();
+    const long allocations = liveAllocations;
     const uint32_t format = GetParam() % 2 ? RGBFB_A8R8G8B8 : RGBFB_R5G6B5;
     Random random{GetParam()};
     Canvas screen{format, kWidth, kHeight}, empty{format, 1, 1};
@@ -265,7 +265,7 @@ TEST_P(Layers, ShowWhatPlainBitmapsHold) {
         } else if (action >= 8) {
             draw(*which, action < 10);
         }
-        failAllocations(0, 0);
+        allocationFault.disarm();
         checkAll();
     }
     // Whoever comes after the blits can have every layer.

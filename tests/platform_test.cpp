@@ -28,6 +28,7 @@
 #include <proto/layers.h>
 #include <proto/utility.h>
 
+#include "ormsel/ormsel_utils.h"
 #include "platform/keymap.h"
 #include "tests/faults.h"
 
@@ -38,12 +39,12 @@ class Platform : public testing::Test {
 protected:
     void SetUp() override { setenv("SDL_VIDEODRIVER", "dummy", 1); }
     void TearDown() override {
-        EXPECT_EQ(liveAllocations(), before);
-        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(liveAllocations, before);
+        EXPECT_EQ(heldBitMapLocks, 0);
         EXPECT_EQ(SDL_WasInit(SDL_INIT_VIDEO), 0U);
     }
     int within(int low, int high) { return std::uniform_int_distribution(low, high)(random); }
-    const long before = liveAllocations();
+    const long before = liveAllocations;
     std::mt19937 random{1};
 };
 
@@ -92,16 +93,16 @@ TEST_F(Platform, AllocationsAndLocksAreCountedAndFailOnDemand) {
     RenderInfo info;
     const auto lock = [&] { return p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info); };
     EXPECT_EQ(p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info - 1), 0);
-    failLocks(1, 1);
+    lockFault.arm(1, 1);
     const int32 locks[] = {lock(), lock(), lock()};
-    EXPECT_TRUE(locks[0] && !locks[1] && locks[2] && heldBitMapLocks() == 2);
+    EXPECT_TRUE(locks[0] && !locks[1] && locks[2] && heldBitMapLocks == 2);
     for (const int32 held : locks)
         p96UnlockBitMap(bm.get(), held);
-    failAllocations(1, 2);
+    allocationFault.arm(1, 2);
     auto* const memory = static_cast<uint8*>(AllocVec(1000, MEMF_CLEAR));
     EXPECT_EQ(std::count(memory, memory + 1000, 0), 1000);
     EXPECT_TRUE(!AllocVec(8, MEMF_ANY) && !makeBitMap(4, 4, RGBFB_CLUT));
-    EXPECT_EQ(liveAllocations(), before + 3) << "a bitmap has its record and its pixels";
+    EXPECT_EQ(liveAllocations, before + 3) << "a bitmap has its record and its pixels";
     FreeVec(memory);
 }
 
@@ -307,6 +308,23 @@ TEST_F(Platform, ScreensAndWindowsOpenClampedAndClose) {
         CloseWindow(window);
     }
     EXPECT_TRUE(CloseScreen(own));
+    for (const auto& [width, height, depth, flags] :
+         {std::tuple{800, 600, 16, 1}, {800, 600, 32, 1}, {800, 600, 16, 2}, {5000, 4000, 16, 0}}) {
+        ORU_VideoInfo* const video =
+            ORU_InitVideo(static_cast<unsigned>(width), static_cast<unsigned>(height),
+                          static_cast<unsigned>(depth), static_cast<unsigned>(flags));
+        ASSERT_TRUE(video);
+        const auto& [screen, window, fullscreen] = *video;
+        EXPECT_EQ(fullscreen != FALSE, flags == 1) << "only the lowest bit means full screen";
+        EXPECT_EQ(window->Width, width > 800 ? screen->Width : 800);
+        EXPECT_EQ(window->Height, height > 600 ? screen->Height : 600);
+        EXPECT_EQ(window->LeftEdge, (screen->Width - window->Width) / 2);
+        EXPECT_EQ(window->TopEdge, (screen->Height - window->Height) / 2);
+        const uint32 bits = p96GetBitMapAttr(screen->RastPort.BitMap, P96BMA_DEPTH);
+        EXPECT_TRUE(!fullscreen || (bits == 16) == (depth == 16)) << bits;
+        ORU_CloseVideo(video);
+    }
+    ORU_CloseVideo(nullptr);
     UnlockPubScreen("Workbench", desktop);
     setenv("SDL_VIDEODRIVER", "no such driver", 1);
     EXPECT_FALSE(OpenWindowTags(nullptr, WA_IDCMP, ~0U, TAG_DONE) || OpenScreenTags(nullptr, TAG_DONE));
