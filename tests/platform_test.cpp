@@ -88,21 +88,12 @@ TEST_F(Platform, BitMapFormatsComeFromDepth) {
     ASSERT_FALSE(makeBitMap(16384, 1, RGBFB_A8R8G8B8) || makeBitMap(1, 32768, RGBFB_CLUT));
 }
 
-TEST_F(Platform, AllocationsAndLocksAreCountedAndFailOnDemand) {
+TEST_F(Platform, MemoryIsClearedAndLocksNeedRoom) {
     const OwnBitMap bm = makeBitMap(4, 4, RGBFB_R5G6B5);
     RenderInfo info;
-    const auto lock = [&] { return p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info); };
     EXPECT_EQ(p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info - 1), 0);
-    lockFault.arm(1, 1);
-    const int32 locks[] = {lock(), lock(), lock()};
-    EXPECT_TRUE(locks[0] && !locks[1] && locks[2] && heldBitMapLocks == 2);
-    for (const int32 held : locks)
-        p96UnlockBitMap(bm.get(), held);
-    allocationFault.arm(1, 2);
     auto* const memory = static_cast<uint8*>(AllocVec(1000, MEMF_CLEAR));
     EXPECT_EQ(std::count(memory, memory + 1000, 0), 1000);
-    EXPECT_TRUE(!AllocVec(8, MEMF_ANY) && !makeBitMap(4, 4, RGBFB_CLUT));
-    EXPECT_EQ(liveAllocations, before + 3) << "a bitmap has its record and its pixels";
     FreeVec(memory);
 }
 
@@ -295,15 +286,22 @@ TEST_F(Platform, ScreensAndWindowsOpenClampedAndClose) {
     Screen* const own = OpenScreenTags(nullptr, SA_Width, 800, SA_Height, 600, SA_Depth, 24, TAG_DONE);
     ASSERT_TRUE(desktop && own && !LockPubScreen("Workbench2"));
     using Bounds = std::vector<int16>;
-    for (const auto& [screen, left, top, width, height, bounds] :
-         {std::tuple{desktop, 112, 84, 800, 600, Bounds{112, 84, 911, 683}},
-          {desktop, -488, 700, 2000, 100, {0, 668, 1023, 767}},
-          {own, -4, 0, 10, 5000, {0, 0, 9, 599}}}) {
-        Window* const window = OpenWindowTags(nullptr, WA_Left, left, WA_Top, top, WA_InnerWidth, width,
-                                              WA_InnerHeight, height, WA_CustomScreen, screen, TAG_DONE);
+    const OwnBitMap super = makeBitMap(10, 600, RGBFB_A8R8G8B8);
+    for (const auto& [screen, left, top, width, height, bounds, flags, kind] :
+         {std::tuple{desktop, 112, 84, 800, 600, Bounds{112, 84, 911, 683}, WFLG_SIMPLE_REFRESH, LAYERSIMPLE},
+          {desktop, -488, 700, 2000, 100, {0, 668, 1023, 767}, WFLG_SMART_REFRESH, LAYERSMART},
+          {own, -4, 0, 10, 5000, {0, 0, 9, 599}, WFLG_SUPER_BITMAP, LAYERSUPER}}) {
+        BitMap* const given = kind == LAYERSUPER ? super.get() : nullptr;
+        Window* const window =
+            OpenWindowTags(nullptr, WA_Left, left, WA_Top, top, WA_InnerWidth, width, WA_InnerHeight, height,
+                           WA_Flags, flags, WA_SuperBitMap, given, WA_CustomScreen, screen, TAG_DONE);
         ASSERT_NE(window, nullptr);
         const Rectangle& b = window->WLayer->bounds;
         EXPECT_EQ((Bounds{b.MinX, b.MinY, b.MaxX, b.MaxY}), bounds);
+        EXPECT_EQ(window->WLayer->Flags & (LAYERSIMPLE | LAYERSMART | LAYERSUPER), kind);
+        EXPECT_EQ(window->WLayer->SuperBitMap, given);
+        MoveWindow(window, -5000, 5000);
+        EXPECT_EQ(std::pair(b.MinX, b.MaxY), std::pair(int16{0}, static_cast<int16>(screen->Height - 1)));
         EXPECT_FALSE(CloseScreen(screen)) << "a window is open";
         CloseWindow(window);
     }

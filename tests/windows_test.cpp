@@ -51,10 +51,11 @@ TEST(Windows, TwoOnTheDesktopAreSeenAndGetTheirInput) {
         return x11::waitFor([&] { return listen().find(text) != std::string::npos; });
     };
     x11::User user(xvfb.name());
-    const auto shows = [&](int x, uint32_t colour) {
-        return x11::waitFor([&] { return listen(), user.find(220, 80) && user.look().at(x, 40) == colour; });
+    const auto shows = [&](int width, int x, uint32_t colour) {
+        return x11::waitFor(
+            [&] { return listen(), user.find(width, 80) && user.look().at(x, 40) == colour; });
     };
-    EXPECT_TRUE(shows(50, 0xFF0000) && shows(110, 0) && shows(170, 0x00FF00));
+    EXPECT_TRUE(shows(220, 50, 0xFF0000) && shows(220, 110, 0) && shows(220, 170, 0x00FF00));
 
     // Keys go to the window that was opened last, or clicked last.
     user.focus();
@@ -75,6 +76,14 @@ TEST(Windows, TwoOnTheDesktopAreSeenAndGetTheirInput) {
 
     user.moveWindow(77, 99);
     EXPECT_TRUE(tells("red 2000000 0 ") && tells("green 2000000 0 ")) << told.str();
+
+    // The host's window shows as much of the desktop as holds both.
+    MoveWindow(windows[1].first, -60, 0);
+    EXPECT_TRUE(shows(160, 70, 0x00FF00));
+    WindowToBack(windows[1].first);
+    EXPECT_TRUE(shows(160, 70, 0xFF0000));
+    WindowToFront(windows[1].first);
+    EXPECT_TRUE(shows(160, 70, 0x00FF00));
     for (const auto& [window, name] : windows)
         CloseWindow(window);
 }
