@@ -15,7 +15,8 @@
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltT(const BltContext* ctx, unsigned char alphaFill);
 
-// The same through the context's mask; alphaFill is ignored.
+// Any format onto any other through the context's mask, which stands for the source's alpha; alphaFill is
+// ignored.
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltMaskT(const BltContext* ctx, unsigned char alphaFill);
 

@@ -75,7 +75,7 @@ extern "C" {
 // Chooses the routine for a context by formats and then by depths, and runs it. A mask plays no part.
 unsigned long BLT_FallbackBltContext(const BltContext* ctx);
 
-// The same for a context with a mask, by depths alone.
+// Chooses the routine for a context with a mask, by depths alone, and runs it.
 unsigned long BLT_FallbackBltMaskContext(const BltContext* ctx);
 }
 
@@ -336,7 +336,7 @@ inline bool staysInside(const BltContext& ctx) {
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
-// Runs the dispatcher for a blit that doesn't pass, inside its images.
+// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside.
 unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
 
 // Whether locking gave every image's pixels. If not, says which has none.
