@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 #include <host/bitmap.h>
 #include <host/debug.h>
+#include <libraries/Picasso96.h>
 #include <proto/exec.h>
 #include <proto/graphics.h>
 #include <proto/intuition.h>
