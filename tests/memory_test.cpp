@@ -334,6 +334,8 @@ void PrintTo(const Case& c, std::ostream* to) {
     std::set_terminate([] { require(false, "an exception got out"); });
     if (warm)
         c.run();
+    // A mode may leave by exit(), and what counts coverage writes then, and can't without memory.
+    std::atexit(allocator::stop);
     const long blocks = allocator::live(), provider = liveAllocations();
     allocator::fail(n, onwards ? 1000000 : 1);
     c.run();
