@@ -195,24 +195,17 @@ long memoryOf(const Kind& kind, long width, long height, long pitch) {
     return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
-// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, or takes
-// others for them, and refuses rows that are shorter than their pixels: then an empty surface of this depth
-// is given what SDL 1.2 would have found.
+// A surface with what SDL finds in these masks. An empty one is made and filled in: where SDL is a layer over
+// SDL 2 it refuses layouts that SDL 2 has no name for, or takes others for them, and refuses rows that are
+// shorter than their pixels.
 static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixels, int width, int height,
                                                 int pitch) {
-    const auto create = [&](int w, const Kind& k) {
-        return std::shared_ptr<SDL_Surface>(
-            SDL_CreateRGBSurfaceFrom(pixels, w, height, k.depth, pitch, k.r, k.g, k.b, k.a), SDL_FreeSurface);
-    };
-    if (auto surface = create(width, kind)) {
-        const SDL_PixelFormat& f = *surface->format;
-        if (f.Rmask == kind.r && f.Gmask == kind.g && f.Bmask == kind.b && f.Amask == kind.a)
-            return surface;
-    }
-    auto surface = create(0, {kind.depth, 0, 0, 0, 0});
+    std::shared_ptr<SDL_Surface> surface(
+        SDL_CreateRGBSurfaceFrom(pixels, 0, height, kind.depth, pitch, 0, 0, 0, 0), SDL_FreeSurface);
     if (!surface)
         std::abort();
     surface->w = width;
+    surface->flags |= kind.a ? SDL_SRCALPHA : 0;
     const auto set = [](uint32_t from, Uint32& mask, Uint8& shift, Uint8& loss) {
         mask = from;
         shift = static_cast<Uint8>(from ? std::countr_zero(from) : 0);
