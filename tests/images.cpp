@@ -50,11 +50,6 @@ void Random::fill(uint8_t* bytes, long count) {
     }
 }
 
-// --- Formats ------------------------------------------------------------------------------------------
-
-#define NAME(name, stem, code, ...) {RGBFB_##name, #name},
-static constexpr std::pair<uint32_t, const char*> kNames[] = {ORMSEL_FORMATS(NAME)};
-
 // --- Memory -------------------------------------------------------------------------------------------
 
 long Arena::page() {
@@ -96,13 +91,10 @@ bool Arena::writes(Window window) const {
 
 static std::ostream& operator<<(std::ostream& out, const model::Image& image) {
     const model::Format& f = image.format;
-    const char* name = "unknown format";
-    for (const auto& [code, known] : kNames)
-        if (code == f.code)
-            name = known;
-    return out << name << ", " << f.bytes << " bytes, masks " << std::hex << f.r.mask << " " << f.g.mask
-               << " " << f.b.mask << " " << f.a.mask << std::dec << ", " << image.width << "x" << image.height
-               << ", pitch " << image.pitch << (image.onBoard ? ", on board\n" : "\n");
+    return out << "format '" << model::nameOf(f.code) << "', " << f.bytes << " bytes, masks " << std::hex
+               << f.r.mask << " " << f.g.mask << " " << f.b.mask << " " << f.a.mask << std::dec << ", "
+               << image.width << "x" << image.height << ", pitch " << image.pitch
+               << (image.onBoard ? ", on board\n" : "\n");
 }
 
 std::string describe(const model::Blit& b) {
@@ -162,7 +154,7 @@ const std::vector<Kind> kSurfaceKinds = {
     Kind{24, 0xFF, 0xFF, 0xFF, 0}, Kind{16, 0x7E0, 0x7E0, 0x1F, 0xF800}};
 
 // With the channels that the model reads from a format's name.
-#define KIND(name, stem, code, ...) kindOf(model::formatNamed(#name, RGBFB_##name)),
+#define KIND(name, stem, code, ...) kindOf(model::formatNamed(#name)),
 static Kind kindOf(const model::Format& f) {
     return {static_cast<int>(8 * f.bytes), f.r.mask, f.g.mask, f.b.mask, f.a.mask, f.code};
 }
@@ -226,9 +218,8 @@ Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, lon
         bitmap_.reset(HOST_WrapBitMap(pixels, static_cast<uint32_t>(w), static_cast<uint32_t>(h), step,
                                       kind.code, onBoard),
                       FreeBitMap);
-        for (const auto& [code, name] : kNames)
-            if (code == kind.code)
-                image_.format = model::formatNamed(name, code);
+        if (!model::nameOf(kind.code).empty())
+            image_.format = model::formatOf(kind.code);
         return;
     }
     surface_ = surfaceOver(kind, pixels, w, h, step);

@@ -245,7 +245,7 @@ TEST_P(Layers, ShowWhatPlainBitmapsHold) {
     for (int step = 0; step < 1500 && !HasFatalFailure(); ++step) {
         SCOPED_TRACE(step);
         const long action = layers.empty() ? 0 : random.upTo(15);
-        const auto which = layers.begin() + random.upTo(std::max(0L, std::ssize(layers) - 1));
+        const auto which = layers.begin() + random.upTo(std::max(0L, static_cast<long>(layers.size()) - 1));
         const bool front = random.oneIn(2);
         if (action > 0 && action < 7)
             mayRunOut();
