@@ -105,9 +105,9 @@ public:
     explicit HWY_INLINE SdlStep(const SdlBlit& b)
         : place_(shuffleOfBytes(b.place)),
           toWeight_(shuffleOfBytes(bytesFrom(b.alphaShift / 8, 0x80, b.alphaShift / 8, 0x80))),
-          weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
           lastClear_(
               hn::Set(hn::RebindToSigned<D32>(), static_cast<int32_t>(b.rule.drawnFrom - 1) * 0x10001)),
+          weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
           lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
           alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
           roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),

@@ -258,7 +258,7 @@ TEST_P(Layers, ShowWhatPlainBitmapsHold) {
     for (int step = 0; step < 4000 && !HasFatalFailure(); ++step) {
         SCOPED_TRACE(step);
         const long action = layers.empty() ? 0 : random.upTo(15);
-        const auto which = layers.begin() + random.upTo(std::max(0L, std::ssize(layers) - 1));
+        const auto which = layers.begin() + random.upTo(std::max(0L, static_cast<long>(layers.size()) - 1));
         Layer* const layer = layers.empty() ? nullptr : which->layer;
         const bool front = random.oneIn(2);
         const auto x = static_cast<int32>(random.between(-30, 40)),

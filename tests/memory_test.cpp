@@ -226,6 +226,11 @@ const Failing kFailing[] = {{"memory", &heapFault, 1},
     std::set_terminate([] { require(false, "an exception got out"); });
     if (warm)
         c.run();
+    // A mode may leave by exit(), and what counts coverage writes then, and can't without memory.
+    std::atexit([] {
+        for (const Failing& each : kFailing)
+            each.fault->disarm();
+    });
     const long blocks = liveBlocks, provider = liveAllocations;
     failing.fault->arm(n, failing.count);
     c.run();
