@@ -59,14 +59,16 @@ HWY_INLINE V16 kept16(uint16_t lanes) {
 
 // --- Loads and stores ---------------------------------------------------------------------------------
 
+// As bytes: pixels may lie anywhere, and on 32-bit Arm the type of a lane promises an alignment.
 template <class D>
 HWY_INLINE auto loadAt(D d, const uint8_t* p) {
-    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+    return as(d, hn::LoadU(hn::Repartition<uint8_t, D>(), p));
 }
 
 template <class D, class V>
-HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
-    hn::StoreU(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+HWY_INLINE void storeAt(D, V v, uint8_t* p) {
+    const hn::Repartition<uint8_t, D> bytes;
+    hn::StoreU(as(bytes, v), bytes, p);
 }
 
 // Loads what a step will need a little later. A hint that touches no memory in the language's sense: it may
