@@ -12,7 +12,7 @@ namespace ormsel {
 namespace {
 
 // SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for.
-constexpr int kFew = 16, kFewForQuickCode = 64;
+constexpr int kFew = 16;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =
@@ -92,8 +92,10 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
     } else if (onto16 && from.Amask == 0xFF000000 && from.Gmask == 0xFF00 &&
                (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F) {
         in32nds(b, kSdlIn32nds);
+        b.tidy = true;
     } else if (onto32 && sameColours(from, to) && from.Amask == 0xFF000000) {
         b.kept = ~b.colours;
+        b.tidy = true;
     } else {
         roundUp(b);
         b.kept = to.Amask;
@@ -155,17 +157,6 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
 
-// Whether SDL has quick code for a pair of surfaces: where no channel changes its place.
-bool sdlIsQuick(const SDL_Surface& src, const SDL_Surface& dst) {
-    const SDL_PixelFormat &from = *src.format, &to = *dst.format;
-    if (from.Amask && src.flags & SDL_SRCALPHA)
-        return to.BytesPerPixel == 2 ? from.Rmask == 0xFF ? to.Rmask == 0x1F : to.Bmask == 0x1F
-                                     : to.BytesPerPixel == 4 && from.Rmask == to.Rmask;
-    if (src.flags & SDL_SRCCOLORKEY)
-        return to.BytesPerPixel == 2 && (from.alpha == 255 || !(src.flags & SDL_SRCALPHA));
-    return from.Rmask == to.Rmask && to.BytesPerPixel != 3;
-}
-
 // A rectangle's side along one axis, clipped as SDL does it.
 struct Side {
     int from, size; // in the source
@@ -209,42 +200,22 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-// ormsel_BlitSurface() for more than a few pixels: apart from it, so that a blit that SDL gets at once costs
-// nothing of what this one needs.
-[[gnu::noinline]] int blitMany(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+// The pixels of a blit that is clipped already: ours, or SDL's.
+int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to) {
     SdlBlit blit;
-    if (!choose(blit, *src, *dst) || shareMemory(*src, *dst))
-        return SDL_UpperBlit(src, srcrect, dst, dstrect);
-
-    SDL_Rect corner = {0, 0, 0, 0};
-    SDL_Rect& drawn = dstrect ? *dstrect : corner;
-    const SDL_Rect asked = drawn;
-    Side x{0, src->w}, y{0, src->h};
-    if (srcrect) {
-        x = {srcrect->x, srcrect->w};
-        y = {srcrect->y, srcrect->h};
-    }
-    x.clip(drawn.x, src->w, dst->clip_rect.x, dst->clip_rect.w);
-    y.clip(drawn.y, src->h, dst->clip_rect.y, dst->clip_rect.h);
-    if (x.size <= 0 || y.size <= 0) {
-        drawn.w = drawn.h = 0;
-        return 0;
-    }
-    if (!hasRectangle(*src, x.from, y.from, x.size, y.size) ||
-        !hasRectangle(*dst, drawn.x, drawn.y, x.size, y.size)) {
-        drawn = asked;
-        return SDL_UpperBlit(src, srcrect, dst, dstrect);
-    }
-    drawn.w = static_cast<Uint16>(x.size);
-    drawn.h = static_cast<Uint16>(y.size);
+    const int width = to->w, height = to->h;
+    if ((width * height <= kFew && !(src->flags & SDL_RLEACCELOK)) || !choose(blit, *src, *dst) ||
+        shareMemory(*src, *dst) || !hasRectangle(*src, from->x, from->y, width, height) ||
+        !hasRectangle(*dst, to->x, to->y, width, height))
+        return SDL_LowerBlit(src, from, dst, to);
     if (blit.rule.roundUp && !blit.perPixel && blit.weight == 0) // SDL draws nothing then
         return 0;
-    blit.src = pixelAt(*src, x.from, y.from);
+    blit.src = pixelAt(*src, from->x, from->y);
     blit.srcPitch = src->pitch;
-    blit.dst = pixelAt(*dst, drawn.x, drawn.y);
+    blit.dst = pixelAt(*dst, to->x, to->y);
     blit.dstPitch = dst->pitch;
-    blit.width = static_cast<size_t>(x.size);
-    blit.height = static_cast<size_t>(y.size);
+    blit.width = static_cast<size_t>(width);
+    blit.height = static_cast<size_t>(height);
     kernelsInUse().sdl(blit);
     return 0;
 }
@@ -262,9 +233,21 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     using namespace ormsel;
     if (!src || !dst || src->locked || dst->locked)
         return SDL_UpperBlit(src, srcrect, dst, dstrect);
-    const int64_t pixels = srcrect ? int64_t{srcrect->w} * srcrect->h : int64_t{src->w} * src->h;
-    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const bool few = pixels <= kFewForQuickCode && !(src->flags & SDL_RLEACCELOK) &&
-                     (pixels <= kFew || sdlIsQuick(*src, *dst));
-    return few ? SDL_UpperBlit(src, srcrect, dst, dstrect) : blitMany(src, srcrect, dst, dstrect);
+    SDL_Rect corner = {0, 0, 0, 0};
+    SDL_Rect& drawn = dstrect ? *dstrect : corner;
+    Side x{0, src->w}, y{0, src->h};
+    if (srcrect) {
+        x = {srcrect->x, srcrect->w};
+        y = {srcrect->y, srcrect->h};
+    }
+    x.clip(drawn.x, src->w, dst->clip_rect.x, dst->clip_rect.w);
+    y.clip(drawn.y, src->h, dst->clip_rect.y, dst->clip_rect.h);
+    if (x.size <= 0 || y.size <= 0) {
+        drawn.w = drawn.h = 0;
+        return 0;
+    }
+    drawn.w = static_cast<Uint16>(x.size);
+    drawn.h = static_cast<Uint16>(y.size);
+    SDL_Rect part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
+    return drawClipped(src, &part, dst, &drawn);
 }

@@ -50,6 +50,7 @@ struct SdlBlit {
     bool keyed;     // source pixels of the value `key` are left out
     bool copies;    // keyed, and colours are taken as they are: the formats differ in alpha at most
     bool notesFall; // bit 24 is set where the channel in the low byte gets smaller
+    bool tidy;      // by pixel, alpha on top, colours where the destination has them: see SdlTidyStep
     SdlRule rule;
     uint32_t weight;     // without per-pixel alpha: of every pixel
     uint32_t alphaShift; // with it: where the source's alpha stands

@@ -60,9 +60,9 @@ HWY_INLINE void sdlStoreLanes(V32 v, uint8_t* p, Lanes lanes) {
         lanes.store(D32(), v, p);
     } else if constexpr (Layout == SdlLayout::k24) {
         sdlStore24(pack24(v), p, lanes);
-    } else {
+    } else { // the lanes' low halves
         const hn::Rebind<uint16_t, D32> half;
-        const auto words = hn::DemoteTo(half, as(hn::RebindToSigned<D32>(), v));
+        const auto words = hn::TruncateTo(half, v);
         if constexpr (std::is_base_of_v<Whole, Lanes>)
             storeAt(half, words, p);
         else
@@ -96,6 +96,16 @@ HWY_INLINE V32 sdlNarrowLanes(V32 v) {
                       hn::Or(bits(hn::ShiftRight<6>(v), 0x03E0), bits(hn::ShiftRight<3>(v), 0x001F)));
     else
         return v;
+}
+
+// The formula on bytes, under a weight in both halves of each lane.
+HWY_INLINE V32 sdlMix(V32 s, V32 d, V16 w) {
+    const D16 d16;
+    const auto low = hn::Set(d16, 0xFF);
+    const V16 rest = hn::Set(d16, 256) - w;
+    const V16 even = hn::And(as(d16, s), low) * w + hn::And(as(d16, d), low) * rest;
+    const V16 odd = hn::ShiftRight<8>(as(d16, s)) * w + hn::ShiftRight<8>(as(d16, d)) * rest;
+    return as(D32(), select(low, hn::ShiftRight<8>(even), odd));
 }
 
 // The constants of a blit as vectors.
@@ -176,6 +186,124 @@ private:
     bool keyed_, notesFall_;
 };
 
+// --- Tidy blits ---------------------------------------------------------------------------------------
+//
+// Those that SDL has quick code for, and most that games ask for: by pixel, alpha in the top byte, each colour
+// where the destination has it. Most vectors of a sprite are clear or opaque throughout, which spares the
+// mixing; a clear pixel mixes to the old one, and needs no mask.
+
+// The source's pixels. Those that an earlier step has drawn are clear here.
+template <class Lanes>
+HWY_INLINE V32 sdlLoadTidy(const uint8_t* src, Lanes lanes) {
+    const V32 s = sdlLoadLanes<SdlLayout::k32>(src, lanes);
+    if constexpr (std::is_same_v<Lanes, Overlapping>)
+        return hn::IfThenZeroElse(hn::FirstN(D32(), lanes.drawn), s);
+    else
+        return s;
+}
+
+// What a step does before it mixes: true if that was all. `mixes` isn't 0 where a pixel is neither clear nor
+// opaque. The last pixels of a row are mixed at once: their branches would be hard to predict.
+// Stores the drawn pixels of a step in which either every pixel is drawn or stores have masks.
+template <SdlLayout To>
+HWY_INLINE void sdlStoreDrawn(V32 v, [[maybe_unused]] M32 drawn, uint8_t* p, Whole lanes) {
+#    if HWY_TARGET == HWY_AVX3
+    if constexpr (To == SdlLayout::k32)
+        lanes.storeWhere(D32(), v, drawn, p);
+    else
+        storeWordsWhere(v, drawn, p);
+#    else
+    sdlStoreLanes<To>(v, p, lanes);
+#    endif
+}
+
+template <class Lanes, class Store>
+HWY_INLINE bool sdlIsDoneUnmixed(V32 mixes, V32 s, Lanes, const Store& storeOpaque) {
+    const D32 d32;
+    if constexpr (std::is_same_v<Lanes, First>)
+        return false;
+    if (!hn::AllTrue(d32, hn::Eq(mixes, hn::Zero(d32))))
+        return false;
+    const hn::RebindToSigned<D32> i32;
+    const M32 opaque = hn::RebindMask(d32, hn::Lt(as(i32, s), hn::Zero(i32))); // of pixels that don't mix
+    if constexpr (!kMasks) {
+        if (hn::AllFalse(d32, opaque))
+            return true;
+        if (!hn::AllTrue(d32, opaque))
+            return false;
+    }
+    storeOpaque(opaque);
+    return true;
+}
+
+template <SdlLayout To>
+class SdlTidyStep;
+
+// The mix in the destination's own bits: all three channels of a pixel in one lane, gggggg.....rrrrr......bbbbb,
+// with room for products with a weight from 0 to 32.
+template <SdlLayout To>
+    requires(sdlBytes(To) == 2)
+class SdlTidyStep<To> {
+    static constexpr bool kSix = To == SdlLayout::kR5G6B5;
+    static constexpr uint32_t kGreen = kSix ? 0x07E0 : 0x03E0, kOthers = kSix ? 0xF81F : 0x7C1F;
+
+public:
+    explicit HWY_INLINE SdlTidyStep(const SdlBlit&) {}
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
+        const D32 d32;
+        const auto bits = [&](V32 v, uint32_t mask) { return hn::And(v, hn::Set(d32, mask)); };
+        const V32 s = sdlLoadTidy(src, lanes);
+        const V32 risen = s + hn::Set(d32, 0x08000000); // clear and opaque have no bits from 28 on
+        const auto high = bits(hn::ShiftRight<kSix ? 8 : 9>(s), kSix ? 0xF800 : 0x7C00);
+        const auto low = bits(hn::ShiftRight<3>(s), 0x001F);
+        const V32 others = hn::Or(high, low);
+        if (sdlIsDoneUnmixed(bits(risen, 0xF0000000), s, lanes, [&](M32 drawn) {
+                const V32 all = hn::Or(others, bits(hn::ShiftRight<kSix ? 5 : 6>(s), kGreen));
+                sdlStoreDrawn<To>(all, drawn, dst, Whole());
+            }))
+            return;
+        const V32 alpha = hn::ShiftRight<27>(s);
+        const V32 w = alpha + hn::ShiftRight<5>(alpha + hn::Set(d32, 1));
+        const V32 d = sdlLoadLanes<To>(dst, lanes);
+        const V32 from = hn::Or(others, bits(hn::ShiftLeft<kSix ? 11 : 10>(s), kGreen << 16));
+        const V32 onto = bits(hn::Or(d, hn::ShiftLeft<16>(d)), kGreen << 16 | kOthers);
+        const V32 mixed = bits(onto + hn::ShiftRight<5>((from - onto) * w), kGreen << 16 | kOthers);
+        V32 result = hn::Or(mixed, hn::ShiftRight<16>(mixed));
+        if constexpr (!kSix)
+            result = hn::IfThenElse(hn::Eq(w, hn::Zero(d32)), d, result);
+        sdlStoreLanes<To>(result, dst, lanes);
+    }
+};
+
+template <>
+class SdlTidyStep<SdlLayout::k32> {
+public:
+    explicit HWY_INLINE SdlTidyStep(const SdlBlit&) {}
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
+        const D16 d16;
+        const D32 d32;
+        const V32 colours = hn::Set(d32, 0xFFFFFF);
+        const V32 s = sdlLoadTidy(src, lanes);
+        const V32 risen = s + hn::Set(d32, 0x01000000);
+        if (sdlIsDoneUnmixed(hn::And(risen, hn::Set(d32, 0xFE000000)), s, lanes, [&](M32 drawn) {
+                const V32 d = sdlLoadLanes<SdlLayout::k32>(dst, Whole());
+                sdlStoreDrawn<SdlLayout::k32>(select(colours, s, d), drawn, dst, Whole());
+            }))
+            return;
+        const V16 alpha = as(d16, toWeight_(s));
+        const V16 w = alpha + hn::ShiftRight<8>(alpha + hn::Set(d16, 1));
+        const V32 d = sdlLoadLanes<SdlLayout::k32>(dst, lanes);
+        sdlStoreLanes<SdlLayout::k32>(select(colours, sdlMix(s, d, w), d), dst, lanes);
+    }
+
+private:
+    Shuffle toWeight_ = shuffleOfBytes(bytesFrom(3, 0x80, 3, 0x80));
+};
+
 // Copies by colour key.
 template <SdlLayout Layout>
 class SdlCopyStep {
@@ -235,6 +363,11 @@ void sdlCopyRows(const SdlBlit& b) {
     sdlRows<Layout, Layout>(b, SdlCopyStep<Layout>(b));
 }
 
+template <SdlLayout To>
+void sdlTidyRows(const SdlBlit& b) {
+    sdlRows<SdlLayout::k32, To>(b, SdlTidyStep<To>(b));
+}
+
 inline void sdlKernel(const SdlBlit& b) {
     if (b.copies) {
         switch (sdlBytes(b.to)) {
@@ -244,6 +377,16 @@ inline void sdlKernel(const SdlBlit& b) {
             return sdlCopyRows<SdlLayout::k24>(b);
         default:
             return sdlCopyRows<SdlLayout::kR5G6B5>(b);
+        }
+    }
+    if (b.tidy) {
+        switch (b.to) {
+        case SdlLayout::k32:
+            return sdlTidyRows<SdlLayout::k32>(b);
+        case SdlLayout::kR5G6B5:
+            return sdlTidyRows<SdlLayout::kR5G6B5>(b);
+        default:
+            return sdlTidyRows<SdlLayout::kR5G5B5>(b);
         }
     }
     withSdlLayouts(b, [&]<SdlLayout From, SdlLayout To, bool PerPixel>() {

@@ -286,6 +286,14 @@ HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
 }
 #    endif
 
+#    if HWY_TARGET == HWY_AVX3
+// Each lane's low half, stored where the mask has the lane.
+HWY_INLINE void storeWordsWhere(V32 v, M32 mask, uint8_t* p) {
+    const auto words = hn::TruncateTo(hn::Rebind<uint16_t, D32>(), v);
+    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), words.raw);
+}
+#    endif
+
 // Each lane's low three bytes, one after the other; zeros behind the last.
 HWY_INLINE V32 pack24(V32 v) {
     const D32 d32;
