@@ -18,21 +18,24 @@ constexpr int kFew = 16;
 constexpr uint32_t kSpecial =
     SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
 
-constexpr bool isByteAt(uint32_t mask, uint32_t shift) {
-    return shift % 8 == 0 && shift < 32 && mask == 0xFFU << shift;
+// Masks, shifts and losses must tell the same: SDL takes now these, now those. Every surface's blit comes this
+// way, so that few branches count here.
+bool isByte(uint32_t mask, uint32_t shift) {
+    return mask == 0xFFU << shift;
 }
 
-// Masks, shifts and losses must tell the same: SDL takes now these, now those.
 SdlLayout layoutOf(const SDL_PixelFormat& f) {
+    const uint32_t colours = f.Rmask | f.Gmask | f.Bmask;
     if (f.BytesPerPixel == 4 || f.BytesPerPixel == 3) {
-        const uint32_t colours = f.Rmask | f.Gmask | f.Bmask;
-        const bool bytes = isByteAt(f.Rmask, f.Rshift) && isByteAt(f.Gmask, f.Gshift) &&
-                           isByteAt(f.Bmask, f.Bshift) && f.Rmask + f.Gmask + f.Bmask == colours &&
-                           !(f.Rloss | f.Gloss | f.Bloss);
+        const bool places = !((f.Rshift | f.Gshift | f.Bshift | f.Ashift) & ~24U);
+        const bool whole = !(f.Rloss | f.Gloss | f.Bloss) && f.Rmask + f.Gmask + f.Bmask == colours;
+        if (!places || !whole || !isByte(f.Rmask, f.Rshift) || !isByte(f.Gmask, f.Gshift) ||
+            !isByte(f.Bmask, f.Bshift))
+            return SdlLayout::kNone;
         if (f.BytesPerPixel == 3)
-            return bytes && colours == 0xFFFFFF && !f.Amask ? SdlLayout::k24 : SdlLayout::kNone;
-        const bool alpha = !f.Amask || (isByteAt(f.Amask, f.Ashift) && !(f.Amask & colours) && !f.Aloss);
-        return bytes && alpha ? SdlLayout::k32 : SdlLayout::kNone;
+            return colours == 0xFFFFFF && !f.Amask ? SdlLayout::k24 : SdlLayout::kNone;
+        const bool alpha = !f.Amask || (isByte(f.Amask, f.Ashift) && !(f.Amask & colours) && !f.Aloss);
+        return alpha ? SdlLayout::k32 : SdlLayout::kNone;
     }
     if (f.BytesPerPixel != 2 || f.Gshift != 5 || f.Rloss != 3 || f.Bloss != 3)
         return SdlLayout::kNone;
@@ -43,10 +46,10 @@ SdlLayout layoutOf(const SDL_PixelFormat& f) {
     const auto stands = [&](uint32_t mask, uint32_t shift, uint32_t otherMask, uint32_t otherShift) {
         return mask == high && shift == highShift && otherMask == 0x1F && otherShift == 0;
     };
-    const bool colours =
-        stands(f.Rmask, f.Rshift, f.Bmask, f.Bshift) || stands(f.Bmask, f.Bshift, f.Rmask, f.Rshift);
+    if (!stands(f.Rmask, f.Rshift, f.Bmask, f.Bshift) && !stands(f.Bmask, f.Bshift, f.Rmask, f.Rshift))
+        return SdlLayout::kNone;
     const bool alpha = !f.Amask || (!six && f.Amask == 0x8000 && f.Ashift == 15 && f.Aloss == 7);
-    return !colours || !alpha ? SdlLayout::kNone : six ? SdlLayout::kR5G6B5 : SdlLayout::kR5G5B5;
+    return !alpha ? SdlLayout::kNone : six ? SdlLayout::kR5G6B5 : SdlLayout::kR5G5B5;
 }
 
 // In which byte of a widened pixel each channel stands.
@@ -64,13 +67,27 @@ bool sameColours(const SDL_PixelFormat& a, const SDL_PixelFormat& b) {
     return a.Rmask == b.Rmask && a.Gmask == b.Gmask && a.Bmask == b.Bmask;
 }
 
+// What only blits that aren't tidy have.
+void setPlaces(SdlBlit& b, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
+    b.keyed = b.copies = b.notesFall = false;
+    b.rule = kSdlRoundsDown;
+    b.weight = b.alphaShift = b.key = b.kept = b.ones = b.opaqueOnes = 0;
+    const Bytes source = bytesOf(from), target = bytesOf(to);
+    b.place = 0x80808080;
+    b.place ^= (0x80 ^ source.r) << 8 * target.r;
+    b.place ^= (0x80 ^ source.g) << 8 * target.g;
+    b.place ^= (0x80 ^ source.b) << 8 * target.b;
+    b.cut = 0xFFFFFFFF;
+    b.colours = to.Rmask | to.Gmask | to.Bmask;
+}
+
 void roundUp(SdlBlit& b) {
     b.rule = kSdlRoundsUp;
     b.notesFall = b.to == SdlLayout::k32 && b.colours & 0xFF;
 }
 
-void in32nds(SdlBlit& b, const SdlRule& rule) {
-    b.rule = rule;
+void in32nds(SdlBlit& b) {
+    b.rule = kSdlIn32ndsTo255;
     b.cut = b.to == SdlLayout::kR5G6B5 ? 0xF8FCF8 : 0xF8F8F8;
 }
 
@@ -79,23 +96,21 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
                    const SDL_PixelFormat& to) {
     if (b.from != SdlLayout::k32)
         return false;
-    b.perPixel = true;
-    b.alphaShift = from.Ashift;
     const bool onto32 = b.to == SdlLayout::k32, onto16 = to.BytesPerPixel == 2;
+    const bool encodes = src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY);
+    if (from.Amask == 0xFF000000 && !encodes) {
+        b.tidy = onto32   ? sameColours(from, to)
+                 : onto16 && from.Gmask == 0xFF00 && (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F;
+        if (b.tidy)
+            return true;
+    }
+    b.alphaShift = from.Ashift;
+    setPlaces(b, from, to);
     // SDL would encode the source by runs and draw it from that, which clears what is no colour.
-    if (src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY) &&
-        (onto16 || (onto32 && b.colours == 0xFFFFFF))) {
-        if (onto16)
-            in32nds(b, kSdlIn32ndsTo255);
-        else
-            b.opaqueOnes = 0xFF000000;
-    } else if (onto16 && from.Amask == 0xFF000000 && from.Gmask == 0xFF00 &&
-               (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F) {
-        in32nds(b, kSdlIn32nds);
-        b.tidy = true;
-    } else if (onto32 && sameColours(from, to) && from.Amask == 0xFF000000) {
-        b.kept = ~b.colours;
-        b.tidy = true;
+    if (encodes && onto16) {
+        in32nds(b);
+    } else if (encodes && onto32 && b.colours == 0xFFFFFF) {
+        b.opaqueOnes = 0xFF000000;
     } else {
         roundUp(b);
         b.kept = to.Amask;
@@ -106,6 +121,7 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
 // The rule of a blit by the surface's alpha, or by its colour key alone.
 bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& from,
                      const SDL_PixelFormat& to) {
+    setPlaces(b, from, to);
     b.keyed = src.flags & SDL_SRCCOLORKEY;
     b.key = from.colorkey;
     if (b.keyed && src.flags & SDL_RLEACCELOK) // SDL's encoded blits copy runs of pixels as they are
@@ -122,7 +138,7 @@ bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& 
     }
     b.weight = alpha;
     if (!b.keyed && sameWords && to.BytesPerPixel == 2) {
-        in32nds(b, kSdlIn32ndsTo255);
+        in32nds(b);
         b.weight = alpha & b.rule.alphaBits;
         return alpha != 128 || b.to == SdlLayout::kR5G6B5; // halves SDL mixes with the bit of no channel
     }
@@ -141,19 +157,12 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     const bool perPixel = from.Amask && src.flags & SDL_SRCALPHA;
     if (!perPixel && (from.Amask || !(src.flags & (SDL_SRCALPHA | SDL_SRCCOLORKEY))))
         return false;
-    b = {};
     b.from = layoutOf(from);
     b.to = layoutOf(to);
+    b.perPixel = perPixel;
+    b.tidy = false;
     if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone)
         return false;
-    const Bytes source = bytesOf(from), target = bytesOf(to);
-    b.place = 0x80808080;
-    b.place ^= (0x80 ^ source.r) << 8 * target.r;
-    b.place ^= (0x80 ^ source.g) << 8 * target.g;
-    b.place ^= (0x80 ^ source.b) << 8 * target.b;
-    b.cut = 0xFFFFFFFF;
-    b.colours = to.Rmask | to.Gmask | to.Bmask;
-    b.rule = kSdlRoundsDown;
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
 
@@ -208,7 +217,7 @@ int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to
         shareMemory(*src, *dst) || !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return SDL_LowerBlit(src, from, dst, to);
-    if (blit.rule.roundUp && !blit.perPixel && blit.weight == 0) // SDL draws nothing then
+    if (!blit.perPixel && blit.rule.roundUp && blit.weight == 0) // SDL draws nothing then
         return 0;
     blit.src = pixelAt(*src, from->x, from->y);
     blit.srcPitch = src->pitch;

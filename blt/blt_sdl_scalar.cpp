@@ -23,6 +23,8 @@ void copyRows(const SdlBlit& b) {
 
 void sdlScalarKernel(const SdlBlit& blit) {
     const SdlBlit b = blit; // of which no store to a pixel can be a part
+    if (b.tidy)
+        return withSdlTidy(b.to, [&]<SdlLayout To>() { everyPixel<SdlLayout::k32, To>(b, sdlTidyPixel<To>); });
     if (b.copies) {
         switch (sdlBytes(b.to)) {
         case 4:

@@ -18,16 +18,16 @@ namespace ormsel::HWY_NAMESPACE {
 
 // A whole vector that ends with its row, and begins with pixels that the step before has drawn.
 struct Overlapping : Whole {
-    size_t drawn;
+    M32 drawn;
 
-    explicit HWY_INLINE Overlapping(size_t pixels) : drawn(pixels) {}
+    explicit HWY_INLINE Overlapping(size_t pixels) : drawn(hn::FirstN(D32(), pixels)) {}
 };
 
 // The lanes of a step that are not drawn already.
 template <class Lanes>
 HWY_INLINE M32 sdlLanesLeft(M32 drawn, const Lanes& lanes) {
     if constexpr (std::is_same_v<Lanes, Overlapping>)
-        return hn::And(drawn, hn::Not(hn::FirstN(D32(), lanes.drawn)));
+        return hn::AndNot(lanes.drawn, drawn);
     else
         return drawn;
 }
@@ -116,8 +116,6 @@ public:
         : place_(shuffleOfBytes(b.place)),
           toWeight_(shuffleOfBytes(bytesFrom(b.alphaShift / 8, 0x80, b.alphaShift / 8, 0x80))),
           weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
-          lastClear_(
-              hn::Set(hn::RebindToSigned<D32>(), static_cast<int32_t>(b.rule.drawnFrom - 1) * 0x10001)),
           lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
           alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
           roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),
@@ -134,8 +132,7 @@ public:
         M32 drawn;
         if constexpr (PerPixel) {
             const V16 alpha = as(d16, toWeight_(s)); // in both halves
-            const hn::RebindToSigned<D32> i32;
-            drawn = hn::RebindMask(d32, hn::Gt(as(i32, alpha), lastClear_));
+            drawn = hn::Ne(as(d32, alpha), hn::Zero(d32));
             if (hn::AllFalse(d32, drawn))
                 return;
             const hn::RebindToSigned<D16> i16;
@@ -180,7 +177,6 @@ private:
     }
 
     Shuffle place_, toWeight_;
-    hn::Vec<hn::RebindToSigned<D32>> lastClear_;
     V16 weight_, lastBlended_, alphaBits_, roundUp_;
     V32 key_, cut_, colours_, kept_, ones_, opaqueOnes_;
     bool keyed_, notesFall_;
@@ -197,7 +193,7 @@ template <class Lanes>
 HWY_INLINE V32 sdlLoadTidy(const uint8_t* src, Lanes lanes) {
     const V32 s = sdlLoadLanes<SdlLayout::k32>(src, lanes);
     if constexpr (std::is_same_v<Lanes, Overlapping>)
-        return hn::IfThenZeroElse(hn::FirstN(D32(), lanes.drawn), s);
+        return hn::IfThenZeroElse(lanes.drawn, s);
     else
         return s;
 }
@@ -226,12 +222,11 @@ HWY_INLINE bool sdlIsDoneUnmixed(V32 mixes, V32 s, Lanes, const Store& storeOpaq
         return false;
     const hn::RebindToSigned<D32> i32;
     const M32 opaque = hn::RebindMask(d32, hn::Lt(as(i32, s), hn::Zero(i32))); // of pixels that don't mix
-    if constexpr (!kMasks) {
-        if (hn::AllFalse(d32, opaque))
-            return true;
+    if (hn::AllFalse(d32, opaque)) // old pixels stay out of the caches
+        return true;
+    if constexpr (!kMasks)
         if (!hn::AllTrue(d32, opaque))
             return false;
-    }
     storeOpaque(opaque);
     return true;
 }
@@ -245,62 +240,63 @@ template <SdlLayout To>
     requires(sdlBytes(To) == 2)
 class SdlTidyStep<To> {
     static constexpr bool kSix = To == SdlLayout::kR5G6B5;
-    static constexpr uint32_t kGreen = kSix ? 0x07E0 : 0x03E0, kOthers = kSix ? 0xF81F : 0x7C1F;
 
 public:
-    explicit HWY_INLINE SdlTidyStep(const SdlBlit&) {}
+    HWY_INLINE SdlTidyStep() {} // not a default one, which would be for every processor
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
         const D32 d32;
-        const auto bits = [&](V32 v, uint32_t mask) { return hn::And(v, hn::Set(d32, mask)); };
         const V32 s = sdlLoadTidy(src, lanes);
-        const V32 risen = s + hn::Set(d32, 0x08000000); // clear and opaque have no bits from 28 on
-        const auto high = bits(hn::ShiftRight<kSix ? 8 : 9>(s), kSix ? 0xF800 : 0x7C00);
-        const auto low = bits(hn::ShiftRight<3>(s), 0x001F);
-        const V32 others = hn::Or(high, low);
-        if (sdlIsDoneUnmixed(bits(risen, 0xF0000000), s, lanes, [&](M32 drawn) {
-                const V32 all = hn::Or(others, bits(hn::ShiftRight<kSix ? 5 : 6>(s), kGreen));
-                sdlStoreDrawn<To>(all, drawn, dst, Whole());
+        const V32 high = hn::ShiftRight<kSix ? 8 : 9>(s), low = hn::ShiftRight<3>(s);
+        const V32 others = hn::Or(hn::And(high, high_), hn::And(low, low_));
+        // Clear and opaque ones have no bits from 28 on then.
+        if (sdlIsDoneUnmixed(hn::And(s + toMixed_, mixed_), s, lanes, [&](M32 drawn) {
+                const V32 green = hn::ShiftRight<kSix ? 5 : 6>(s);
+                sdlStoreDrawn<To>(addBits(hn::ShiftRight<16>(green_), green, others), drawn, dst, Whole());
             }))
             return;
         const V32 alpha = hn::ShiftRight<27>(s);
-        const V32 w = alpha + hn::ShiftRight<5>(alpha + hn::Set(d32, 1));
+        const V32 w = alpha + hn::ShiftRight<5>(alpha + one_);
         const V32 d = sdlLoadLanes<To>(dst, lanes);
-        const V32 from = hn::Or(others, bits(hn::ShiftLeft<kSix ? 11 : 10>(s), kGreen << 16));
-        const V32 onto = bits(hn::Or(d, hn::ShiftLeft<16>(d)), kGreen << 16 | kOthers);
-        const V32 mixed = bits(onto + hn::ShiftRight<5>((from - onto) * w), kGreen << 16 | kOthers);
+        const V32 from = addBits(green_, hn::ShiftLeft<kSix ? 11 : 10>(s), others);
+        const V32 onto = hn::And(hn::Or(d, hn::ShiftLeft<16>(d)), all_);
+        const V32 mixed = hn::And(onto + hn::ShiftRight<5>((from - onto) * w), all_);
         V32 result = hn::Or(mixed, hn::ShiftRight<16>(mixed));
         if constexpr (!kSix)
             result = hn::IfThenElse(hn::Eq(w, hn::Zero(d32)), d, result);
         sdlStoreLanes<To>(result, dst, lanes);
     }
+
+private:
+    V32 green_ = kept32(kSix ? 0x07E00000 : 0x03E00000), high_ = kept32(kSix ? 0xF800 : 0x7C00);
+    V32 low_ = kept32(0x1F), all_ = kept32(kSix ? 0x07E0F81F : 0x03E07C1F), one_ = kept32(1);
+    V32 toMixed_ = kept32(0x08000000), mixed_ = kept32(0xF0000000);
 };
 
 template <>
 class SdlTidyStep<SdlLayout::k32> {
 public:
-    explicit HWY_INLINE SdlTidyStep(const SdlBlit&) {}
+    HWY_INLINE SdlTidyStep() {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
         const D16 d16;
-        const D32 d32;
-        const V32 colours = hn::Set(d32, 0xFFFFFF);
         const V32 s = sdlLoadTidy(src, lanes);
-        const V32 risen = s + hn::Set(d32, 0x01000000);
-        if (sdlIsDoneUnmixed(hn::And(risen, hn::Set(d32, 0xFE000000)), s, lanes, [&](M32 drawn) {
+        if (sdlIsDoneUnmixed(hn::And(s + toMixed_, mixed_), s, lanes, [&](M32 drawn) {
                 const V32 d = sdlLoadLanes<SdlLayout::k32>(dst, Whole());
-                sdlStoreDrawn<SdlLayout::k32>(select(colours, s, d), drawn, dst, Whole());
+                sdlStoreDrawn<SdlLayout::k32>(select(colours_, s, d), drawn, dst, Whole());
             }))
             return;
         const V16 alpha = as(d16, toWeight_(s));
-        const V16 w = alpha + hn::ShiftRight<8>(alpha + hn::Set(d16, 1));
+        const V16 w = alpha + hn::ShiftRight<8>(alpha + one_);
         const V32 d = sdlLoadLanes<SdlLayout::k32>(dst, lanes);
-        sdlStoreLanes<SdlLayout::k32>(select(colours, sdlMix(s, d, w), d), dst, lanes);
+        sdlStoreLanes<SdlLayout::k32>(select(colours_, sdlMix(s, d, w), d), dst, lanes);
     }
 
 private:
+    V32 colours_ = kept32(0xFFFFFF), toMixed_ = kept32(0x01000000), mixed_ = kept32(0xFE000000);
+    V16 one_ = kept16(1);
     Shuffle toWeight_ = shuffleOfBytes(bytesFrom(3, 0x80, 3, 0x80));
 };
 
@@ -332,28 +328,28 @@ HWY_INLINE void sdlRows(const SdlBlit& b, const Step& step) {
     constexpr size_t kFrom = sdlBytes(From), kTo = sdlBytes(To);
     const uint8_t* srcRow = b.src;
     uint8_t* dstRow = b.dst;
-    for (size_t y = 0; y < b.height; ++y, srcRow += b.srcPitch, dstRow += b.dstPitch) {
-        const uint8_t* src = srcRow;
-        uint8_t* dst = dstRow;
-        size_t rest = b.width;
-        for (; rest >= kLanes32; rest -= kLanes32, src += kLanes32 * kFrom, dst += kLanes32 * kTo) {
-            prefetchBehind<kLanes32 * kFrom>(src);
-            prefetchBehind<kLanes32 * kTo>(dst);
-            step(src, dst, Whole());
+    const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
+    const size_t rest = b.width % kLanes32, whole = b.width - rest;
+    [[maybe_unused]] const Overlapping overlapping(kLanes32 - rest);
+    for (size_t rows = b.height; rows; --rows, srcRow += srcPitch, dstRow += dstPitch) {
+        for (size_t x = 0; x < whole; x += kLanes32) {
+            prefetchBehind<kLanes32 * kFrom>(srcRow + x * kFrom);
+            prefetchBehind<kLanes32 * kTo>(dstRow + x * kTo);
+            step(srcRow + x * kFrom, dstRow + x * kTo, Whole());
         }
         if (!rest)
             continue;
         if constexpr (kMasks) {
-            step(src, dst, First{rest});
-        } else if (b.width >= kLanes32) {
-            const size_t back = kLanes32 - rest;
-            step(src - back * kFrom, dst - back * kTo, Overlapping(back));
+            step(srcRow + whole * kFrom, dstRow + whole * kTo, First{rest});
+        } else if (whole) {
+            const size_t x = whole + rest - kLanes32;
+            step(srcRow + x * kFrom, dstRow + x * kTo, overlapping);
         } else { // narrow rows go through copies that have a whole vector's pixels
             uint8_t from[kLanes32 * 4] = {}, to[kLanes32 * 4] = {};
-            std::memcpy(from, src, rest * kFrom);
-            std::memcpy(to, dst, rest * kTo);
+            std::memcpy(from, srcRow, rest * kFrom);
+            std::memcpy(to, dstRow, rest * kTo);
             step(from, to, Whole());
-            std::memcpy(dst, to, rest * kTo);
+            std::memcpy(dstRow, to, rest * kTo);
         }
     }
 }
@@ -363,12 +359,9 @@ void sdlCopyRows(const SdlBlit& b) {
     sdlRows<Layout, Layout>(b, SdlCopyStep<Layout>(b));
 }
 
-template <SdlLayout To>
-void sdlTidyRows(const SdlBlit& b) {
-    sdlRows<SdlLayout::k32, To>(b, SdlTidyStep<To>(b));
-}
-
 inline void sdlKernel(const SdlBlit& b) {
+    if (b.tidy)
+        return withSdlTidy(b.to, [&]<SdlLayout To>() { sdlRows<SdlLayout::k32, To>(b, SdlTidyStep<To>()); });
     if (b.copies) {
         switch (sdlBytes(b.to)) {
         case 4:
@@ -377,16 +370,6 @@ inline void sdlKernel(const SdlBlit& b) {
             return sdlCopyRows<SdlLayout::k24>(b);
         default:
             return sdlCopyRows<SdlLayout::kR5G6B5>(b);
-        }
-    }
-    if (b.tidy) {
-        switch (b.to) {
-        case SdlLayout::k32:
-            return sdlTidyRows<SdlLayout::k32>(b);
-        case SdlLayout::kR5G6B5:
-            return sdlTidyRows<SdlLayout::kR5G6B5>(b);
-        default:
-            return sdlTidyRows<SdlLayout::kR5G5B5>(b);
         }
     }
     withSdlLayouts(b, [&]<SdlLayout From, SdlLayout To, bool PerPixel>() {

@@ -83,7 +83,7 @@ inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* sr
     uint32_t w = b.weight;
     if constexpr (PerPixel) {
         const uint32_t alpha = s >> b.alphaShift & 0xFF;
-        if (alpha < b.rule.drawnFrom)
+        if (!alpha)
             return;
         w = alpha >= b.rule.opaqueFrom ? 256 : alpha & b.rule.alphaBits;
     } else if (b.keyed && s == b.key) {
@@ -101,11 +101,48 @@ inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* sr
     sdlStore<sdlBytes(To)>(dst, result);
 }
 
+template <SdlLayout To>
+inline void sdlTidyPixel(const uint8_t* src, uint8_t* dst) {
+    constexpr bool kSix = To == SdlLayout::kR5G6B5;
+    const uint32_t s = loadPixel<4>(src);
+    if constexpr (To == SdlLayout::k32) {
+        const uint32_t alpha = s >> 24;
+        if (!alpha)
+            return;
+        const uint32_t d = loadPixel<4>(dst);
+        storePixel<4>(dst, ((alpha == 255 ? s : sdlMix(s, d, alpha, 0)) & 0xFFFFFF) | (d & 0xFF000000));
+    } else {
+        // gggggg.....rrrrr......bbbbb: with room for products with a weight
+        constexpr uint32_t kGreen = kSix ? 0x07E0 : 0x03E0, kOthers = kSix ? 0xF81F : 0x7C1F;
+        constexpr uint32_t kAll = kGreen << 16 | kOthers;
+        const uint32_t w = s >> 27;
+        if (!w)
+            return;
+        const uint32_t others = (s >> (kSix ? 8 : 9) & (kOthers & ~0x1FU)) | (s >> 3 & 0x1F);
+        if (w == 31)
+            return storePixel<2>(dst, others | (s >> (kSix ? 5 : 6) & kGreen));
+        const uint32_t d = loadPixel<2>(dst), onto = (d | d << 16) & kAll;
+        const uint32_t from = others | (s << (kSix ? 11 : 10) & kGreen << 16);
+        const uint32_t mixed = (onto + ((from - onto) * w >> 5)) & kAll;
+        storePixel<2>(dst, mixed | mixed >> 16);
+    }
+}
+
 template <SdlLayout Layout>
 inline void sdlCopyPixel(const SdlBlit& b, const uint8_t* src, uint8_t* dst) {
     const uint32_t s = loadPixel<sdlBytes(Layout)>(src);
     if (s != b.key)
         sdlStore<sdlBytes(Layout)>(dst, (s & b.colours) | b.ones);
+}
+
+// Calls work with the destination of a tidy blit.
+template <class Work>
+inline void withSdlTidy(SdlLayout to, const Work& work) {
+    if (to == SdlLayout::k32)
+        return work.template operator()<SdlLayout::k32>();
+    if (to == SdlLayout::kR5G6B5)
+        return work.template operator()<SdlLayout::kR5G6B5>();
+    work.template operator()<SdlLayout::kR5G5B5>();
 }
 
 // Calls work with the kernel's template arguments for a blit: source, destination, and whether by pixel.

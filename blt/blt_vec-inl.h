@@ -57,6 +57,17 @@ HWY_INLINE V16 kept16(uint16_t lanes) {
     return v;
 }
 
+// The same for 32-bit lanes, on every processor for which g++ does so.
+HWY_INLINE V32 kept32(uint32_t lanes) {
+    V32 v = hn::Set(D32(), lanes);
+#    if HWY_TARGET == HWY_AVX3
+    asm("" : "+v"(v.raw));
+#    elif HWY_ARCH_X86
+    asm("" : "+x"(v.raw));
+#    endif
+    return v;
+}
+
 // --- Loads and stores ---------------------------------------------------------------------------------
 
 template <class D>
