@@ -16,22 +16,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// A whole vector that ends with its row, and begins with pixels that the step before has drawn.
-struct Overlapping : Whole {
-    M32 drawn;
-
-    explicit HWY_INLINE Overlapping(size_t pixels) : drawn(hn::FirstN(D32(), pixels)) {}
-};
-
-// The lanes of a step that are not drawn already.
-template <class Lanes>
-HWY_INLINE M32 sdlLanesLeft(M32 drawn, const Lanes& lanes) {
-    if constexpr (std::is_same_v<Lanes, Overlapping>)
-        return hn::AndNot(lanes.drawn, drawn);
-    else
-        return drawn;
-}
-
 // The pixels of a step as values in 32-bit lanes. No other bytes than theirs are read or written.
 template <SdlLayout Layout, class Lanes>
 HWY_INLINE V32 sdlLoadLanes(const uint8_t* p, Lanes lanes) {
@@ -43,30 +27,15 @@ HWY_INLINE V32 sdlLoadLanes(const uint8_t* p, Lanes lanes) {
         return hn::PromoteTo(D32(), lanes.load(hn::Rebind<uint16_t, D32>(), p));
 }
 
-HWY_INLINE void sdlStore24(V32 packed, uint8_t* p, Whole) {
-    std::memcpy(p, &packed, 3 * kLanes32);
-}
-
-#    if HWY_TARGET == HWY_AVX3
-HWY_INLINE void sdlStore24(V32 packed, uint8_t* p, First lanes) {
-    const D8 d8;
-    hn::BlendedStore(as(d8, packed), hn::FirstN(d8, 3 * lanes.count), d8, p);
-}
-#    endif
-
 template <SdlLayout Layout, class Lanes>
 HWY_INLINE void sdlStoreLanes(V32 v, uint8_t* p, Lanes lanes) {
     if constexpr (Layout == SdlLayout::k32) {
         lanes.store(D32(), v, p);
     } else if constexpr (Layout == SdlLayout::k24) {
-        sdlStore24(pack24(v), p, lanes);
+        store24(v, p, lanes);
     } else { // the lanes' low halves
         const hn::Rebind<uint16_t, D32> half;
-        const auto words = hn::TruncateTo(half, v);
-        if constexpr (std::is_base_of_v<Whole, Lanes>)
-            storeAt(half, words, p);
-        else
-            hn::BlendedStore(words, hn::FirstN(half, lanes.count), half, reinterpret_cast<uint16_t*>(p));
+        lanes.store(half, hn::TruncateTo(half, v), p);
     }
 }
 
@@ -161,8 +130,8 @@ public:
                 result = hn::Or(result, hn::IfThenElseZero(falls, hn::Set(d32, 1U << 24)));
             }
         }
-        if (PerPixel || keyed_ || std::is_same_v<Lanes, Overlapping>)
-            result = hn::IfThenElse(sdlLanesLeft(drawn, lanes), result, d);
+        if (PerPixel || keyed_)
+            result = hn::IfThenElse(drawn, result, d);
         sdlStoreLanes<To>(result, dst, lanes);
     }
 
@@ -187,16 +156,6 @@ private:
 // Those that SDL has quick code for, and most that games ask for: by pixel, alpha in the top byte, each colour
 // where the destination has it. Most vectors of a sprite are clear or opaque throughout, which spares the
 // mixing; a clear pixel mixes to the old one, and needs no mask.
-
-// The source's pixels. Those that an earlier step has drawn are clear here.
-template <class Lanes>
-HWY_INLINE V32 sdlLoadTidy(const uint8_t* src, Lanes lanes) {
-    const V32 s = sdlLoadLanes<SdlLayout::k32>(src, lanes);
-    if constexpr (std::is_same_v<Lanes, Overlapping>)
-        return hn::IfThenZeroElse(lanes.drawn, s);
-    else
-        return s;
-}
 
 // What a step does before it mixes: true if that was all. `mixes` isn't 0 where a pixel is neither clear nor
 // opaque. The last pixels of a row are mixed at once: their branches would be hard to predict.
@@ -247,7 +206,7 @@ public:
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
         const D32 d32;
-        const V32 s = sdlLoadTidy(src, lanes);
+        const V32 s = sdlLoadLanes<SdlLayout::k32>(src, lanes);
         const V32 high = hn::ShiftRight<kSix ? 8 : 9>(s), low = hn::ShiftRight<3>(s);
         const V32 others = hn::Or(hn::And(high, high_), hn::And(low, low_));
         // Clear and opaque ones have no bits from 28 on then.
@@ -282,7 +241,7 @@ public:
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
         const D16 d16;
-        const V32 s = sdlLoadTidy(src, lanes);
+        const V32 s = sdlLoadLanes<SdlLayout::k32>(src, lanes);
         if (sdlIsDoneUnmixed(hn::And(s + toMixed_, mixed_), s, lanes, [&](M32 drawn) {
                 const V32 d = sdlLoadLanes<SdlLayout::k32>(dst, Whole());
                 sdlStoreDrawn<SdlLayout::k32>(select(colours_, s, d), drawn, dst, Whole());
@@ -315,8 +274,7 @@ public:
         if (hn::AllFalse(d32, drawn))
             return;
         const V32 d = sdlLoadLanes<Layout>(dst, lanes);
-        sdlStoreLanes<Layout>(hn::IfThenElse(sdlLanesLeft(drawn, lanes), addBits(colours_, s, ones_), d), dst,
-                              lanes);
+        sdlStoreLanes<Layout>(hn::IfThenElse(drawn, addBits(colours_, s, ones_), d), dst, lanes);
     }
 
 private:
@@ -330,27 +288,14 @@ HWY_INLINE void sdlRows(const SdlBlit& b, const Step& step) {
     uint8_t* dstRow = b.dst;
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
     const size_t rest = b.width % kLanes32, whole = b.width - rest;
-    [[maybe_unused]] const Overlapping overlapping(kLanes32 - rest);
     for (size_t rows = b.height; rows; --rows, srcRow += srcPitch, dstRow += dstPitch) {
         for (size_t x = 0; x < whole; x += kLanes32) {
             prefetchBehind<kLanes32 * kFrom>(srcRow + x * kFrom);
             prefetchBehind<kLanes32 * kTo>(dstRow + x * kTo);
             step(srcRow + x * kFrom, dstRow + x * kTo, Whole());
         }
-        if (!rest)
-            continue;
-        if constexpr (kMasks) {
+        if (rest)
             step(srcRow + whole * kFrom, dstRow + whole * kTo, First{rest});
-        } else if (whole) {
-            const size_t x = whole + rest - kLanes32;
-            step(srcRow + x * kFrom, dstRow + x * kTo, overlapping);
-        } else { // narrow rows go through copies that have a whole vector's pixels
-            uint8_t from[kLanes32 * 4] = {}, to[kLanes32 * 4] = {};
-            std::memcpy(from, srcRow, rest * kFrom);
-            std::memcpy(to, dstRow, rest * kTo);
-            step(from, to, Whole());
-            std::memcpy(dstRow, to, rest * kTo);
-        }
     }
 }
 
