@@ -11,7 +11,7 @@ namespace ormsel {
 
 namespace {
 
-// SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for.
+// SDL is sooner done with this many pixels.
 constexpr int kFew = 16;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
@@ -209,12 +209,13 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-// The pixels of a blit that is clipped already: ours, or SDL's.
-int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to) {
+// The pixels of a blit that is clipped already: ours, or SDL's. Apart from ormsel_BlitSurface(), so that a blit
+// that SDL gets at once costs nothing of what this needs.
+[[gnu::noinline]] int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to) {
     SdlBlit blit;
     const int width = to->w, height = to->h;
-    if ((width * height <= kFew && !(src->flags & SDL_RLEACCELOK)) || !choose(blit, *src, *dst) ||
-        shareMemory(*src, *dst) || !hasRectangle(*src, from->x, from->y, width, height) ||
+    if (!choose(blit, *src, *dst) || shareMemory(*src, *dst) ||
+        !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return SDL_LowerBlit(src, from, dst, to);
     if (!blit.perPixel && blit.rule.roundUp && blit.weight == 0) // SDL draws nothing then
@@ -258,5 +259,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     drawn.w = static_cast<Uint16>(x.size);
     drawn.h = static_cast<Uint16>(y.size);
     SDL_Rect part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
-    return drawClipped(src, &part, dst, &drawn);
+    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
+    const bool few = x.size * y.size <= kFew && !(src->flags & SDL_RLEACCELOK);
+    return few ? SDL_LowerBlit(src, &part, dst, &drawn) : drawClipped(src, &part, dst, &drawn);
 }

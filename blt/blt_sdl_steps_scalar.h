@@ -109,8 +109,14 @@ inline void sdlTidyPixel(const uint8_t* src, uint8_t* dst) {
         const uint32_t alpha = s >> 24;
         if (!alpha)
             return;
-        const uint32_t d = loadPixel<4>(dst);
-        storePixel<4>(dst, ((alpha == 255 ? s : sdlMix(s, d, alpha, 0)) & 0xFFFFFF) | (d & 0xFF000000));
+        const uint32_t d = loadPixel<4>(dst), rest = d & 0xFF000000;
+        if (alpha == 255)
+            return storePixel<4>(dst, (s & 0xFFFFFF) | rest);
+        // What a difference borrows from the bits above it lies outside the mask.
+        const auto mixed = [&](uint32_t mask) {
+            return ((d & mask) + (((s & mask) - (d & mask)) * alpha >> 8)) & mask;
+        };
+        storePixel<4>(dst, mixed(0xFF00FF) | mixed(0x00FF00) | rest);
     } else {
         // gggggg.....rrrrr......bbbbb: with room for products with a weight
         constexpr uint32_t kGreen = kSix ? 0x07E0 : 0x03E0, kOthers = kSix ? 0xF81F : 0x7C1F;
