@@ -11,15 +11,15 @@ namespace ormsel {
 
 namespace {
 
-// SDL is sooner done with this many pixels.
-constexpr int kFew = 16;
+// SDL is sooner done with this many pixels: by their own alpha, and by a surface's alpha or colour key.
+constexpr int kFewByPixel = 16, kFewBySurface = 64;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =
     SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
 
-// Masks, shifts and losses must tell the same: SDL takes now these, now those. Every surface's blit comes this
-// way, so that few branches count here.
+// Masks, shifts and losses must tell the same: SDL takes now these, now those. Every surface's blit comes
+// this way, so that few branches count here.
 bool isByte(uint32_t mask, uint32_t shift) {
     return mask == 0xFFU << shift;
 }
@@ -71,7 +71,7 @@ bool sameColours(const SDL_PixelFormat& a, const SDL_PixelFormat& b) {
 void setPlaces(SdlBlit& b, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
     b.keyed = b.copies = b.notesFall = false;
     b.rule = kSdlRoundsDown;
-    b.weight = b.alphaShift = b.key = b.kept = b.ones = b.opaqueOnes = 0;
+    b.alphaShift = b.key = b.kept = b.ones = b.opaqueOnes = 0;
     const Bytes source = bytesOf(from), target = bytesOf(to);
     b.place = 0x80808080;
     b.place ^= (0x80 ^ source.r) << 8 * target.r;
@@ -99,8 +99,9 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
     const bool onto32 = b.to == SdlLayout::k32, onto16 = to.BytesPerPixel == 2;
     const bool encodes = src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY);
     if (from.Amask == 0xFF000000 && !encodes) {
-        b.tidy = onto32   ? sameColours(from, to)
-                 : onto16 && from.Gmask == 0xFF00 && (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F;
+        b.tidy = onto32
+                     ? sameColours(from, to)
+                     : onto16 && from.Gmask == 0xFF00 && (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F;
         if (b.tidy)
             return true;
     }
@@ -121,31 +122,32 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
 // The rule of a blit by the surface's alpha, or by its colour key alone.
 bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& from,
                      const SDL_PixelFormat& to) {
-    setPlaces(b, from, to);
-    b.keyed = src.flags & SDL_SRCCOLORKEY;
-    b.key = from.colorkey;
-    if (b.keyed && src.flags & SDL_RLEACCELOK) // SDL's encoded blits copy runs of pixels as they are
+    const bool keyed = src.flags & SDL_SRCCOLORKEY;
+    if (keyed && src.flags & SDL_RLEACCELOK) // SDL's encoded blits copy runs of pixels as they are
         return false;
     const bool sameOrder = sameColours(from, to) && from.BytesPerPixel == to.BytesPerPixel;
     const bool sameWords = sameOrder && from.BitsPerPixel == to.BitsPerPixel && !to.Amask;
     const uint32_t alpha = src.flags & SDL_SRCALPHA ? from.alpha : 255;
-    b.ones = to.Amask;
-    if (alpha == 255) {
-        b.copies = true;
-        if (sameWords && to.BytesPerPixel == 2)
-            b.colours = 0xFFFF;
-        return b.keyed && sameOrder;
-    }
+    const uint32_t colours = to.Rmask | to.Gmask | to.Bmask;
     b.weight = alpha;
-    if (!b.keyed && sameWords && to.BytesPerPixel == 2) {
-        in32nds(b);
-        b.weight = alpha & b.rule.alphaBits;
-        return alpha != 128 || b.to == SdlLayout::kR5G6B5; // halves SDL mixes with the bit of no channel
+    if (alpha == 255) {
+        if (!keyed || !sameOrder)
+            return false;
+    } else if (!keyed && sameWords && to.BytesPerPixel == 2) {
+        // Halves SDL mixes sooner than anyone, and in R5G5B5 with the bit of no channel.
+        return b.tidy = alpha != 128;
+    } else if (!keyed && sameOrder && colours == 0xFFFFFF && to.BytesPerPixel == 4) {
+        return b.tidy = true;
     }
-    if (!b.keyed && sameOrder && to.BytesPerPixel == 4 && b.colours == 0xFFFFFF)
-        b.ones = 0xFF000000;
-    else
+    setPlaces(b, from, to);
+    b.keyed = keyed;
+    b.key = from.colorkey;
+    b.ones = to.Amask;
+    b.copies = alpha == 255;
+    if (!b.copies)
         roundUp(b);
+    else if (sameWords && to.BytesPerPixel == 2)
+        b.colours = 0xFFFF;
     return true;
 }
 
@@ -209,8 +211,8 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-// The pixels of a blit that is clipped already: ours, or SDL's. Apart from ormsel_BlitSurface(), so that a blit
-// that SDL gets at once costs nothing of what this needs.
+// The pixels of a blit that is clipped already: ours, or SDL's. Apart from ormsel_BlitSurface(), so that a
+// blit that SDL gets at once costs nothing of what this needs.
 [[gnu::noinline]] int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to) {
     SdlBlit blit;
     const int width = to->w, height = to->h;
@@ -218,7 +220,7 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return SDL_LowerBlit(src, from, dst, to);
-    if (!blit.perPixel && blit.rule.roundUp && blit.weight == 0) // SDL draws nothing then
+    if (!blit.perPixel && !blit.tidy && blit.weight == 0) // SDL draws nothing then
         return 0;
     blit.src = pixelAt(*src, from->x, from->y);
     blit.srcPitch = src->pitch;
@@ -260,6 +262,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     drawn.h = static_cast<Uint16>(y.size);
     SDL_Rect part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
     // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const bool few = x.size * y.size <= kFew && !(src->flags & SDL_RLEACCELOK);
+    const bool few = x.size * y.size <= (src->format->Amask ? kFewByPixel : kFewBySurface) &&
+                     !(src->flags & SDL_RLEACCELOK);
     return few ? SDL_LowerBlit(src, &part, dst, &drawn) : drawClipped(src, &part, dst, &drawn);
 }

@@ -153,9 +153,15 @@ private:
 
 // --- Tidy blits ---------------------------------------------------------------------------------------
 //
-// Those that SDL has quick code for, and most that games ask for: by pixel, alpha in the top byte, each colour
-// where the destination has it. Most vectors of a sprite are clear or opaque throughout, which spares the
-// mixing; a clear pixel mixes to the old one, and needs no mask.
+// Those that SDL has quick code for, and most that games ask for. By pixel, most vectors of a sprite are
+// clear or opaque throughout, which spares the mixing; a clear pixel mixes to the old one, and needs no mask.
+
+// sdlSpreadMix() of the scalar steps; `all` are the bits of the channels.
+HWY_INLINE V32 sdlSpreadMix(V32 spread, V32 d, V32 w, V32 all) {
+    const V32 onto = hn::And(hn::Or(d, hn::ShiftLeft<16>(d)), all);
+    const V32 mixed = hn::And(onto + hn::ShiftRight<5>((spread - onto) * w), all);
+    return hn::Or(mixed, hn::ShiftRight<16>(mixed));
+}
 
 // What a step does before it mixes: true if that was all. `mixes` isn't 0 where a pixel is neither clear nor
 // opaque. The last pixels of a row are mixed at once: their branches would be hard to predict.
@@ -190,53 +196,46 @@ HWY_INLINE bool sdlIsDoneUnmixed(V32 mixes, V32 s, Lanes, const Store& storeOpaq
     return true;
 }
 
-template <SdlLayout To>
-class SdlTidyStep;
+// The steps' constants are kept, as they are set up for few pixels often. Their constructors are written out:
+// a default one would be for every processor.
 
-// The mix in the destination's own bits: all three channels of a pixel in one lane, gggggg.....rrrrr......bbbbb,
-// with room for products with a weight from 0 to 32.
 template <SdlLayout To>
-    requires(sdlBytes(To) == 2)
-class SdlTidyStep<To> {
-    static constexpr bool kSix = To == SdlLayout::kR5G6B5;
+class SdlTidyStep {
+    using Spread = SdlSpread<To>;
 
 public:
-    HWY_INLINE SdlTidyStep() {} // not a default one, which would be for every processor
+    explicit HWY_INLINE SdlTidyStep(const SdlBlit&) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
-        const D32 d32;
         const V32 s = sdlLoadLanes<SdlLayout::k32>(src, lanes);
-        const V32 high = hn::ShiftRight<kSix ? 8 : 9>(s), low = hn::ShiftRight<3>(s);
+        const V32 high = hn::ShiftRight<Spread::kHighDown>(s), low = hn::ShiftRight<Spread::kLowDown>(s);
         const V32 others = hn::Or(hn::And(high, high_), hn::And(low, low_));
         // Clear and opaque ones have no bits from 28 on then.
         if (sdlIsDoneUnmixed(hn::And(s + toMixed_, mixed_), s, lanes, [&](M32 drawn) {
-                const V32 green = hn::ShiftRight<kSix ? 5 : 6>(s);
+                const V32 green = hn::ShiftRight<Spread::kGreenDown>(s);
                 sdlStoreDrawn<To>(addBits(hn::ShiftRight<16>(green_), green, others), drawn, dst, Whole());
             }))
             return;
         const V32 alpha = hn::ShiftRight<27>(s);
         const V32 w = alpha + hn::ShiftRight<5>(alpha + one_);
         const V32 d = sdlLoadLanes<To>(dst, lanes);
-        const V32 from = addBits(green_, hn::ShiftLeft<kSix ? 11 : 10>(s), others);
-        const V32 onto = hn::And(hn::Or(d, hn::ShiftLeft<16>(d)), all_);
-        const V32 mixed = hn::And(onto + hn::ShiftRight<5>((from - onto) * w), all_);
-        V32 result = hn::Or(mixed, hn::ShiftRight<16>(mixed));
-        if constexpr (!kSix)
-            result = hn::IfThenElse(hn::Eq(w, hn::Zero(d32)), d, result);
+        V32 result = sdlSpreadMix(addBits(green_, hn::ShiftLeft<Spread::kGreenUp>(s), others), d, w, all_);
+        if constexpr (!Spread::kSix)
+            result = hn::IfThenElse(hn::Eq(w, hn::Zero(D32())), d, result);
         sdlStoreLanes<To>(result, dst, lanes);
     }
 
 private:
-    V32 green_ = kept32(kSix ? 0x07E00000 : 0x03E00000), high_ = kept32(kSix ? 0xF800 : 0x7C00);
-    V32 low_ = kept32(0x1F), all_ = kept32(kSix ? 0x07E0F81F : 0x03E07C1F), one_ = kept32(1);
+    V32 green_ = kept32(Spread::kGreen << 16), high_ = kept32(Spread::kHigh), low_ = kept32(Spread::kLow);
+    V32 all_ = kept32(Spread::kAll), one_ = kept32(1);
     V32 toMixed_ = kept32(0x08000000), mixed_ = kept32(0xF0000000);
 };
 
 template <>
 class SdlTidyStep<SdlLayout::k32> {
 public:
-    HWY_INLINE SdlTidyStep() {}
+    explicit HWY_INLINE SdlTidyStep(const SdlBlit&) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
@@ -257,6 +256,28 @@ private:
     V32 colours_ = kept32(0xFFFFFF), toMixed_ = kept32(0x01000000), mixed_ = kept32(0xFE000000);
     V16 one_ = kept16(1);
     Shuffle toWeight_ = shuffleOfBytes(bytesFrom(3, 0x80, 3, 0x80));
+};
+
+// By one alpha, between pixels of the same layout.
+template <SdlLayout Layout>
+class SdlTidyAlphaStep {
+public:
+    explicit HWY_INLINE SdlTidyAlphaStep(const SdlBlit& b)
+        : in32nds_(kept32(b.weight / 8)), in256ths_(kept16(static_cast<uint16_t>(b.weight))) {}
+
+    template <class Lanes>
+    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
+        const V32 s = sdlLoadLanes<Layout>(src, lanes), d = sdlLoadLanes<Layout>(dst, lanes);
+        if constexpr (Layout == SdlLayout::k32)
+            sdlStoreLanes<Layout>(hn::Or(sdlMix(s, d, in256ths_), ones_), dst, lanes);
+        else
+            sdlStoreLanes<Layout>(
+                sdlSpreadMix(hn::And(hn::Or(s, hn::ShiftLeft<16>(s)), all_), d, in32nds_, all_), dst, lanes);
+    }
+
+private:
+    V32 in32nds_, ones_ = kept32(0xFF000000), all_ = kept32(SdlSpread<Layout>::kAll);
+    V16 in256ths_;
 };
 
 // Copies by colour key.
@@ -306,7 +327,12 @@ void sdlCopyRows(const SdlBlit& b) {
 
 inline void sdlKernel(const SdlBlit& b) {
     if (b.tidy)
-        return withSdlTidy(b.to, [&]<SdlLayout To>() { sdlRows<SdlLayout::k32, To>(b, SdlTidyStep<To>()); });
+        return withSdlTidy(b, [&]<SdlLayout To, bool PerPixel>() {
+            if constexpr (PerPixel)
+                sdlRows<SdlLayout::k32, To>(b, SdlTidyStep<To>(b));
+            else
+                sdlRows<To, To>(b, SdlTidyAlphaStep<To>(b));
+        });
     if (b.copies) {
         switch (sdlBytes(b.to)) {
         case 4:
