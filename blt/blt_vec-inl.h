@@ -42,6 +42,10 @@ constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
 // are looked at together: see drawRun().
 constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
 
+// Whether one instruction stores lanes of a type by a mask.
+template <class T>
+constexpr bool kMasksStores = kMasks || (HWY_TARGET == HWY_AVX2 && sizeof(T) >= 4);
+
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
     return hn::BitCast(d, v);
@@ -89,6 +93,14 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
     constexpr size_t kDistance = 2048, kLine = 64;
     for (size_t i = 0; i < Bytes; i += kLine)
         __builtin_prefetch(p + kDistance + i);
+}
+
+// Where old pixels are read of which a mask has some: at p. If it has none, anywhere else: a blit that stores
+// nothing doesn't even look at the destination.
+template <class D>
+HWY_INLINE const uint8_t* oldAt(D d, hn::Mask<D> mask, const uint8_t* p) {
+    alignas(HWY_MAX_BYTES) static constexpr uint8_t kNothing[HWY_MAX_BYTES] = {};
+    return hn::AllFalse(d, mask) ? kNothing : p;
 }
 
 // Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
@@ -146,7 +158,7 @@ HWY_INLINE void storeLanes(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
 #    else
 #        if HWY_TARGET == HWY_AVX2
-    if constexpr (sizeof(T) >= 4)
+    if constexpr (kMasksStores<T>)
         return hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
     else if constexpr (sizeof(T) == 2)
         return storeShorts(d, v, mask, p);
@@ -155,8 +167,21 @@ HWY_INLINE void storeLanes(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
 #    endif
 }
 
-// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the step at the end of
-// a row, the first few; or those of two rows.
+// How many pixels are looked at together for whether they are all transparent.
+constexpr size_t kRunPixels = 64;
+
+// Whether none of so many pixels of 4 bytes, or bytes of a mask, has one of these bits.
+template <size_t Bytes>
+HWY_INLINE bool haveNone(const uint8_t* p, V32 bits) {
+    const D32 d32;
+    V32 some = loadAt(d32, p);
+    for (size_t i = HWY_MAX_BYTES; i < kRunPixels * Bytes; i += HWY_MAX_BYTES)
+        some = hn::Or(some, loadAt(d32, p + i));
+    return hn::AllTrue(d32, hn::And(some, bits) == hn::Zero(d32));
+}
+
+// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the step at the end
+// of a row, the first few; or those of two rows.
 //   - load(d, p): what stands in these lanes; loadOld() the same for old destination pixels
 //   - loadOldWhere(d, mask, p): those that the mask has; the others hold anything
 //   - storeWhere(d, v, mask, p): stores the lanes that the mask has, and touches no other byte
@@ -186,10 +211,10 @@ struct Whole {
     }
     template <class D, class M>
     static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
-        if constexpr (kMasks)
+        if constexpr (kMasksStores<hn::TFromD<D>>)
             return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
         else
-            return loadAt(d, p);
+            return loadAt(d, oldAt(d, mask, p));
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
@@ -202,6 +227,10 @@ struct Stored : Whole {
     HWY_INLINE Stored firstHalf() const { return {}; }
     HWY_INLINE Stored secondHalf() const { return {}; }
 
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return loadAt(d, p);
+    }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
         storeAt(d, v, p);
@@ -313,8 +342,8 @@ HWY_INLINE uint64_t loadFew(const uint8_t* p, size_t bytes) {
     if (bytes >= 8)
         return ormsel::loadWord<uint64_t>(p);
     if (bytes >= 4) // the last four overlap with the first ones
-        return ormsel::loadWord<uint32_t>(p) |
-               uint64_t{ormsel::loadWord<uint32_t>(p + bytes - 4)} << 8 * (bytes - 4);
+        return ormsel::loadWord<uint32_t>(p) | uint64_t{ormsel::loadWord<uint32_t>(p + bytes - 4)}
+                                                   << 8 * (bytes - 4);
     if (bytes == 0)
         return 0;
     return p[0] | uint64_t{p[bytes / 2]} << 8 * (bytes / 2) | uint64_t{p[bytes - 1]} << 8 * (bytes - 1);
@@ -385,7 +414,7 @@ struct First {
     template <class D>
     HWY_INLINE auto load(D d, const uint8_t* p) const {
         using T = hn::TFromD<D>;
-        if constexpr (HWY_TARGET == HWY_AVX2 && sizeof(T) == 4)
+        if constexpr (kMasksStores<T>)
             return hn::MaskedLoad(hn::FirstN(d, count), d, reinterpret_cast<const T*>(p));
         else
             return loadBytes(d, p, count * sizeof(T));
@@ -395,8 +424,11 @@ struct First {
         return load(d, p);
     }
     template <class D, class M>
-    HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) const {
-        return load(d, p);
+    HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) const {
+        if constexpr (kMasksStores<hn::TFromD<D>>)
+            return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return load(d, oldAt(d, mask, p));
     }
     template <class D>
     HWY_INLINE void store(D d, hn::Vec<D> v, uint8_t* p) const {
@@ -420,11 +452,11 @@ struct TwoRows {
         const V16 one = First{count}.grouped();
         return hn::ConcatLowerLower(D16(), one, one);
     }
-    template <class M>
-    HWY_INLINE V16 loadOldWhere(D16 d, M, const uint8_t* p) const {
+    HWY_INLINE V16 loadOldWhere(D16 d, hn::Mask<D16> mask, const uint8_t* p) const {
         const hn::Half<D16> half;
         const First lanes = {count};
-        return hn::Combine(d, lanes.load(half, p + oldPitch), lanes.load(half, p));
+        const uint8_t* first = oldAt(d, mask, p);
+        return hn::Combine(d, lanes.load(half, first == p ? p + oldPitch : first), lanes.load(half, first));
     }
     HWY_INLINE void storeWhere(D16 d, V16 v, hn::Mask<D16> mask, uint8_t* p) const {
         const hn::Half<D16> half;
@@ -594,12 +626,13 @@ HWY_INLINE V addBits(V mask, V a, V b) {
 #    endif
 }
 
-// Of A8R8G8B8 pixels the bits of green, and of alpha where the weight, in both halves, is 0. Weights are below
-// 2^15.
+// Of A8R8G8B8 pixels the bits of green, and of alpha where the weight, in both halves, is 0. Weights are
+// below 2^15.
 HWY_INLINE V32 greenAndKeptAlpha(V16 weights) {
     const D32 d32;
 #    if HWY_TARGET == HWY_AVX3
-    return hn::IfThenElse(as(d32, weights) == hn::Zero(d32), hn::Set(d32, 0xFF00FF00), hn::Set(d32, 0x0000FF00));
+    return hn::IfThenElse(as(d32, weights) == hn::Zero(d32), hn::Set(d32, 0xFF00FF00),
+                          hn::Set(d32, 0x0000FF00));
 #    else
     const hn::RebindToSigned<D16> i16;
     const auto above = as(i16, hn::Set(d32, 0x00017FFF)) > as(i16, weights);
@@ -647,6 +680,8 @@ struct RightShift {
 // The lanes of the destination that a step stores, and so reads.
 template <class D>
 struct StoreSet {
+    static constexpr bool kStoresMasked = kMasksStores<hn::TFromD<D>>;
+
     D d;
     hn::Mask<D> lanes;
 
@@ -679,6 +714,8 @@ struct GenericPixels<4> : StoreSet<D32> {
 // never changes what a later one reads there.
 template <>
 struct GenericPixels<3> : StoreSet<D32> {
+    static constexpr bool kStoresMasked = kMasks;
+
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
     HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
@@ -702,9 +739,11 @@ struct GenericPixels<3> : StoreSet<D32> {
             p[48] = 0;
     }
 #    else
+    HWY_INLINE V32 loadOld(const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+
     template <class Lanes>
     HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
-        return load24(p + 1, step);
+        return load24(oldAt(d, lanes, p + 1), step);
     }
 
     // In plain stores, for the same reason.
