@@ -105,8 +105,8 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
         if (b.tidy)
             return true;
     }
-    b.alphaShift = from.Ashift;
     setPlaces(b, from, to);
+    b.alphaShift = from.Ashift;
     // SDL would encode the source by runs and draw it from that, which clears what is no colour.
     if (encodes && onto16) {
         in32nds(b);
