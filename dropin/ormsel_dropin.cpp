@@ -2,9 +2,9 @@
 //
 // Preloaded into a program that draws with SDL 1.2, takes the place of SDL_BlitSurface, counts and compares.
 // ormsel-run sets the environment:
-//   ORMSEL_RUN=stats     prints at exit how many blits were served, by kind, and what was left to SDL
-//   ORMSEL_RUN=compare   does every served blit twice, by SDL and here, and prints both times and what
-//   differs ORMSEL_RUN_REPORT    the file to print to, written every second; else standard error, at exit
+// ORMSEL_RUN=stats: prints at exit how many blits were served, by kind, and what was left to SDL.
+// ORMSEL_RUN=compare: does every served blit twice, by SDL and here, and prints both times and what differs.
+// ORMSEL_RUN_REPORT: the file to print to, written every second; else standard error, at exit.
 //
 // Programs may blit from any thread: all state is in the tables below, guarded by one lock, and the blits
 // themselves touch none of it.

@@ -8,7 +8,7 @@
  *     #define ORMSEL_REPLACES_SDL_BLITS
  *     #include <ormsel/ormsel_sdl.h>
  *
- * and a program that can't be changed with the command `ormsel-run PROGRAM`.
+ * A program that can't be changed gets it by the command `ormsel-run PROGRAM`.
  *
  * These calls blend as SDL does, not as SDL_BlitAlphaSurface() of ormsel.h: a surface's own alpha counts only
  * where it has no per-pixel alpha, clip rectangle and colour key are observed, and the rectangle drawn is

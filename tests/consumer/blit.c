@@ -5,6 +5,7 @@
 
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_formats.h>
+#include <ormsel/ormsel_sdl.h>
 #include <ormsel/ormsel_target.h>
 
 #if defined(EXPECTED_CPLUSPLUS) && __cplusplus != EXPECTED_CPLUSPLUS
@@ -19,7 +20,8 @@ int main(int argc, char** argv) {
     Uint16* pixels;
 
     sprintf(version, "%d.%d.%d", ORMSEL_VERSION_MAJOR, ORMSEL_VERSION_MINOR, ORMSEL_VERSION_PATCH);
-    if (!sprite || !canvas || !ormsel_TargetName() || (argc > 1 && strcmp(argv[1], version) != 0))
+    if (!sprite || !canvas || ORMSEL_BLIT_COPY != 4 || !ormsel_TargetName() ||
+        (argc > 1 && strcmp(argv[1], version) != 0))
         return 1;
 
     /* Opaque red, and green that can't be seen. */
