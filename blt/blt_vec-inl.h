@@ -63,16 +63,29 @@ HWY_INLINE V16 kept16(uint16_t lanes) {
     return v;
 }
 
+// The same for 32-bit lanes, on every processor for which g++ does so.
+HWY_INLINE V32 kept32(uint32_t lanes) {
+    V32 v = hn::Set(D32(), lanes);
+#    if HWY_TARGET == HWY_AVX3
+    asm("" : "+v"(v.raw));
+#    elif HWY_ARCH_X86
+    asm("" : "+x"(v.raw));
+#    endif
+    return v;
+}
+
 // --- Loads and stores ---------------------------------------------------------------------------------
 
+// As bytes: pixels may lie anywhere, and on 32-bit Arm the type of a lane promises an alignment.
 template <class D>
 HWY_INLINE auto loadAt(D d, const uint8_t* p) {
-    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+    return as(d, hn::LoadU(hn::Repartition<uint8_t, D>(), p));
 }
 
 template <class D, class V>
-HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
-    hn::StoreU(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+HWY_INLINE void storeAt(D, V v, uint8_t* p) {
+    const hn::Repartition<uint8_t, D> bytes;
+    hn::StoreU(as(bytes, v), bytes, p);
 }
 
 // Loads what a step will need a little later. A hint that touches no memory in the language's sense: it may
@@ -532,6 +545,14 @@ HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
     return spread24(as(D32(), loadBytes(d8, p, lanes.count * 3)));
 #    endif
 }
+
+#    if HWY_TARGET == HWY_AVX3
+// Each lane's low half, stored where the mask has the lane.
+HWY_INLINE void storeWordsWhere(V32 v, M32 mask, uint8_t* p) {
+    const auto words = hn::TruncateTo(hn::Rebind<uint16_t, D32>(), v);
+    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), words.raw);
+}
+#    endif
 
 // Each lane's low three bytes, one after the other; zeros behind the last.
 HWY_INLINE V32 pack24(V32 v) {
