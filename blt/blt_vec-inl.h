@@ -415,7 +415,7 @@ HWY_INLINE hn::Vec<D> loadBytes(D d, const uint8_t* p, size_t bytes) {
 }
 
 template <class D>
-HWY_INLINE void storeBytes(D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+HWY_INLINE void storeBytes(D, hn::Vec<D> v, uint8_t* p, size_t bytes) {
     constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
     if constexpr (kBytes <= 8) {
         using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
