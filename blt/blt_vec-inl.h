@@ -76,14 +76,16 @@ HWY_INLINE V32 kept32(uint32_t lanes) {
 
 // --- Loads and stores ---------------------------------------------------------------------------------
 
+// As bytes: pixels may lie anywhere, and on 32-bit Arm the type of a lane promises an alignment.
 template <class D>
 HWY_INLINE auto loadAt(D d, const uint8_t* p) {
-    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+    return as(d, hn::LoadU(hn::Repartition<uint8_t, D>(), p));
 }
 
 template <class D, class V>
-HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
-    hn::StoreU(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+HWY_INLINE void storeAt(D, V v, uint8_t* p) {
+    const hn::Repartition<uint8_t, D> bytes;
+    hn::StoreU(as(bytes, v), bytes, p);
 }
 
 // Loads what a step will need a little later. A hint that touches no memory in the language's sense: it may
@@ -100,7 +102,9 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
 template <class D>
 HWY_INLINE const uint8_t* oldAt(D d, hn::Mask<D> mask, const uint8_t* p) {
     alignas(HWY_MAX_BYTES) static constexpr uint8_t kNothing[HWY_MAX_BYTES] = {};
-    return hn::AllFalse(d, mask) ? kNothing : p;
+    intptr_t taken = hn::AllFalse(d, mask) ? 0 : -1;
+    asm("" : "+r"(taken)); // no branch, please
+    return kNothing + ((reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(kNothing)) & taken);
 }
 
 // Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
@@ -109,13 +113,17 @@ template <size_t Stride, class D>
 HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     using T = hn::TFromD<D>;
     constexpr size_t kCount = hn::MaxLanes(D());
-    alignas(HWY_MAX_BYTES) T lanes[kCount], keep[kCount];
+    alignas(HWY_MAX_BYTES) T lanes[kCount];
+    alignas(HWY_MAX_BYTES) std::make_signed_t<T> kept[kCount]; // 0 or -1
     T elsewhere;
     hn::Store(v, d, lanes);
-    hn::Store(hn::VecFromMask(d, mask), d, keep);
+    hn::Store(hn::VecFromMask(hn::RebindToSigned<D>(), hn::RebindMask(hn::RebindToSigned<D>(), mask)),
+              hn::RebindToSigned<D>(), kept);
+    auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
+    const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
     for (size_t i = 0; i < kCount; ++i)
-        ormsel::storeWord(keep[i] ? p + Stride * i : reinterpret_cast<uint8_t*>(&elsewhere), lanes[i]);
-    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
+        ormsel::storeWord(other + ((way + static_cast<intptr_t>(Stride * i)) & intptr_t{kept[i]}), lanes[i]);
+    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
 }
 
 #    if HWY_TARGET == HWY_AVX2
@@ -680,7 +688,11 @@ struct RightShift {
 // The lanes of the destination that a step stores, and so reads.
 template <class D>
 struct StoreSet {
-    static constexpr bool kStoresMasked = kMasksStores<hn::TFromD<D>>;
+    // How many steps are drawn together: those of 64 bytes, or of one vector where the lanes are stored one
+    // by one at some cost.
+    static constexpr size_t kTogether = kMasksStores<hn::TFromD<D>>  ? 0
+                                        : sizeof(hn::TFromD<D>) >= 4 ? 64 / HWY_MAX_BYTES
+                                                                     : 1;
 
     D d;
     hn::Mask<D> lanes;
@@ -690,6 +702,10 @@ struct StoreSet {
     HWY_INLINE auto loadOld(To to, const uint8_t* p, const Lanes& step) const {
         return as(to, step.loadOldWhere(d, lanes, p));
     }
+    template <class V, class Lanes>
+    HWY_INLINE void store(V v, uint8_t* p, const Lanes& step) const {
+        step.storeWhere(d, v, lanes, p);
+    }
 };
 
 // Pixels of a generic blit, which are stored one by one. drawn has one 32-bit lane a pixel.
@@ -697,31 +713,21 @@ template <int Bytes>
 struct GenericPixels;
 
 template <>
-struct GenericPixels<4> : StoreSet<D32> {
-
-    template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, const Lanes& step) const {
-        return step.loadOldWhere(d, lanes, p);
-    }
-    template <class Lanes>
-    HWY_INLINE void store(V32 v, uint8_t* p, const Lanes& step) const {
-        step.storeWhere(d, v, lanes, p);
-    }
-};
+struct GenericPixels<4> : StoreSet<D32> {};
 
 // 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
 // pixel is drawn, too. Old pixels come from one byte further on, see loadOldPixel(); a pixel's own store
 // never changes what a later one reads there.
 template <>
 struct GenericPixels<3> : StoreSet<D32> {
-    static constexpr bool kStoresMasked = kMasks;
+    static constexpr size_t kTogether = kMasks ? 0 : 1;
 
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
     HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes) const {
         return spread24(V32{_mm512_maskz_loadu_epi8(_cvtu64_mask64(bytes()), p + 1)});
     }
     // In stores that end where the next step's begins: a load that overlaps the span of a masked store waits
@@ -739,10 +745,10 @@ struct GenericPixels<3> : StoreSet<D32> {
             p[48] = 0;
     }
 #    else
-    HWY_INLINE V32 loadOld(const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Stored step) const { return load24(p + 1, step); }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes step) const {
         return load24(oldAt(d, lanes, p + 1), step);
     }
 
