@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
 // The vector kernels of routes. A step is one vector's worth of pixels; the same step, on the first few
-// lanes, ends a row where the target can mask its loads and stores, and scalar steps end it elsewhere. Each
-// gives the scalar kernel's results bit for bit and stores no pixel that it doesn't.
+// lanes, ends a row. Each gives the scalar kernel's results bit for bit and stores no pixel that it doesn't.
 
 #if defined(ORMSEL_BLT_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #    ifdef ORMSEL_BLT_STEPS_INL_H
@@ -11,25 +10,89 @@
 #        define ORMSEL_BLT_STEPS_INL_H
 #    endif
 
+#    include <algorithm>
 #    include <cstdlib>
+#    include <type_traits>
+#    include <utility>
 
 #    include "blt_kernels.h"
-#    include "blt_steps_scalar.h"
 #    include "blt_vec-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
+// A step has
+//   - kPixels, kSrcBytes, kDstBytes, kThirdBytes: how many pixels, and of how many bytes
+//   - weigh(src, third, lanes): what the source's pixels are and how much of them counts; `stored` in it, if
+//     there is one, is the set of lanes that the destination gets
+//   - mix(weighed, dst, third, lanes): what these lanes get; or, where all are stored,
+//     draw(weighed, dst, third, lanes), which stores it, too
+//   - perhaps isClear(src, third): whether kRunPixels pixels are all transparent, at a glance
+// The third image, beside source and destination, is that of the old destination pixels, or the mask.
+template <class Step, class Lanes>
+HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                         Lanes lanes) {
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; })
+        weighed.stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
+    else
+        step.draw(weighed, dst, third, lanes);
+}
+
+template <class Step>
+using Weighed = decltype(std::declval<const Step&>().weigh(nullptr, nullptr, Whole{}));
+
+// How many steps are drawn together; 0: there is nothing to be gained from it.
+template <class Step>
+constexpr size_t togetherOf() {
+    if constexpr (requires(Weighed<Step> w) { w.stored; })
+        return Weighed<Step>::Set::kTogether;
+    else
+        return 0;
+}
+
+// Where a masked store is dear, one look tells whether no lane of these steps is stored, another one whether
+// all are, in plain stores then. Looks at fewer lanes would miss less and cost more: branches at the edges of
+// sprites are hard to predict.
+template <class Step, size_t... I>
+HWY_INLINE void drawTogether(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                             std::index_sequence<I...>) {
+    constexpr size_t kSrc = Step::kPixels * Step::kSrcBytes, kDst = Step::kPixels * Step::kDstBytes,
+                     kThird = Step::kPixels * Step::kThirdBytes;
+    if constexpr (sizeof...(I) == 0) {
+        drawStep(step, src, dst, third, Whole{});
+    } else {
+        // Built where they stand: g++ copies such a record in pieces, which the loads of whole vectors wait
+        // for.
+        const Weighed<Step> weighed[] = {step.weigh(src + kSrc * I, third + kThird * I, Whole{})...};
+        auto kept = hn::Not(weighed[0].stored.lanes), all = kept;
+        ((all = hn::And(all, hn::Not(weighed[I].stored.lanes))), ...);
+        ((kept = hn::Or(kept, hn::Not(weighed[I].stored.lanes))), ...);
+        const auto d = weighed[0].stored.d;
+        if (hn::AllTrue(d, all))
+            return;
+        const decltype(step.mix(weighed[0], dst, third, Stored{})) mixed[] = {
+            step.mix(weighed[I], dst + kDst * I, third + kThird * I, Stored{})...};
+        if (hn::AllFalse(d, kept))
+            (weighed[I].stored.store(mixed[I], dst + kDst * I, Stored{}), ...);
+        else
+            (weighed[I].stored.store(mixed[I], dst + kDst * I, Whole{}), ...);
+    }
+}
+
 // The kernel that walks the rows of a block. A Walk has
-//   - step: draws the pixels of one vector, or, where the target has masks, the first few; its type says how
-//     many (kPixels) and of how many bytes (kSrcBytes, kDstBytes, kThirdBytes)
-//   - third, thirdPitch: beside source and destination, where steps read: old destination pixels, or the mask
-//   - rest(src, dst, third, pixels): draws the last pixels of a row where the target has no masks
+//   - step
+//   - third, thirdPitch: the third image
 template <class Walk>
 void drawRows(const Block& b) {
     using Step = typename Walk::Step;
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
-                     kThird = Step::kThirdBytes;
+                     kThird = Step::kThirdBytes, kSteps = togetherOf<Step>(),
+                     kTogether = std::max<size_t>(kSteps, 1) * kPixels;
+    constexpr bool kLooks = !kMasks && requires(const Step& step) {
+        step.isClear(nullptr, nullptr);
+    };
+    constexpr size_t kRun = kLooks ? kRunPixels : kTogether;
     const Walk walk(b);
     const Step& step = walk.step;
     const size_t left = b.width % kPixels, whole = b.width - left;
@@ -37,54 +100,58 @@ void drawRows(const Block& b) {
     const uint8_t* src = b.src;
     const uint8_t* third = walk.third;
     uint8_t* dst = b.dst;
-    if constexpr (kMasks && requires { Step::kTakesTwoRows; }) {
+    if constexpr (HWY_MAX_BYTES > 16 && requires { Step::kTakesTwoRows; }) {
         // Two rows at a time, unless a row of the destination reaches into the next one, which then blends
         // with what this one wrote. Sources are none of the destination: the block's order is free.
         if (b.width <= kPixels / 2 && static_cast<size_t>(std::abs(dstPitch)) >= b.width * kDst) {
             const TwoRows both{b.width, srcPitch, thirdPitch, dstPitch};
             size_t rows = b.height;
             for (; rows >= 2; rows -= 2, src += 2 * srcPitch, dst += 2 * dstPitch, third += 2 * thirdPitch)
-                step(src, dst, third, both);
+                drawStep(step, src, dst, third, both);
             if (rows)
-                step(src, dst, third, First{b.width});
+                drawStep(step, src, dst, third, First{b.width});
             return;
         }
     }
     // Sprites of just this width are common: no loop inside the row, and nothing of it to fetch ahead.
     if (b.width == kPixels) {
         for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
-            step(src, dst, third, Whole{});
+            drawStep(step, src, dst, third, Whole{});
         return;
     }
+    constexpr std::make_index_sequence<kSteps> kOfTogether;
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
-        for (size_t x = 0; x < whole; x += kPixels) {
-            prefetchBehind<kPixels * kSrc>(src + x * kSrc);
-            prefetchBehind<kPixels * kDst>(dst + x * kDst);
-            step(src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
+        size_t x = 0;
+        for (; x + kRun <= whole; x += kRun) {
+            prefetchBehind<kRun * kSrc>(src + x * kSrc);
+            if constexpr (kLooks)
+                if (step.isClear(src + x * kSrc, third + x * kThird))
+                    continue;
+            prefetchBehind<kRun * kDst>(dst + x * kDst);
+            for (size_t i = 0; i < kRun; i += kTogether)
+                drawTogether(step, src + (x + i) * kSrc, dst + (x + i) * kDst, third + (x + i) * kThird,
+                             kOfTogether);
         }
-        if (left == 0)
-            continue;
-        if constexpr (kMasks)
-            step(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, First{left});
-        else
-            walk.rest(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, left);
+        if constexpr (kTogether < kRun)
+            for (; x + kTogether <= whole; x += kTogether)
+                drawTogether(step, src + x * kSrc, dst + x * kDst, third + x * kThird, kOfTogether);
+        if constexpr (kPixels < kTogether)
+            for (; x < whole; x += kPixels)
+                drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
+        if (left)
+            drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, First{left});
     }
 }
 
 // Walks by a rule whose vector form is S.
-template <class Rule, class S>
+template <class S>
 struct RouteWalk {
     using Step = S;
 
     explicit HWY_INLINE RouteWalk(const Block& b)
-        : step(b.constantAlpha), rule(b.constantAlpha), third(b.old), thirdPitch(b.oldPitch) {}
-
-    HWY_INLINE void rest(const uint8_t* src, uint8_t* dst, const uint8_t* old, size_t pixels) const {
-        drawRest(rule, src, dst, old, pixels);
-    }
+        : step(b.constantAlpha), third(b.old), thirdPitch(b.oldPitch) {}
 
     Step step;
-    Rule rule;
     const uint8_t* third;
     ptrdiff_t thirdPitch;
 };
@@ -97,25 +164,21 @@ constexpr uint8_t byteAt(unsigned shift) {
     return static_cast<uint8_t>(shift / 8);
 }
 
-// Blends channels of 8 bits, one in each 16-bit lane: 256 * d + (s - d) * a, whose high byte is
-// d + floor((s - d) * a / 256), a from 0 to 256. old256 is 256 * d.
-//
-// Lanes of 16 bits are enough although (s - d) * a needs 17: the sum is a mean of s and d times 256, so that
-// it lies in 0..65280, and the wrapping arithmetic gives it exactly.
-HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 old256, V16 a) {
-    return (s - d) * a + old256;
+// Blends channels of 8 bits, one in each 16-bit lane: d + floor((s - d) * a / 256) in the high byte, a from 0
+// to 256 and rest = 256 - a. The sum is a mean of s and d times 256, at most 65280.
+HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 a, V16 rest) {
+    return s * a + d * rest;
 }
 
-// Blends the colours of A8R8G8B8 pixels as mixColours32() does; 0 in the alpha byte. a holds the weight in
-// both 16-bit lanes of each pixel.
-HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a) {
+// Blends A8R8G8B8 pixels as mixColours32() does. a holds the weight in both 16-bit lanes of each pixel. Of
+// the mixed green and alpha, the bits of `taken` stay.
+HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a, V32 taken) {
     const D16 d16;
     const D32 d32;
-    const auto low = hn::Set(d16, 0x00FF);
-    const V16 s16 = as(d16, s), dd = as(d16, d);
-    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(dd, low), hn::ShiftLeft<8>(dd), a));
-    const V16 g = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(dd), hn::AndNot(low, dd), a);
-    return select(hn::Set(d32, 0x0000FF00), as(d32, g), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
+    const V16 low = hn::Set(d16, 0x00FF), s16 = as(d16, s), old = as(d16, d), rest = hn::Set(d16, 256) - a;
+    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(old, low), a, rest));
+    const V16 ag = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(old), a, rest);
+    return addBits(taken, as(d32, ag), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
 }
 
 // The vector form of AlphaOntoA8R8G8B8.
@@ -129,19 +192,31 @@ struct AlphaOntoA8R8G8B8Step {
           toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const D16 d16;
-        const D32 d32;
-        const V32 s = lanes.load(d32, src);
-        // 256 * A * C >> 16 = A * C >> 8.
-        const V16 a = hn::MulHigh(as(d16, alphaHigh(s)), constant);
-        const M32 drawn = hn::Ne(as(d32, a), hn::Zero(d32));
-        const auto stored = pairsOf(as(d32, a), lanes);
-        if (!kMasks && stored.isEmpty())
-            return;
-        const V32 d = stored.loadOld(d32, old, lanes);
-        const V32 mixed = mixColours(L::kA == 24 && L::kR == 16 ? s : toColours(s), d, a);
-        lanes.storeWhere(stored.d, as(stored.d, hn::IfThenElse(drawn, mixed, d)), stored.lanes, dst);
+    struct Pixels {
+        V32 s;
+        V16 a; // 256 * A * C >> 16 = A * C >> 8, in both halves of each pixel
+        using Set = decltype(pairsOf(V32(), Lanes()));
+        Set stored;
+
+        HWY_INLINE Pixels(const AlphaOntoA8R8G8B8Step& step, const uint8_t* src, Lanes lanes)
+            : s(lanes.load(D32(), src)), a(hn::MulHigh(as(D16(), step.alphaHigh(s)), step.constant)),
+              stored(pairsOf(as(D32(), a), lanes)) {}
+    };
+
+    template <class Lanes>
+    HWY_INLINE Pixels<Lanes> weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return {*this, src, lanes};
+    }
+
+    HWY_INLINE bool isClear(const uint8_t* src, const uint8_t*) const {
+        return haveNone<4>(src, hn::Set(D32(), 0xFFU << L::kA));
+    }
+
+    template <class P, class Lanes>
+    HWY_INLINE auto mix(const P& w, const uint8_t*, const uint8_t* old, Lanes lanes) const {
+        const V32 d = w.stored.loadOld(D32(), old, lanes);
+        return as(w.stored.d, mixColours(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a,
+                                         greenAndKeptAlpha(w.a)));
     }
 
     V16 constant;
@@ -171,7 +246,7 @@ HWY_INLINE V16 shifted(V16 v) {
 // To mix a field of R5G6B5, source and old value are put side by side, the source's in the low byte of 16-bit
 // lanes, the old one in the high byte: a * s + (32 - a) * d, whose quotient by 32 is the exact
 // d + floor((s - d) * a / 32), is one multiplication then. Results have the field in place and anything
-// outside it.
+// outside it; a mixed blue at bit 0 stands alone.
 
 // Red or blue, the lowest bit at bit At. The source's channel is the low byte and stays where it is; the old
 // value goes to the top of its byte, so that the sum is at most 31 * 32 << 3, below 2^15.
@@ -209,13 +284,15 @@ struct Join {
     V16 red = kept16(0xF800), green = kept16(0x07E0);
 
     HWY_INLINE Join() {}
-    HWY_INLINE V16 operator()(V16 r, V16 g, V16 b) const { return select(red, r, select(green, g, b)); }
+    HWY_INLINE V16 converted(V16 r, V16 g, V16 b) const { return select(red, r, select(green, g, b)); }
+    HWY_INLINE V16 mixed(V16 r, V16 g, V16 b) const { return addBits(red, r, addBits(green, g, b)); }
 };
 
 // Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
 struct Halves {
     V16 low, high;
 
+    Halves() = default;
     HWY_INLINE Halves(V32 first, V32 second) {
         const D16 d16;
         low = hn::ConcatEven(d16, as(d16, second), as(d16, first));
@@ -234,12 +311,12 @@ struct ToR5G6B5 {
     HWY_INLINE ToR5G6B5() {}
 
     HWY_INLINE V16 convert(const Halves& s) const {
-        return join(red.convert(RedIsHigh ? s.high : s.low), green.convert(s.low),
-                    blue.convert(RedIsHigh ? s.low : s.high));
+        return join.converted(red.convert(RedIsHigh ? s.high : s.low), green.convert(s.low),
+                              blue.convert(RedIsHigh ? s.low : s.high));
     }
     HWY_INLINE V16 mix(const Halves& s, V16 old, V16 weights) const {
-        return join(red.mix(RedIsHigh ? s.high : s.low, old, weights), green.mix(s.low, old, weights),
-                    blue.mix(RedIsHigh ? s.low : s.high, old, weights));
+        return join.mixed(red.mix(RedIsHigh ? s.high : s.low, old, weights), green.mix(s.low, old, weights),
+                          blue.mix(RedIsHigh ? s.low : s.high, old, weights));
     }
 };
 
@@ -267,19 +344,33 @@ struct AlphaOntoR5G6B5Step {
     }
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const Halves s(load(src, lanes.firstHalf()),
-                       load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf()));
-        V16 a5 = weightOf(s);
-        const auto stored = groupsOf(a5, lanes);
-        if (!kMasks && stored.isEmpty())
-            return;
+    struct Pixels {
+        Halves s;
+        V16 a5;
+        using Set = decltype(groupsOf(V16(), Lanes()));
+        Set stored;
+
+        HWY_INLINE Pixels(const AlphaOntoR5G6B5Step& step, const uint8_t* src, Lanes lanes)
+            : s(step.load(src, lanes.firstHalf()),
+                step.load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf())),
+              a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
+    };
+
+    template <class Lanes>
+    HWY_INLINE Pixels<Lanes> weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return {*this, src, lanes};
+    }
+
+    HWY_INLINE bool isClear(const uint8_t* src, const uint8_t*) const {
+        return haveNone<4>(src, hn::Set(D32(), 0xFFU << L::kA));
+    }
+
+    template <class P, class Lanes>
+    HWY_INLINE auto mix(const P& w, const uint8_t*, const uint8_t* old, Lanes lanes) const {
         // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Faded weights are at
         // most 255 * 247 >> 11 = 30.
-        if constexpr (!Faded)
-            a5 = a5 + hn::SaturatedSub(a5, thirty);
-        const V16 mixed = toR5G6B5.mix(s, stored.loadOld(D16(), old, lanes), weights(a5));
-        lanes.storeWhere(stored.d, as(stored.d, mixed), stored.lanes, dst);
+        const V16 a32 = Faded ? w.a5 : w.a5 + hn::SaturatedSub(w.a5, thirty);
+        return as(w.stored.d, toR5G6B5.mix(w.s, w.stored.loadOld(D16(), old, lanes), weights(a32)));
     }
 
     V16 constant32, thirty = kept16(30);
@@ -297,9 +388,13 @@ struct OpaqueOntoR5G6B5Step {
         : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(constantAlpha >> 3)))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+    HWY_INLINE Halves weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return {load24(src, lanes.firstHalf()), load24(src + 3 * kLanes32, lanes.secondHalf())};
+    }
+
+    template <class Lanes>
+    HWY_INLINE void draw(const Halves& s, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const Halves s(load24(src, lanes.firstHalf()), load24(src + 3 * kLanes32, lanes.secondHalf()));
         if constexpr (Faded) {
             lanes.store(d16, toR5G6B5.mix(s, lanes.loadOld(d16, old), weights), dst);
         } else {
@@ -321,13 +416,18 @@ struct OpaqueOntoR5G6B5Step<R5G6B5, true> {
         : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(constantAlpha >> 3)))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+    HWY_INLINE V16 weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return lanes.load(D16(), src);
+    }
+
+    template <class Lanes>
+    HWY_INLINE void draw(V16 s, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const V16 s = lanes.load(d16, src), d = lanes.loadOld(d16, old);
+        const V16 d = lanes.loadOld(d16, old);
         lanes.store(d16,
-                    join(red.mix(hn::ShiftRight<8>(s), d, weights),
-                         green.mix(hn::ShiftLeft<5>(s), d, weights),
-                         blue.mix(hn::ShiftLeft<3>(s), d, weights)),
+                    join.mixed(red.mix(hn::ShiftRight<8>(s), d, weights),
+                               green.mix(hn::ShiftLeft<5>(s), d, weights),
+                               blue.mix(hn::ShiftLeft<3>(s), d, weights)),
                     dst);
     }
 
@@ -360,8 +460,8 @@ template <class Src, class Dst>
 Kernel routeKernel(const Block& b) {
     using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
     using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    return Faded::fades(b.constantAlpha) ? drawRows<RouteWalk<Faded, typename StepOfRule<Faded>::Type>>
-                                         : drawRows<RouteWalk<Full, typename StepOfRule<Full>::Type>>;
+    return Faded::fades(b.constantAlpha) ? drawRows<RouteWalk<typename StepOfRule<Faded>::Type>>
+                                         : drawRows<RouteWalk<typename StepOfRule<Full>::Type>>;
 }
 
 // --- Copies -------------------------------------------------------------------------------------------

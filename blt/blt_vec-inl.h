@@ -37,10 +37,14 @@ using B16 = hn::Rebind<uint8_t, D16>;
 constexpr size_t kLanes32 = HWY_MAX_BYTES / 4; // all targets used here have a fixed size
 constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
 
-// Whether lanes of any width can be masked out of loads and stores, and cost nothing then. Rows end with one
-// masked step, and a vector of transparent pixels needs no branch (which would be hard to predict on
-// sprites). Elsewhere the scalar row functions take the last pixels.
+// Whether lanes of any width can be masked out of loads and stores, and cost nothing then. A vector of
+// transparent pixels needs no branch (which would be hard to predict on sprites). Elsewhere several vectors
+// are looked at together: see drawRun().
 constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
+
+// Whether one instruction stores lanes of a type by a mask.
+template <class T>
+constexpr bool kMasksStores = kMasks || (HWY_TARGET == HWY_AVX2 && sizeof(T) >= 4);
 
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
@@ -53,6 +57,19 @@ HWY_INLINE V16 kept16(uint16_t lanes) {
     V16 v = hn::Set(D16(), lanes);
 #    if HWY_TARGET == HWY_AVX3
     asm("" : "+v"(v.raw));
+#    elif HWY_ARCH_X86
+    asm("" : "+x"(v.raw));
+#    endif
+    return v;
+}
+
+// The same for 32-bit lanes, on every processor for which g++ does so.
+HWY_INLINE V32 kept32(uint32_t lanes) {
+    V32 v = hn::Set(D32(), lanes);
+#    if HWY_TARGET == HWY_AVX3
+    asm("" : "+v"(v.raw));
+#    elif HWY_ARCH_X86
+    asm("" : "+x"(v.raw));
 #    endif
     return v;
 }
@@ -80,8 +97,99 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
         __builtin_prefetch(p + kDistance + i);
 }
 
-// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the masked step at
-// the end of a row, the first few; or those of two rows.
+// Where old pixels are read of which a mask has some: at p. If it has none, anywhere else: a blit that stores
+// nothing doesn't even look at the destination.
+template <class D>
+HWY_INLINE const uint8_t* oldAt(D d, hn::Mask<D> mask, const uint8_t* p) {
+    alignas(HWY_MAX_BYTES) static constexpr uint8_t kNothing[HWY_MAX_BYTES] = {};
+    intptr_t taken = hn::AllFalse(d, mask) ? 0 : -1;
+    asm("" : "+r"(taken)); // no branch, please
+    return kNothing + ((reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(kNothing)) & taken);
+}
+
+// Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
+// sprite's edge are drawn is hard to predict.
+template <size_t Stride, class D>
+HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    using T = hn::TFromD<D>;
+    constexpr size_t kCount = hn::MaxLanes(D());
+    alignas(HWY_MAX_BYTES) T lanes[kCount];
+    alignas(HWY_MAX_BYTES) std::make_signed_t<T> kept[kCount]; // 0 or -1
+    T elsewhere;
+    hn::Store(v, d, lanes);
+    hn::Store(hn::VecFromMask(hn::RebindToSigned<D>(), hn::RebindMask(hn::RebindToSigned<D>(), mask)),
+              hn::RebindToSigned<D>(), kept);
+    auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
+    const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
+    for (size_t i = 0; i < kCount; ++i)
+        ormsel::storeWord(other + ((way + static_cast<intptr_t>(Stride * i)) & intptr_t{kept[i]}), lanes[i]);
+    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
+}
+
+#    if HWY_TARGET == HWY_AVX2
+// Lanes of 16 bits, which no masked store takes: first those that fill a word of 32 bits together, then the
+// others, nearly always two at most.
+template <class D>
+HWY_INLINE void storeShorts(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    const hn::RepartitionToWide<D> words;
+    constexpr size_t kBytes = 2 * hn::MaxLanes(D());
+    const auto lanes = hn::VecFromMask(d, mask);
+    const auto both = as(words, lanes) == hn::Set(words, ~uint32_t{0});
+    hn::BlendedStore(as(words, v), both, words, reinterpret_cast<uint32_t*>(p));
+    const auto alone = hn::AndNot(as(d, hn::VecFromMask(words, both)), lanes);
+    uint32_t bits;
+    if constexpr (kBytes == 32)
+        bits = static_cast<uint32_t>(_mm256_movemask_epi8(alone.raw));
+    else
+        bits = static_cast<uint32_t>(_mm_movemask_epi8(alone.raw));
+    bits &= 0x55555555; // one for each lane, at the number of its first byte
+    alignas(HWY_MAX_BYTES) uint8_t bytes[kBytes];
+    uint8_t elsewhere[2];
+    hn::Store(as(hn::Repartition<uint8_t, D>(), v), hn::Repartition<uint8_t, D>(), bytes);
+    for (int i = 0; i < 2; ++i, bits &= bits - 1) {
+        const auto at = _tzcnt_u32(bits) % kBytes;
+        ormsel::storeWord(bits ? p + at : elsewhere, ormsel::loadWord<uint16_t>(bytes + at));
+    }
+    asm volatile("" : : "m"(elsewhere));
+    for (; bits; bits &= bits - 1) {
+        const auto at = _tzcnt_u32(bits);
+        ormsel::storeWord(p + at, ormsel::loadWord<uint16_t>(bytes + at));
+    }
+}
+#    endif
+
+// Stores the lanes that the mask has, and touches no other byte.
+template <class D>
+HWY_INLINE void storeLanes(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    using T = hn::TFromD<D>;
+#    if HWY_TARGET == HWY_AVX3
+    hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+#    else
+#        if HWY_TARGET == HWY_AVX2
+    if constexpr (kMasksStores<T>)
+        return hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+    else if constexpr (sizeof(T) == 2)
+        return storeShorts(d, v, mask, p);
+#        endif
+    storeOneByOne<sizeof(T)>(d, v, mask, p);
+#    endif
+}
+
+// How many pixels are looked at together for whether they are all transparent.
+constexpr size_t kRunPixels = 64;
+
+// Whether none of so many pixels of 4 bytes, or bytes of a mask, has one of these bits.
+template <size_t Bytes>
+HWY_INLINE bool haveNone(const uint8_t* p, V32 bits) {
+    const D32 d32;
+    V32 some = loadAt(d32, p);
+    for (size_t i = HWY_MAX_BYTES; i < kRunPixels * Bytes; i += HWY_MAX_BYTES)
+        some = hn::Or(some, loadAt(d32, p + i));
+    return hn::AllTrue(d32, hn::And(some, bits) == hn::Zero(d32));
+}
+
+// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the step at the end
+// of a row, the first few; or those of two rows.
 //   - load(d, p): what stands in these lanes; loadOld() the same for old destination pixels
 //   - loadOldWhere(d, mask, p): those that the mask has; the others hold anything
 //   - storeWhere(d, v, mask, p): stores the lanes that the mask has, and touches no other byte
@@ -111,34 +219,29 @@ struct Whole {
     }
     template <class D, class M>
     static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
-        if constexpr (kMasks)
+        if constexpr (kMasksStores<hn::TFromD<D>>)
             return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
         else
-            return loadAt(d, p);
+            return loadAt(d, oldAt(d, mask, p));
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
-        using T = hn::TFromD<D>;
-#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
-        if constexpr (HWY_TARGET == HWY_AVX3 || sizeof(T) >= 4) {
-            hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
-            return;
-        }
-#    endif
-        if (hn::AllTrue(d, mask)) {
-            storeAt(d, v, p);
-            return;
-        }
-        alignas(HWY_MAX_BYTES) T lanes[HWY_MAX_BYTES / sizeof(T)];
-        uint8_t bytes[8] = {};
-        hn::Store(v, d, lanes);
-        hn::StoreMaskBits(d, mask, bytes);
-        uint64_t bits = 0;
-        std::memcpy(&bits, bytes, sizeof bits);
-        for (; bits; bits &= bits - 1) {
-            const auto i = static_cast<size_t>(__builtin_ctzll(bits));
-            std::memcpy(p + i * sizeof(T), lanes + i, sizeof(T));
-        }
+        storeLanes(d, v, mask, p);
+    }
+};
+
+// The same where every lane is known to be stored.
+struct Stored : Whole {
+    HWY_INLINE Stored firstHalf() const { return {}; }
+    HWY_INLINE Stored secondHalf() const { return {}; }
+
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return loadAt(d, p);
+    }
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
+        storeAt(d, v, p);
     }
 };
 
@@ -156,8 +259,9 @@ struct First {
     HWY_INLINE First secondHalf() const { return {count < kLanes32 ? 0 : count - kLanes32}; }
     static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
 
-    // The lanes that belong to whole groups of four pixels, as bits.
-    HWY_INLINE uint32_t grouped() const { return (1U << (count & ~size_t{3})) - 1; }
+    // The lanes that belong to whole groups of four pixels.
+    HWY_INLINE uint32_t groupedBits() const { return (1U << (count & ~size_t{3})) - 1; }
+    HWY_INLINE V16 grouped() const { return hn::VecFromMask(D16(), hn::Mask<D16>{groupedBits()}); }
 
     template <class D, class M>
     HWY_INLINE M only(D d, M mask) const {
@@ -193,7 +297,9 @@ struct First {
     HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) const {
         using T = hn::TFromD<D>;
         const size_t bytes = count * sizeof(T);
-        if (bytes > 32) {
+        if constexpr (sizeof v.raw < HWY_MAX_BYTES) {
+            hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+        } else if (bytes > 32) {
             hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
         } else if (bytes > 16) {
             __m256i low = _mm512_castsi512_si256(v.raw);
@@ -221,7 +327,9 @@ struct TwoRows {
     HWY_INLINE First firstHalf() const { return {count}; }
     HWY_INLINE First secondHalf() const { return {count}; }
     HWY_INLINE ptrdiff_t secondSource(ptrdiff_t) const { return srcPitch; }
-    HWY_INLINE uint32_t grouped() const { return First{count}.grouped() * 0x10001; }
+    HWY_INLINE V16 grouped() const {
+        return hn::VecFromMask(D16(), hn::Mask<D16>{First{count}.groupedBits() * 0x10001});
+    }
 
     HWY_INLINE V16 loadOldWhere(D16, hn::Mask<D16> mask, const uint8_t* p) const {
         const __m256i lower = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p);
@@ -237,13 +345,133 @@ struct TwoRows {
     }
 };
 #    else
-// Steps that no other target has.
+// So many bytes, 0 to 8, as the low ones of a word; zeros above. Which way is taken is the same for all rows.
+HWY_INLINE uint64_t loadFew(const uint8_t* p, size_t bytes) {
+    if (bytes >= 8)
+        return ormsel::loadWord<uint64_t>(p);
+    if (bytes >= 4) // the last four overlap with the first ones
+        return ormsel::loadWord<uint32_t>(p) | uint64_t{ormsel::loadWord<uint32_t>(p + bytes - 4)}
+                                                   << 8 * (bytes - 4);
+    if (bytes == 0)
+        return 0;
+    return p[0] | uint64_t{p[bytes / 2]} << 8 * (bytes / 2) | uint64_t{p[bytes - 1]} << 8 * (bytes - 1);
+}
+
+HWY_INLINE void storeFew(uint64_t v, uint8_t* p, size_t bytes) {
+    if (bytes >= 8)
+        return ormsel::storeWord(p, v);
+    if (bytes & 4) {
+        ormsel::storeWord(p, static_cast<uint32_t>(v));
+        v >>= 32;
+        p += 4;
+    }
+    if (bytes & 2) {
+        ormsel::storeWord(p, static_cast<uint16_t>(v));
+        v >>= 16;
+        p += 2;
+    }
+    if (bytes & 1)
+        *p = static_cast<uint8_t>(v);
+}
+
+// The first bytes of a vector; zeros behind them. Reads no other byte.
+template <class D>
+HWY_INLINE hn::Vec<D> loadBytes(D d, const uint8_t* p, size_t bytes) {
+    constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
+    if constexpr (kBytes <= 8) {
+        using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
+        return as(d, hn::Set(hn::Simd<Word, 1, 0>(), static_cast<Word>(loadFew(p, bytes))));
+    } else {
+        const hn::Half<D> half;
+        if (bytes <= kBytes / 2)
+            return hn::ZeroExtendVector(d, loadBytes(half, p, bytes));
+        return hn::Combine(d, loadBytes(half, p + kBytes / 2, bytes - kBytes / 2), loadAt(half, p));
+    }
+}
+
+template <class D>
+HWY_INLINE void storeBytes(D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+    constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
+    if constexpr (kBytes <= 8) {
+        using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
+        storeFew(hn::GetLane(as(hn::Simd<Word, 1, 0>(), v)), p, bytes);
+    } else {
+        const hn::Half<D> half;
+        if (bytes <= kBytes / 2)
+            return storeBytes(half, hn::LowerHalf(half, v), p, bytes);
+        storeAt(half, hn::LowerHalf(half, v), p);
+        storeBytes(half, hn::UpperHalf(half, v), p + kBytes / 2, bytes - kBytes / 2);
+    }
+}
+
+// The first few pixels of a row.
 struct First {
     size_t count;
+
+    HWY_INLINE First firstHalf() const { return {count < kLanes32 ? count : kLanes32}; }
+    HWY_INLINE First secondHalf() const { return {count < kLanes32 ? 0 : count - kLanes32}; }
+    static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
+
+    // The lanes that belong to whole groups of four pixels.
+    HWY_INLINE V16 grouped() const { return hn::VecFromMask(D16(), hn::FirstN(D16(), count & ~size_t{3})); }
+
+    template <class D, class M>
+    HWY_INLINE M only(D d, M mask) const {
+        return hn::And(mask, hn::FirstN(d, count));
+    }
+    template <class D>
+    HWY_INLINE auto load(D d, const uint8_t* p) const {
+        using T = hn::TFromD<D>;
+        if constexpr (kMasksStores<T>)
+            return hn::MaskedLoad(hn::FirstN(d, count), d, reinterpret_cast<const T*>(p));
+        else
+            return loadBytes(d, p, count * sizeof(T));
+    }
+    template <class D>
+    HWY_INLINE auto loadOld(D d, const uint8_t* p) const {
+        return load(d, p);
+    }
+    template <class D, class M>
+    HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) const {
+        if constexpr (kMasksStores<hn::TFromD<D>>)
+            return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return load(d, oldAt(d, mask, p));
+    }
+    template <class D>
+    HWY_INLINE void store(D d, hn::Vec<D> v, uint8_t* p) const {
+        storeBytes(d, v, p, count * sizeof(hn::TFromD<D>));
+    }
+    template <class D, class V, class M>
+    HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) const {
+        storeLanes(d, v, mask, p);
+    }
 };
+
+// The first few pixels of a row in the lower half of the lanes, and of the next row in the upper half.
 struct TwoRows {
     size_t count;
     ptrdiff_t srcPitch, oldPitch, dstPitch;
+
+    HWY_INLINE First firstHalf() const { return {count}; }
+    HWY_INLINE First secondHalf() const { return {count}; }
+    HWY_INLINE ptrdiff_t secondSource(ptrdiff_t) const { return srcPitch; }
+    HWY_INLINE V16 grouped() const {
+        const V16 one = First{count}.grouped();
+        return hn::ConcatLowerLower(D16(), one, one);
+    }
+    HWY_INLINE V16 loadOldWhere(D16 d, hn::Mask<D16> mask, const uint8_t* p) const {
+        const hn::Half<D16> half;
+        const First lanes = {count};
+        const uint8_t* first = oldAt(d, mask, p);
+        return hn::Combine(d, lanes.load(half, first == p ? p + oldPitch : first), lanes.load(half, first));
+    }
+    HWY_INLINE void storeWhere(D16 d, V16 v, hn::Mask<D16> mask, uint8_t* p) const {
+        const hn::Half<D16> half;
+        const V16 lanes = hn::VecFromMask(d, mask);
+        storeLanes(half, hn::LowerHalf(half, v), hn::MaskFromVec(hn::LowerHalf(half, lanes)), p);
+        storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
+    }
 };
 #    endif
 
@@ -255,6 +483,9 @@ HWY_INLINE V32 spread24(V32 packed) {
 #    if HWY_TARGET == HWY_AVX3
     // Each block of 16 bytes gets its own three words.
     alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
+    packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
+#    elif HWY_TARGET == HWY_AVX2
+    alignas(32) static constexpr int32_t kBlocks[8] = {0, 1, 2, 2, 3, 4, 5, 5};
     packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
 #    endif
     return as(D32(), hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kSpread)));
@@ -281,10 +512,20 @@ HWY_INLINE V32 load24(const uint8_t* p, Whole) {
 #    endif
 }
 
-#    if HWY_TARGET == HWY_AVX3
 HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
     const D8 d8;
+#    if HWY_TARGET == HWY_AVX3
     return spread24(as(D32(), hn::MaskedLoad(hn::FirstN(d8, lanes.count * 3), d8, p)));
+#    else
+    return spread24(as(D32(), loadBytes(d8, p, lanes.count * 3)));
+#    endif
+}
+
+#    if HWY_TARGET == HWY_AVX3
+// Each lane's low half, stored where the mask has the lane.
+HWY_INLINE void storeWordsWhere(V32 v, M32 mask, uint8_t* p) {
+    const auto words = hn::TruncateTo(hn::Rebind<uint16_t, D32>(), v);
+    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), words.raw);
 }
 #    endif
 
@@ -303,6 +544,20 @@ HWY_INLINE V32 pack24(V32 v) {
     return hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kGather));
 #    else
     return packed;
+#    endif
+}
+
+HWY_INLINE void store24(V32 v, uint8_t* p, Whole) {
+    const V32 packed = pack24(v);
+    std::memcpy(p, &packed, 3 * kLanes32);
+}
+
+HWY_INLINE void store24(V32 v, uint8_t* p, First lanes) {
+    const D8 d8;
+#    if HWY_TARGET == HWY_AVX3
+    hn::BlendedStore(as(d8, pack24(v)), hn::FirstN(d8, 3 * lanes.count), d8, p);
+#    else
+    storeBytes(d8, as(d8, pack24(v)), p, 3 * lanes.count);
 #    endif
 }
 
@@ -379,6 +634,20 @@ HWY_INLINE V addBits(V mask, V a, V b) {
 #    endif
 }
 
+// Of A8R8G8B8 pixels the bits of green, and of alpha where the weight, in both halves, is 0. Weights are
+// below 2^15.
+HWY_INLINE V32 greenAndKeptAlpha(V16 weights) {
+    const D32 d32;
+#    if HWY_TARGET == HWY_AVX3
+    return hn::IfThenElse(as(d32, weights) == hn::Zero(d32), hn::Set(d32, 0xFF00FF00),
+                          hn::Set(d32, 0x0000FF00));
+#    else
+    const hn::RebindToSigned<D16> i16;
+    const auto above = as(i16, hn::Set(d32, 0x00017FFF)) > as(i16, weights);
+    return hn::And(as(d32, hn::VecFromMask(i16, above)), hn::Set(d32, 0xFF00FF00));
+#    endif
+}
+
 // Two vectors of 32-bit lanes in the lanes' own order, from their low and their high halves. The 16-bit lanes
 // that the halves are made of have been put in the order that zipping block by block needs.
 HWY_INLINE V16 orderForZip(V16 v) {
@@ -419,15 +688,23 @@ struct RightShift {
 // The lanes of the destination that a step stores, and so reads.
 template <class D>
 struct StoreSet {
+    // How many steps are drawn together: those of 64 bytes, or of one vector where the lanes are stored one
+    // by one at some cost.
+    static constexpr size_t kTogether = kMasksStores<hn::TFromD<D>>  ? 0
+                                        : sizeof(hn::TFromD<D>) >= 4 ? 64 / HWY_MAX_BYTES
+                                                                     : 1;
+
     D d;
     hn::Mask<D> lanes;
-
-    HWY_INLINE bool isEmpty() const { return hn::AllFalse(d, lanes); }
 
     // Their old pixels as lanes of To; the other lanes hold anything.
     template <class To, class Lanes>
     HWY_INLINE auto loadOld(To to, const uint8_t* p, const Lanes& step) const {
         return as(to, step.loadOldWhere(d, lanes, p));
+    }
+    template <class V, class Lanes>
+    HWY_INLINE void store(V v, uint8_t* p, const Lanes& step) const {
+        step.storeWhere(d, v, lanes, p);
     }
 };
 
@@ -436,45 +713,30 @@ template <int Bytes>
 struct GenericPixels;
 
 template <>
-struct GenericPixels<4> : StoreSet<D32> {
-    explicit HWY_INLINE GenericPixels(M32 drawn) : StoreSet<D32>{D32(), drawn} {}
-
-    template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, const Lanes& step) const {
-        return step.loadOldWhere(d, lanes, p);
-    }
-    template <class Lanes>
-    HWY_INLINE void store(V32 v, uint8_t* p, const Lanes& step) const {
-        step.storeWhere(d, v, lanes, p);
-    }
-};
+struct GenericPixels<4> : StoreSet<D32> {};
 
 // 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
 // pixel is drawn, too. Old pixels come from one byte further on, see loadOldPixel(); a pixel's own store
 // never changes what a later one reads there.
 template <>
-struct GenericPixels<3> {
-    M32 drawn;
-
-    explicit HWY_INLINE GenericPixels(M32 d) : drawn(d) {}
-
-    HWY_INLINE bool isEmpty() const { return hn::AllFalse(D32(), drawn); }
+struct GenericPixels<3> : StoreSet<D32> {
+    static constexpr size_t kTogether = kMasks ? 0 : 1;
 
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
-    HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249) * 7; }
+    HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes) const {
         return spread24(V32{_mm512_maskz_loadu_epi8(_cvtu64_mask64(bytes()), p + 1)});
     }
     // In stores that end where the next step's begins: a load that overlaps the span of a masked store waits
     // for it, even where the mask has no byte.
     template <class Lanes>
     HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
-        const uint64_t starts = _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249);
+        const uint64_t starts = _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249);
         const uint64_t stored = starts * 7 | starts << 3;
-        const V32 packed = pack24(hn::IfThenElseZero(drawn, v));
+        const V32 packed = pack24(hn::IfThenElseZero(lanes, v));
         _mm256_mask_storeu_epi8(p, _cvtu32_mask32(static_cast<uint32_t>(stored)),
                                 _mm512_castsi512_si256(packed.raw));
         _mm_mask_storeu_epi8(p + 32, static_cast<__mmask16>(stored >> 32),
@@ -483,32 +745,22 @@ struct GenericPixels<3> {
             p[48] = 0;
     }
 #    else
-    HWY_INLINE V32 loadOld(const uint8_t* p, Whole whole) const { return load24(p + 1, whole); }
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+
+    template <class Lanes>
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes step) const {
+        return load24(oldAt(d, lanes, p + 1), step);
+    }
 
     // In plain stores, for the same reason.
-    HWY_INLINE void store(V32 v, uint8_t* p, Whole) const {
-        const D32 d32;
-        if (hn::AllTrue(d32, drawn)) {
-            const V32 bytes = pack24(v);
-            constexpr size_t kBlock = 16, kBytes = 3 * kLanes32;
-            if constexpr (kBytes > kBlock) {
-                storeAt(hn::Full128<uint32_t>(), hn::LowerHalf(bytes), p);
-                const auto upper = hn::UpperHalf(hn::Half<D32>(), bytes);
-                std::memcpy(p + kBlock, &upper, kBytes - kBlock);
-            } else {
-                std::memcpy(p, &bytes, kBytes);
-            }
-            p[kBytes] = 0;
-            return;
-        }
-        // Which pixels of a sprite's edge are drawn is hard to predict: the others are stored elsewhere.
-        alignas(HWY_MAX_BYTES) uint32_t pixels[kLanes32], keep[kLanes32];
-        uint8_t elsewhere[4];
-        hn::Store(hn::And(v, hn::Set(d32, 0xFFFFFF)), d32, pixels); // a store's fourth byte is the zero
-        hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
-        for (size_t i = 0; i < kLanes32; ++i)
-            ormsel::storeWord(keep[i] ? p + 3 * i : elsewhere, pixels[i]);
-        asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
+    HWY_INLINE void store(V32 v, uint8_t* p, Stored) const {
+        storeBytes(D8(), as(D8(), pack24(v)), p, 3 * kLanes32);
+        p[3 * kLanes32] = 0;
+    }
+    template <class Lanes>
+    HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
+        // A store's fourth byte is the zero.
+        storeOneByOne<3>(d, hn::And(v, hn::Set(d, 0xFFFFFF)), lanes, p);
     }
 #    endif
 };
@@ -519,14 +771,12 @@ HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
     return {d64, hn::Ne(as(d64, drawn), hn::Zero(d64))};
 }
 
-#    if HWY_TARGET == HWY_AVX3
 // The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0.
 HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
     const D32 d32;
     const auto pair = hn::Or(drawn, hn::Reverse2(d32, drawn));
     return {d32, lanes.only(d32, hn::Ne(pair, hn::Zero(d32)))};
 }
-#    endif
 
 // Pixels of R5G6B5 go in words of two, four pixels in a group: see storeUnit(). drawn is not 0 in each
 // lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
@@ -540,19 +790,16 @@ HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
 }
 
-#    if HWY_TARGET == HWY_AVX3
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
 template <class Lanes>
 HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
     const D16 d16;
     const D32 d32;
-    const V16 grouped = hn::VecFromMask(d16, hn::Mask<D16>{lanes.grouped()});
     const V32 beside = besideJustOne(drawn);
     const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside is 1 or all ones
     const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));
-    return {d16, hn::Ne(hn::Or(drawn, hn::And(words, grouped)), hn::Zero(d16))};
+    return {d16, hn::Ne(hn::Or(drawn, hn::And(words, lanes.grouped())), hn::Zero(d16))};
 }
-#    endif
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

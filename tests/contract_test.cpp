@@ -8,6 +8,7 @@
 #include <future>
 #include <iostream>
 #include <mutex>
+#include <thread>
 #include <tuple>
 #include <utility>
 
@@ -25,8 +26,10 @@
 static std::array<std::mutex, 3> cards;
 
 extern "C" int SDL_LockSurface(SDL_Surface* surface) {
-    if (surface->locked++ == 0 && surface->unused1 != 0)
+    if (surface->locked++ == 0 && surface->unused1 != 0) {
         cards.at(surface->unused1).lock();
+        std::this_thread::yield(); // so that the other thread finds it taken
+    }
     return 0;
 }
 

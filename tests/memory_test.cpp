@@ -2,13 +2,11 @@
 // Memory runs out, and locks fail: every call of the library, the provider, the utilities and both of
 // Korvalen's modes, with the n-th one failing, for every n until a run needs no more. Each run is a process
 // of its own: nothing may crash, throw, stay locked or leak.
-#include <array>
 #include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <future>
 
 #include <dlfcn.h>
 #include <execinfo.h>
@@ -21,19 +19,15 @@
 #include <host/bitmap.h>
 #include <host/debug.h>
 #include <libraries/Picasso96.h>
-#include <proto/Picasso96API.h>
 #include <proto/exec.h>
 #include <proto/graphics.h>
 #include <proto/intuition.h>
-#include <proto/layers.h>
 #include <proto/timer.h>
 #include <proto/utility.h>
 
 #include "demo/demo_modes.h"
 #include "demo/demo_reports.h"
 #include "demo/demo_volume.h"
-#include "ormsel/ormsel.h"
-#include "ormsel/ormsel_target.h"
 #include "ormsel/ormsel_utils.h"
 #include "tests/faults.h"
 
@@ -86,53 +80,6 @@ void onCrash(int signal) {
     std::raise(signal);
 }
 
-struct Surfaces {
-    SDL_Surface* argb = SDL_CreateRGBSurface(0, 40, 20, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000);
-    SDL_Surface* rgb16 = SDL_CreateRGBSurface(0, 40, 20, 16, 0xF800, 0x7E0, 0x1F, 0);
-    SDL_Surface* rgb15 = SDL_CreateRGBSurface(0, 40, 20, 15, 0x7C00, 0x3E0, 0x1F, 0);
-    SDL_Surface* mask = SDL_CreateRGBSurface(0, 40, 20, 8, 0, 0, 0, 0);
-    BitMap* bitmap = AllocBitMap(40, 20, 16, BMF_CLEAR, nullptr);
-    BitMap* wide = AllocBitMap(40, 20, 32, BMF_CLEAR, bitmap ? nullptr : bitmap);
-    bool complete() const { return argb && rgb16 && rgb15 && mask && bitmap && wide; }
-    ~Surfaces() {
-        for (SDL_Surface* surface : {argb, rgb16, rgb15, mask}) {
-            require(!surface || surface->locked == 0, "a surface is locked");
-            SDL_FreeSurface(surface);
-        }
-        FreeBitMap(bitmap);
-        FreeBitMap(wide);
-    }
-};
-
-void blits() {
-    BLT_SetupBltEngine();
-    ormsel_ForceTarget(ormsel_Targets()[0]);
-    ormsel_ForceTarget(nullptr);
-    require(ormsel_TargetName() && *p96Fmt2Str(6), "a name is missing");
-    const Surfaces s;
-    if (!s.complete())
-        return;
-    for (SDL_Surface* src : {s.argb, s.rgb16, s.rgb15, s.mask})
-        for (SDL_Surface* dst : {s.argb, s.rgb16, s.rgb15, s.mask}) {
-            src->flags |= SDL_SRCALPHA;
-            src->format->alpha = 200;
-            SDL_BlitAlphaSurface(src, nullptr, dst, nullptr);
-            SDL_BlitSurfaceAlphaMask(src, 0, 0, dst, 1, 1, 40, 20, s.mask, 255, 0);
-        }
-    SDL_BlitSurfaceAlphaMask(s.argb, 0, 0, s.rgb16, 1, 1, 40, 20, s.rgb16, 255, 0);
-    for (BitMap* bitmap : {s.bitmap, s.wide}) {
-        RastPort rp = {nullptr, bitmap, 0, JAM1};
-        SDL_BlitAlphaSurfaceBitMap(s.argb, 0, 0, bitmap, 0, 0, 40, 20, 0);
-        SDL_BlitAlphaBitMapSurface(bitmap, 0, 0, s.rgb16, 0, 0, 40, 20, 0, 0);
-        BltAlphaBitMap(bitmap, 0, 0, s.bitmap, 0, 0, 40, 20, 100, 0);
-        BltBitMapAlphaMask(bitmap, 0, 0, s.wide, 0, 0, 40, 20, s.bitmap, 100, 0);
-        SDL_BlitAlphaSurfaceRastPort(s.argb, 0, 0, &rp, 0, 0, 40, 20, 0);
-        BltAlphaBitMapRastPort(s.wide, 0, 0, &rp, 0, 0, 40, 20, 255, 0);
-        WriteAlphaPixelArray(s.argb->pixels, 0, 0, s.argb->pitch, &rp, 0, 0, 40, 20, 255, RGBFB_A8R8G8B8);
-    }
-    BLT_ShutDownBltEngine();
-}
-
 void bitmapsAndPorts() {
     uint8 pixels[64] = {};
     BitMap* const wrapped = HOST_WrapBitMap(pixels, 4, 4, 8, RGBFB_R5G6B5, FALSE);
@@ -159,74 +106,6 @@ void bitmapsAndPorts() {
     DebugPrintF("%2000s\n", "a text");
     TimeVal time;
     GetSysTime(&time);
-}
-
-// The layer as programs see it: its bounds, pieces and damage. Without the heap.
-struct State {
-    explicit State(const Layer* layer) {
-        add(layer->bounds);
-        for (const ClipRect* piece = layer->ClipRect; piece; piece = piece->Next) {
-            add(piece->bounds);
-            numbers[count++] = piece->lobs ? 1 : 0;
-        }
-        for (const auto* area = layer->DamageList->RegionRectangle; area; area = area->Next)
-            add(area->bounds);
-    }
-    void add(const Rectangle& r) {
-        for (const int16 edge : {r.MinX, r.MinY, r.MaxX, r.MaxY})
-            numbers.at(count++) = edge;
-    }
-    bool operator==(const State&) const = default;
-
-    std::array<int, 1000> numbers{};
-    std::size_t count = 0;
-};
-
-// Makes a call that changes a layer, or not at all when it fails.
-template <typename Call>
-void change(Layer* layer, Call call) {
-    const State before(layer);
-    if (!call(0, layer))
-        require(State(layer) == before, "a layer changed though the call failed");
-}
-
-void layers() {
-    BitMap* const screen = AllocBitMap(60, 40, 16, BMF_CLEAR, nullptr);
-    BitMap* const super = AllocBitMap(30, 20, 16, BMF_CLEAR, nullptr);
-    Layer_Info* const info = NewLayerInfo();
-    if (screen && super && info) {
-        Layer* all[] = {CreateUpfrontLayer(info, screen, 0, 0, 29, 19, LAYERSMART, nullptr),
-                        CreateUpfrontLayer(info, screen, 10, 5, 45, 25, LAYERSIMPLE, nullptr),
-                        CreateBehindLayer(info, screen, 5, 5, 34, 24, LAYERSUPER, super)};
-        for (int round = 0; round < 2; ++round)
-            for (Layer* layer : all) {
-                if (!layer)
-                    continue;
-                change(layer, UpfrontLayer);
-                change(layer, [](int32 dummy, Layer* moved) { return MoveLayer(dummy, moved, 3, 2); });
-                RastPort& rp = *layer->rp;
-                RectFill(&rp, 0, 0, 50, 50);
-                BltAlphaBitMapRastPort(super, 0, 0, &rp, 0, 0, 30, 20, 255, 0);
-                change(layer, BehindLayer);
-                BeginUpdate(layer);
-                RectFill(&rp, 0, 0, 50, 50);
-                EndUpdate(layer, TRUE);
-            }
-        if (all[0] && DeleteLayer(0, all[0]))
-            all[0] = nullptr;
-        heapFault.disarm(), allocationFault.disarm();
-        // Whoever comes next can have every layer.
-        std::async(std::launch::async, [&] {
-            for (Layer* layer : all)
-                if (layer) {
-                    LockLayerRom(layer);
-                    UnlockLayerRom(layer);
-                }
-        }).get();
-    }
-    DisposeLayerInfo(info);
-    FreeBitMap(screen);
-    FreeBitMap(super);
 }
 
 void push(Uint8 type, SDLKey key = SDLK_UNKNOWN) {
@@ -414,9 +293,8 @@ TEST_P(Memory, RunsOutAtEachAllocation) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, Memory,
-                         testing::Values(Case{"blits", blits, true},
-                                         Case{"bitmaps and ports", bitmapsAndPorts, true},
-                                         Case{"layers", layers, true}, Case{"display", display, false},
+                         testing::Values(Case{"bitmaps and ports", bitmapsAndPorts, true},
+                                         Case{"display", display, false},
                                          Case{"native mode", nativeMode<false>, false},
                                          Case{"native mode, full screen", nativeMode<true>, false},
                                          Case{"SDL mode", sdlMode, false}));

@@ -193,7 +193,9 @@ TEST_F(Platform, MessagesAndSignals) {
     EXPECT_EQ(Wait(bit | replyBit | SIGBREAKF_CTRL_C), bit);
     while (Message* const message = GetMsg(port))
         ReplyMsg(message);
-    EXPECT_EQ(Wait(bit | replyBit), replyBit) << "the first Wait took the port's own signal";
+    PutMsg(port, &messages[2]);
+    EXPECT_TRUE(Wait(bit) == bit && GetMsg(port) == &messages[2]);
+    EXPECT_EQ(Wait(bit | replyBit), replyBit) << "others' signals stay, and the port's own is taken";
     EXPECT_TRUE(GetMsg(replies) == &messages[0] && GetMsg(replies) == &messages[1]);
     for (int n = 0; n < 2; ++n) {
         std::raise(SIGINT);

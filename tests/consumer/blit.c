@@ -28,7 +28,9 @@ int main(int argc, char** argv) {
     ((Uint32*)sprite->pixels)[0] = 0xFFFF0000;
     ((Uint32*)sprite->pixels)[1] = 0x0000FF00;
     SDL_FillRect(canvas, NULL, 0x001F);
+    BLT_SetupBltEngine();
     SDL_BlitAlphaSurface(sprite, NULL, canvas, NULL);
+    BLT_ShutDownBltEngine();
     pixels = (Uint16*)canvas->pixels;
     printf("%04X %04X\n", (unsigned)pixels[0], (unsigned)pixels[1]);
     return pixels[0] == 0xF800 && pixels[1] == 0x001F ? 0 : 2;
