@@ -144,7 +144,7 @@ DisplayAttention serviceDisplay() noexcept {
     if (shared.displayThread.load() != std::this_thread::get_id())
         return {};
     // Before the look at the screen: what is drawn later wakes again.
-    if (!shared.drawnSeen.exchange(true))
+    if (shared.drawnSeen.exchange(1) == 0)
         shared.drawn.drain();
     InputEvent event;
     while (shared.view.screen() && hostDisplay().next(event))

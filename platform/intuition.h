@@ -86,7 +86,7 @@ struct Intuition {
     View view;
     // Readable when another thread has drawn on a screen since the last look at it. Any thread.
     WakePipe drawn;
-    std::atomic<bool> drawnSeen{true};
+    std::atomic<int> drawnSeen{1}; // a word: RISC-V has no atomic exchange of bytes
 };
 
 Intuition& intuition();

@@ -46,8 +46,8 @@ host::WakePipe* wakePipe(Task& task) {
     return task.wake;
 }
 
-std::atomic<bool> breakRaised{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler");
+std::atomic<int> breakRaised{0}; // a word: RISC-V has no atomic exchange of bytes
+static_assert(std::atomic<int>::is_always_lock_free, "set by a signal handler");
 
 // Readable after a break, for every thread that waits for one.
 host::WakePipe& breakPipe() {
@@ -56,7 +56,7 @@ host::WakePipe& breakPipe() {
 }
 
 void onInterrupt(int) {
-    breakRaised = true;
+    breakRaised = 1;
     breakPipe().wake();
 }
 
@@ -195,7 +195,7 @@ uint32 Wait(uint32 signals) noexcept {
         const host::DisplayAttention display = host::serviceDisplay();
         {
             const std::lock_guard lock(execMutex);
-            if (heedBreak && breakRaised.exchange(false))
+            if (heedBreak && breakRaised.exchange(0) != 0)
                 task.received |= static_cast<uint32>(SIGBREAKF_CTRL_C);
             const uint32 got = task.received & signals;
             task.received &= ~got;

@@ -120,7 +120,7 @@ int View::present() noexcept {
 
 void wakeDisplay() noexcept {
     Intuition& shared = intuition();
-    if (shared.drawnSeen && shared.drawnSeen.exchange(false))
+    if (shared.drawnSeen != 0 && shared.drawnSeen.exchange(0) != 0)
         shared.drawn.wake();
 }
 

@@ -2,7 +2,9 @@
 #include "x11_window.h"
 
 #include <SDL.h>
+#define Screen XScreen // the platform has its own
 #include <SDL_syswm.h>
+#undef Screen
 
 namespace host {
 

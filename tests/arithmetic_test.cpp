@@ -65,7 +65,7 @@ protected:
     void check(uint32_t constantAlpha) {
         blit_.height = added() / 64;
         blit_.alpha = constantAlpha;
-        const Window all = {arena_.begin(), arena_.begin() + arena_.size()};
+        const Range all = {arena_.begin(), arena_.begin() + arena_.size()};
         arena_.share(all);
         const BltContext ctx = contextFor(blit_, arena_.at(0));
         (blit_.masked ? BLT_FallbackBltMaskContext : BLT_FallbackBltContext)(&ctx);

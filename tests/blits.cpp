@@ -188,7 +188,7 @@ private:
     // must come exactly when the model writes there, be it an old value.
     template <class Work>
     std::string compare(const model::Blit& drawn, const char* name, const Work& work) {
-        const Window page = pageOfDestination(), &all = windows_[1];
+        const Range page = pageOfDestination(), &all = windows_[1];
         const bool written = arena_.writes({std::max(page.from, all.from), std::min(page.to, all.to)});
         // A fault would leave images locked and row copies allocated.
         const bool mayFault = !entry_ && std::none_of(std::begin(kRoutes), std::end(kRoutes), [&](auto& r) {
@@ -214,14 +214,14 @@ private:
             wrong += "its result is not 0\n";
         if (heldBitMapLocks != 0)
             wrong += "leaves a bitmap locked\n";
-        for (const Window& window : windows_)
+        for (const Range& window : windows_)
             if (wrong.empty() && !fault)
                 wrong = arena_.difference(window, drawn);
         return wrong.empty() ? wrong : name + (": " + wrong) + describe(drawn);
     }
 
     // One of the pages that the destination lies on.
-    Window pageOfDestination() {
+    Range pageOfDestination() {
         const long page = Arena::page(), first = windows_[1].from / page;
         const long at = page * (first + random_.upTo((windows_[1].to - 1) / page - first));
         return {at, at + page};
@@ -257,7 +257,7 @@ private:
     }
 
     // An image and the margins around it.
-    Window window(long area, long at, long bytes) const {
+    Range window(long area, long at, long bytes) const {
         return {std::max(arena_.begin(area), at - kMargin),
                 std::min(arena_.begin(area) + arena_.size(), at + bytes + kMargin)};
     }
@@ -322,12 +322,12 @@ private:
             mask_ = picture(kind, maskAt, m);
             blit_.mask = mask_.image(maskAt);
         }
-        for (const Window& w : windows_)
+        for (const Range& w : windows_)
             random_.fill(arena_.at(w.from), w.to - w.from);
-        const Window& hidden = windows_[blit_.masked ? 2 : 0];
+        const Range& hidden = windows_[blit_.masked ? 2 : 0];
         if (random_.oneIn(12)) // all of it transparent, if it has alpha
             std::fill(arena_.at(hidden.from), arena_.at(hidden.to), uint8_t{0});
-        for (const Window& w : windows_)
+        for (const Range& w : windows_)
             arena_.share(w);
     }
 
@@ -419,7 +419,7 @@ private:
     const Route* route_ = nullptr;
     const Generic* generic_ = nullptr; // or, with none of them, a dispatcher
     model::Blit blit_{};
-    std::array<Window, 3> windows_{}; // of source, destination and mask
+    std::array<Range, 3> windows_{}; // of source, destination and mask
     Picture src_, dst_, mask_;
     long allocations_ = 0;
     bool same_ = false;  // one image is source and destination

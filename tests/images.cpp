@@ -73,18 +73,18 @@ Arena::~Arena() {
     munmap(base_, memory.bytes.size());
 }
 
-void Arena::protect(Window pages, int protection) const {
+void Arena::protect(Range pages, int protection) const {
     if (mprotect(at(pages.from), static_cast<size_t>(pages.to - pages.from), protection) != 0)
         std::abort();
 }
 
-void Arena::share(Window window) {
+void Arena::share(Range window) {
     std::copy(at(window.from), at(window.to), memory.bytes.begin() + window.from);
     std::copy(at(window.from), at(window.to), before_.begin() + window.from);
     std::fill(memory.written.begin() + window.from, memory.written.begin() + window.to, uint8_t{0});
 }
 
-bool Arena::writes(Window window) const {
+bool Arena::writes(Range window) const {
     const auto written = memory.written.begin();
     return std::find(written + window.from, written + window.to, 1) != written + window.to;
 }
@@ -107,7 +107,7 @@ std::string describe(const model::Blit& b) {
     return out.str();
 }
 
-std::string Arena::difference(Window window, const model::Blit& b) const {
+std::string Arena::difference(Range window, const model::Blit& b) const {
     const auto model = memory.bytes.begin() + window.from;
     if (std::memcmp(at(window.from), &*model, static_cast<size_t>(window.to - window.from)) == 0)
         return {};

@@ -41,7 +41,7 @@ private:
 };
 
 // Bytes of an arena.
-struct Window {
+struct Range {
     long from, to;
 };
 
@@ -58,11 +58,11 @@ public:
     long begin(long area = 0) const { return page() + area * (size_ + page()); }
     long size() const { return size_; } // of one area: whole pages
     uint8_t* at(long offset) const { return base_ + offset; }
-    void protect(Window pages, int protection) const; // PROT_*
-    void share(Window window);                        // gives the model a copy of these bytes
-    bool writes(Window window) const;                 // whether the model has written there since
+    void protect(Range pages, int protection) const; // PROT_*
+    void share(Range window);                        // gives the model a copy of these bytes
+    bool writes(Range window) const;                 // whether the model has written there since
     // Empty when the model has the same bytes; else the first pixel of the blit's destination that differs.
-    std::string difference(Window window, const model::Blit& blit) const;
+    std::string difference(Range window, const model::Blit& blit) const;
 
     model::Memory memory;
 
