@@ -170,8 +170,9 @@ private:
     }
 
     Shuffle place_, toWeight_;
+    V16 weight_;
     hn::Vec<hn::RebindToSigned<D32>> lastClear_;
-    V16 weight_, lastBlended_, alphaBits_, roundUp_;
+    V16 lastBlended_, alphaBits_, roundUp_;
     V32 key_, cut_, colours_, kept_, ones_, opaqueOnes_;
     bool keyed_, notesFall_;
 };

@@ -57,11 +57,7 @@ void drawRows(const Block& b) {
         return;
     }
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
-        for (size_t x = 0; x < whole; x += kPixels) {
-            prefetchBehind<kPixels * kSrc>(src + x * kSrc);
-            prefetchBehind<kPixels * kDst>(dst + x * kDst);
-            step(src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
-        }
+        drawWholeVectors(step, src, dst, third, whole);
         if (left == 0)
             continue;
         if constexpr (kMasks)
@@ -91,8 +87,7 @@ struct RouteWalk {
 
 // --- 8-bit channels -----------------------------------------------------------------------------------
 
-// The byte of a 32-bit lane in memory that holds the channel at a bit position. Vectors are little-endian on
-// every target used here.
+// The byte of a 32-bit lane that holds the channel at a bit position.
 constexpr uint8_t byteAt(unsigned shift) {
     return static_cast<uint8_t>(shift / 8);
 }
@@ -210,17 +205,6 @@ struct Join {
 
     HWY_INLINE Join() {}
     HWY_INLINE V16 operator()(V16 r, V16 g, V16 b) const { return select(red, r, select(green, g, b)); }
-};
-
-// Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
-struct Halves {
-    V16 low, high;
-
-    HWY_INLINE Halves(V32 first, V32 second) {
-        const D16 d16;
-        low = hn::ConcatEven(d16, as(d16, second), as(d16, first));
-        high = hn::ConcatOdd(d16, as(d16, second), as(d16, first));
-    }
 };
 
 // Halves to R5G6B5. Red and blue are their low bytes, either way round; green is the lower half's high byte.

@@ -10,11 +10,17 @@
 #        define ORMSEL_BLT_VEC_INL_H
 #    endif
 
-#    include <hwy/highway.h>
+#    ifdef ORMSEL_ALTIVEC
+#        include "blt_altivec-inl.h"
+#    else
+#        include <hwy/highway.h>
+#    endif
 
 #    include <cstdint>
 #    include <cstring>
 #    include <type_traits>
+
+#    include "blt_formats.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -41,6 +47,9 @@ constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
 // masked step, and a vector of transparent pixels needs no branch (which would be hard to predict on
 // sprites). Elsewhere the scalar row functions take the last pixels.
 constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
+
+// Whether what lies far ahead is fetched early. Where an instruction counts for much, it doesn't pay.
+constexpr bool kPrefetches = HWY_TARGET != HWY_ALTIVEC;
 
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
@@ -73,6 +82,8 @@ HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
 // well lie behind the image.
 template <size_t Bytes>
 HWY_INLINE void prefetchBehind(const uint8_t* p) {
+    if constexpr (!kPrefetches)
+        return;
     constexpr size_t kDistance = 2048, kLine = 64;
     for (size_t i = 0; i < Bytes; i += kLine)
         __builtin_prefetch(p + kDistance + i);
@@ -109,10 +120,12 @@ struct Whole {
     }
     template <class D, class M>
     static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
-        if constexpr (kMasks)
-            return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
-        else
-            return loadAt(d, p);
+#    if HWY_TARGET == HWY_AVX3
+        return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+#    else
+        (void)mask;
+        return loadAt(d, p);
+#    endif
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
@@ -127,6 +140,9 @@ struct Whole {
             storeAt(d, v, p);
             return;
         }
+#    if HWY_TARGET == HWY_ALTIVEC
+        hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+#    else
         alignas(HWY_MAX_BYTES) T lanes[HWY_MAX_BYTES / sizeof(T)];
         uint8_t bytes[8] = {};
         hn::Store(v, d, lanes);
@@ -137,6 +153,7 @@ struct Whole {
             const auto i = static_cast<size_t>(__builtin_ctzll(bits));
             std::memcpy(p + i * sizeof(T), lanes + i, sizeof(T));
         }
+#    endif
     }
 };
 
@@ -245,25 +262,118 @@ struct TwoRows {
 };
 #    endif
 
+#    if HWY_TARGET == HWY_ALTIVEC
+// The unit reads and writes vectors at multiples of 16 bytes. One at any address is the middle of two such,
+// if the bytes beside it are the image's, too: inside a row, but not at its ends.
+HWY_INLINE V8 loadInside(const uint8_t* p, int last) {
+    return __builtin_vec_perm(__builtin_vec_ld(0, p), __builtin_vec_ld(last, p), __builtin_vec_lvsl(0, p));
+}
+
+// All pixels of a step inside a row. OnVectors: they stand at multiples of 16 bytes, but for those of 24
+// bits.
+template <bool OnVectors>
+struct Inside : Whole {
+    HWY_INLINE Inside firstHalf() const { return {}; }
+    HWY_INLINE Inside secondHalf() const { return {}; }
+
+    template <class D>
+    static HWY_INLINE auto load(D d, const uint8_t* p) {
+        if constexpr (D::kLanes * sizeof(hn::TFromD<D>) < HWY_MAX_BYTES)
+            return loadAt(d, p);
+        else if constexpr (OnVectors)
+            return hn::Load(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return as(d, loadInside(p, 15));
+    }
+    template <class D>
+    static HWY_INLINE auto loadOld(D d, const uint8_t* p) {
+        return load(d, p);
+    }
+    template <class D, class V>
+    static HWY_INLINE void store(D d, V v, uint8_t* p) {
+        if constexpr (OnVectors)
+            hn::Store(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+        else
+            storeAt(d, v, p);
+    }
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return load(d, p);
+    }
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
+        if (hn::AllTrue(d, mask))
+            store(d, v, p);
+        else
+            hn::BlendedStore(v, mask, d, reinterpret_cast<hn::TFromD<D>*>(p));
+    }
+};
+#    endif
+
+// Draws pixels of a row that fill whole vectors; see drawRows().
+template <class Step>
+HWY_INLINE void drawWholeVectors(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                                 size_t pixels) {
+    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
+                     kThird = Step::kThirdBytes;
+    const auto draw = [&](size_t from, size_t to, auto lanes) HWY_ATTR {
+        for (size_t x = from; x < to; x += kPixels) {
+            prefetchBehind<kPixels * kSrc>(src + x * kSrc);
+            prefetchBehind<kPixels * kDst>(dst + x * kDst);
+            step(src + x * kSrc, dst + x * kDst, third + x * kThird, lanes);
+        }
+    };
+#    if HWY_TARGET == HWY_ALTIVEC
+    constexpr bool kHas24 = kSrc == 3 || kDst == 3;
+    const auto place = [](const uint8_t* p, size_t bytes) {
+        return bytes % 2 ? 0 : reinterpret_cast<uintptr_t>(p) % HWY_MAX_BYTES;
+    };
+    const bool onVectors = (place(src, kSrc) | place(dst, kDst) | place(third, kThird)) == 0;
+    if (onVectors && !kHas24) {
+        draw(0, pixels, Inside<true>());
+        return;
+    }
+    // How many pixels have a vector's bytes in each image.
+    constexpr size_t kEnd = kPixels * (kHas24 && kPixels == kLanes32 ? 2 : 1);
+    if (pixels > 2 * kEnd) {
+        draw(0, kEnd, Whole());
+        if (onVectors)
+            draw(kEnd, pixels - kEnd, Inside<true>());
+        else
+            draw(kEnd, pixels - kEnd, Inside<false>());
+        draw(pixels - kEnd, pixels, Whole());
+        return;
+    }
+#    endif
+    draw(0, pixels, Whole());
+}
+
 // One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
 HWY_INLINE V32 spread24(V32 packed) {
     const D8 d8;
-    alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
+    alignas(16) static constexpr uint8_t kLittle[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
                                                         6, 7, 8, 0x80, 9, 10, 11, 0x80};
+    alignas(16) static constexpr uint8_t kBig[16] = {0x80, 0, 1, 2, 0x80, 3, 4,  5, //
+                                                     0x80, 6, 7, 8, 0x80, 9, 10, 11};
 #    if HWY_TARGET == HWY_AVX3
     // Each block of 16 bytes gets its own three words.
     alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
     packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
 #    endif
-    return as(D32(), hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kSpread)));
+    return as(D32(),
+              hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kBigEndian ? kBig : kLittle)));
 }
 
 // Reads exactly 3 bytes a lane.
 HWY_INLINE V32 load24(const uint8_t* p, Whole) {
-    const D32 d32;
+    [[maybe_unused]] const D32 d32;
 #    if HWY_TARGET == HWY_AVX3
     return spread24(
         hn::MaskedLoad(hn::FirstN(d32, kLanes32 / 4 * 3), d32, reinterpret_cast<const uint32_t*>(p)));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    V32 packed;
+    std::memcpy(&packed, p, 3 * kLanes32);
+    return spread24(packed);
 #    elif HWY_TARGET == HWY_AVX2
     // Bytes 0 to 15 and 8 to 23: the upper block has its first pixel in bytes 4 to 6.
     alignas(32) static constexpr uint8_t kSpread[32] = {
@@ -286,13 +396,23 @@ HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
 }
 #    endif
 
+#    if HWY_TARGET == HWY_ALTIVEC
+template <bool OnVectors>
+HWY_INLINE V32 load24(const uint8_t* p, Inside<OnVectors>) {
+    return spread24(as(D32(), loadInside(p, 3 * kLanes32 - 1)));
+}
+#    endif
+
 // Each lane's low three bytes, one after the other; zeros behind the last.
 HWY_INLINE V32 pack24(V32 v) {
     const D32 d32;
     const D8 d8;
-    alignas(16) static constexpr uint8_t kPack[16] = {0,  1,  2,  4,  5,    6,    8,    9,
-                                                      10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-    const auto packed = as(d32, hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kPack)));
+    alignas(16) static constexpr uint8_t kLittle[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                                        10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
+    alignas(16) static constexpr uint8_t kBig[16] = {1,  2,  3,  5,  6,    7,    9,    10,
+                                                     11, 13, 14, 15, 0x80, 0x80, 0x80, 0x80};
+    const auto packed =
+        as(d32, hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kBigEndian ? kBig : kLittle)));
 #    if HWY_TARGET == HWY_AVX3
     alignas(64) static constexpr int32_t kGather[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 3, 3, 3};
     return hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kGather));
@@ -313,11 +433,13 @@ struct Shuffle {
     HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
 };
 
-// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i.
+// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i. Bytes of a lane are counted
+// from its lowest.
 HWY_INLINE Shuffle shuffleOfBytes(uint32_t from) {
     alignas(16) static constexpr uint32_t kLane[4] = {0, 0x04040404, 0x08080808, 0x0C0C0C0C};
     const D32 d32;
-    return {as(D8(), hn::Set(d32, from) + hn::LoadDup128(d32, kLane))};
+    const uint32_t inMemory = kBigEndian ? from ^ 0x03030303 : from;
+    return {as(D8(), hn::Set(d32, inMemory) + hn::LoadDup128(d32, kLane))};
 }
 
 // The argument of shuffleOfBytes() for four bytes, the lowest first; 0x80 gives a 0.
@@ -394,7 +516,20 @@ struct Zipped {
     V32 first, second;
 
     HWY_INLINE Zipped(V16 low, V16 high)
-        : first(hn::ZipLower(D32(), low, high)), second(hn::ZipUpper(D32(), low, high)) {}
+        : first(kBigEndian ? hn::ZipLower(D32(), high, low) : hn::ZipLower(D32(), low, high)),
+          second(kBigEndian ? hn::ZipUpper(D32(), high, low) : hn::ZipUpper(D32(), low, high)) {}
+};
+
+// Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
+struct Halves {
+    V16 low, high;
+
+    HWY_INLINE Halves(V32 first, V32 second) {
+        const D16 d16;
+        const V16 lower = as(d16, first), upper = as(d16, second);
+        low = kBigEndian ? hn::ConcatOdd(d16, upper, lower) : hn::ConcatEven(d16, upper, lower);
+        high = kBigEndian ? hn::ConcatEven(d16, upper, lower) : hn::ConcatOdd(d16, upper, lower);
+    }
 };
 
 // A logical shift to the right by a count known at run time.
@@ -488,21 +623,23 @@ struct GenericPixels<3> {
         const D32 d32;
         if (hn::AllTrue(d32, drawn)) {
             const V32 bytes = pack24(v);
-            constexpr size_t kBlock = 16, kBytes = 3 * kLanes32;
-            if constexpr (kBytes > kBlock) {
-                storeAt(hn::Full128<uint32_t>(), hn::LowerHalf(bytes), p);
-                const auto upper = hn::UpperHalf(hn::Half<D32>(), bytes);
-                std::memcpy(p + kBlock, &upper, kBytes - kBlock);
-            } else {
-                std::memcpy(p, &bytes, kBytes);
-            }
+            constexpr size_t kBytes = 3 * kLanes32;
+#        if HWY_TARGET == HWY_AVX2
+            storeAt(hn::Full128<uint32_t>(), hn::LowerHalf(bytes), p);
+            const auto upper = hn::UpperHalf(hn::Half<D32>(), bytes);
+            std::memcpy(p + 16, &upper, kBytes - 16);
+#        else
+            std::memcpy(p, &bytes, kBytes);
+#        endif
             p[kBytes] = 0;
             return;
         }
         // Which pixels of a sprite's edge are drawn is hard to predict: the others are stored elsewhere.
         alignas(HWY_MAX_BYTES) uint32_t pixels[kLanes32], keep[kLanes32];
         uint8_t elsewhere[4];
-        hn::Store(hn::And(v, hn::Set(d32, 0xFFFFFF)), d32, pixels); // a store's fourth byte is the zero
+        // A store's fourth byte is the zero.
+        const V32 inMemory = kBigEndian ? hn::ShiftLeft<8>(v) : hn::And(v, hn::Set(d32, 0xFFFFFF));
+        hn::Store(inMemory, d32, pixels);
         hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
         for (size_t i = 0; i < kLanes32; ++i)
             ormsel::storeWord(keep[i] ? p + 3 * i : elsewhere, pixels[i]);
@@ -512,10 +649,17 @@ struct GenericPixels<3> {
 };
 
 // Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0 in each lane to be drawn.
+#    if HWY_TARGET == HWY_ALTIVEC
+HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, Whole) {
+    const D32 d32;
+    return {d32, hn::Ne(hn::Or(drawn, hn::Reverse2(d32, drawn)), hn::Zero(d32))};
+}
+#    else
 HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
     const D64 d64;
     return {d64, hn::Ne(as(d64, drawn), hn::Zero(d64))};
 }
+#    endif
 
 #    if HWY_TARGET == HWY_AVX3
 // The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0.
