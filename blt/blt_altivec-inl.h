@@ -128,12 +128,15 @@ HWY_INLINE void StoreU(Vec<D> v, D, TFromD<D>* p) {
     std::memcpy(p, &v, D::kLanes * sizeof(TFromD<D>));
 }
 
-// Lanes where the mask has ones, one by one.
+// Single lanes; see AllTrue() for the mask.
 template <class D>
-HWY_INLINE void BlendedStore(Vec<D> v, Mask<D> m, D, TFromD<D>* p) {
+HWY_INLINE void BlendedStore(Vec<D> v, Mask<D> m, D d, TFromD<D>* p) {
+    alignas(16) TFromD<D> lanes[D::kLanes], stored[D::kLanes];
+    Store(v, d, lanes);
+    Store(VecFromMask(d, m), d, stored);
     for (size_t i = 0; i < D::kLanes; ++i)
-        if (m[i])
-            std::memcpy(p + i, reinterpret_cast<const TFromD<D>*>(&v) + i, sizeof *p);
+        if (stored[i])
+            std::memcpy(p + i, lanes + i, sizeof *p);
 }
 
 // --- Bits and lanes -----------------------------------------------------------------------------------
@@ -262,16 +265,23 @@ HWY_INLINE Mask<D> FirstN(D d, size_t count) {
     return RebindMask(d, Gt(Set(ScalableTag<uint8_t>(), bytes), kNumbers));
 }
 
-// What a comparison with a condition asks of all lanes: whether none is true, and whether all are.
-enum Condition { kNone = 0, kAll = 2 };
-
+// Whether all lanes, or none, are true: here every lane that isn't 0 is. One comparison tells, by what it
+// leaves in the condition register.
 template <class D>
 HWY_INLINE bool AllTrue(D, Mask<D> m) {
-    return __builtin_altivec_vcmpequb_p(kNone, (Vec<ScalableTag<int8_t>>)m, Vec<ScalableTag<int8_t>>{});
+    constexpr int kNoneIsEqual = 0;
+    if constexpr (sizeof(TFromD<D>) == 4)
+        return __builtin_altivec_vcmpequw_p(kNoneIsEqual, (Vec<ScalableTag<int32_t>>)m,
+                                            Vec<ScalableTag<int32_t>>{});
+    else
+        return __builtin_altivec_vcmpequh_p(kNoneIsEqual, (Vec<ScalableTag<int16_t>>)m,
+                                            Vec<ScalableTag<int16_t>>{});
 }
 template <class D>
 HWY_INLINE bool AllFalse(D, Mask<D> m) {
-    return __builtin_altivec_vcmpequb_p(kAll, (Vec<ScalableTag<int8_t>>)m, Vec<ScalableTag<int8_t>>{});
+    constexpr int kAllAreEqual = 2;
+    return __builtin_altivec_vcmpequw_p(kAllAreEqual, (Vec<ScalableTag<int32_t>>)m,
+                                        Vec<ScalableTag<int32_t>>{});
 }
 
 } // namespace hwy::N_ALTIVEC

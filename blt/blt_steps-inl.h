@@ -92,55 +92,37 @@ constexpr uint8_t byteAt(unsigned shift) {
     return static_cast<uint8_t>(shift / 8);
 }
 
-// Blends channels of 8 bits, one in each 16-bit lane: 256 * d + (s - d) * a, whose high byte is
-// d + floor((s - d) * a / 256), a from 0 to 256. old256 is 256 * d.
-//
-// Lanes of 16 bits are enough although (s - d) * a needs 17: the sum is a mean of s and d times 256, so that
-// it lies in 0..65280, and the wrapping arithmetic gives it exactly.
-HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 old256, V16 a) {
-    return (s - d) * a + old256;
-}
-
-// Blends the colours of A8R8G8B8 pixels as mixColours32() does; 0 in the alpha byte. a holds the weight in
-// both 16-bit lanes of each pixel.
-HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a) {
-    const D16 d16;
-    const D32 d32;
-    const auto low = hn::Set(d16, 0x00FF);
-    const V16 s16 = as(d16, s), dd = as(d16, d);
-    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(dd, low), hn::ShiftLeft<8>(dd), a));
-    const V16 g = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(dd), hn::AndNot(low, dd), a);
-    return select(hn::Set(d32, 0x0000FF00), as(d32, g), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
-}
-
 // The vector form of AlphaOntoA8R8G8B8.
 template <class L, bool Faded>
 struct AlphaOntoA8R8G8B8Step {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4, kThirdBytes = 4;
 
     explicit HWY_INLINE AlphaOntoA8R8G8B8Step(uint32_t constantAlpha)
-        : constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
-          alphaHigh(shuffleOfBytes(bytesFrom(0x80, byteAt(L::kA), 0x80, byteAt(L::kA)))),
+        : weights(constantAlpha),
           toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const D16 d16;
         const D32 d32;
         const V32 s = lanes.load(d32, src);
-        // 256 * A * C >> 16 = A * C >> 8.
-        const V16 a = hn::MulHigh(as(d16, alphaHigh(s)), constant);
-        const M32 drawn = hn::Ne(as(d32, a), hn::Zero(d32));
-        const auto stored = pairsOf(as(d32, a), lanes);
+        const auto a = weights(s);
+        const V32 colours = L::kA == 24 && L::kR == 16 ? s : toColours(s), w = as(d32, a);
+        if constexpr (kTestsAll)
+            if (__builtin_expect(hn::AllTrue(d32, w), true)) {
+                lanes.store(d32, weights.mix(colours, lanes.loadOld(d32, old), a), dst);
+                return;
+            }
+        const M32 drawn = hn::Ne(w, hn::Zero(d32));
+        const auto stored = pairsOf(w, lanes);
         if (!kMasks && stored.isEmpty())
             return;
         const V32 d = stored.loadOld(d32, old, lanes);
-        const V32 mixed = mixColours(L::kA == 24 && L::kR == 16 ? s : toColours(s), d, a);
+        const V32 mixed = weights.mix(colours, d, a);
         lanes.storeWhere(stored.d, as(stored.d, hn::IfThenElse(drawn, mixed, d)), stored.lanes, dst);
     }
 
-    V16 constant;
-    Shuffle alphaHigh, toColours;
+    AlphaWeights<byteAt(L::kA)> weights;
+    Shuffle toColours;
 };
 
 // --- R5G6B5 -------------------------------------------------------------------------------------------
@@ -255,6 +237,14 @@ struct AlphaOntoR5G6B5Step {
         const Halves s(load(src, lanes.firstHalf()),
                        load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf()));
         V16 a5 = weightOf(s);
+        if constexpr (kTestsAll)
+            if (__builtin_expect(hn::AllTrue(D32(), as(D32(), a5)),
+                                 true)) { // each word of two pixels has one that is drawn
+                if constexpr (!Faded)
+                    a5 = a5 + hn::SaturatedSub(a5, thirty);
+                lanes.store(D16(), toR5G6B5.mix(s, lanes.loadOld(D16(), old), weights(a5)), dst);
+                return;
+            }
         const auto stored = groupsOf(a5, lanes);
         if (!kMasks && stored.isEmpty())
             return;

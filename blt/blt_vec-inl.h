@@ -51,19 +51,27 @@ constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
 // Whether what lies far ahead is fetched early. Where an instruction counts for much, it doesn't pay.
 constexpr bool kPrefetches = HWY_TARGET != HWY_ALTIVEC;
 
+// Whether a step asks first whether all its pixels are drawn, which then takes fewer instructions.
+constexpr bool kTestsAll = HWY_TARGET == HWY_ALTIVEC;
+
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
     return hn::BitCast(d, v);
 }
 
 // A constant as a value like any other: g++ builds constants anew before every inner loop, which takes longer
-// than the few steps of a short row.
-HWY_INLINE V16 kept16(uint16_t lanes) {
-    V16 v = hn::Set(D16(), lanes);
+// than the few steps of a short row, or, on AltiVec, within the loop.
+template <class V>
+HWY_INLINE V kept(V v) {
 #    if HWY_TARGET == HWY_AVX3
     asm("" : "+v"(v.raw));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    asm("" : "+v"(v));
 #    endif
     return v;
+}
+HWY_INLINE V16 kept16(uint16_t lanes) {
+    return kept(hn::Set(D16(), lanes));
 }
 
 // --- Loads and stores ---------------------------------------------------------------------------------
@@ -316,14 +324,23 @@ HWY_INLINE void drawWholeVectors(const Step& step, const uint8_t* src, uint8_t* 
                                  size_t pixels) {
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
                      kThird = Step::kThirdBytes;
+#    if HWY_TARGET == HWY_ALTIVEC
+    // Images of pixels of one size are seen from the destination, so that one register runs.
+    ptrdiff_t toSrc = src - dst, toThird = third - dst;
+    asm("" : "+r"(toSrc), "+r"(toThird));
     const auto draw = [&](size_t from, size_t to, auto lanes) HWY_ATTR {
-        for (size_t x = from; x < to; x += kPixels) {
-            prefetchBehind<kPixels * kSrc>(src + x * kSrc);
-            prefetchBehind<kPixels * kDst>(dst + x * kDst);
-            step(src + x * kSrc, dst + x * kDst, third + x * kThird, lanes);
+        const uint8_t* s = src + from * kSrc;
+        const uint8_t* t = third + from * kThird;
+        uint8_t* d = dst + from * kDst;
+        for (size_t steps = (to - from) / kPixels; steps; --steps) {
+            if constexpr (kSrc == kDst)
+                s = d + toSrc;
+            if constexpr (kThird == kDst)
+                t = d + toThird;
+            step(s, d, t, lanes);
+            s += kPixels * kSrc, d += kPixels * kDst, t += kPixels * kThird;
         }
     };
-#    if HWY_TARGET == HWY_ALTIVEC
     constexpr bool kHas24 = kSrc == 3 || kDst == 3;
     const auto place = [](const uint8_t* p, size_t bytes) {
         return bytes % 2 ? 0 : reinterpret_cast<uintptr_t>(p) % HWY_MAX_BYTES;
@@ -344,8 +361,14 @@ HWY_INLINE void drawWholeVectors(const Step& step, const uint8_t* src, uint8_t* 
         draw(pixels - kEnd, pixels, Whole());
         return;
     }
-#    endif
     draw(0, pixels, Whole());
+#    else
+    for (size_t x = 0; x < pixels; x += kPixels) {
+        prefetchBehind<kPixels * kSrc>(src + x * kSrc);
+        prefetchBehind<kPixels * kDst>(dst + x * kDst);
+        step(src + x * kSrc, dst + x * kDst, third + x * kThird, Whole());
+    }
+#    endif
 }
 
 // One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
@@ -439,7 +462,8 @@ HWY_INLINE Shuffle shuffleOfBytes(uint32_t from) {
     alignas(16) static constexpr uint32_t kLane[4] = {0, 0x04040404, 0x08080808, 0x0C0C0C0C};
     const D32 d32;
     const uint32_t inMemory = kBigEndian ? from ^ 0x03030303 : from;
-    return {as(D8(), hn::Set(d32, inMemory) + hn::LoadDup128(d32, kLane))};
+    const V8 index = as(D8(), hn::Set(d32, inMemory) + hn::LoadDup128(d32, kLane));
+    return {HWY_TARGET == HWY_ALTIVEC ? kept(index) : index};
 }
 
 // The argument of shuffleOfBytes() for four bytes, the lowest first; 0x80 gives a 0.
@@ -450,13 +474,15 @@ constexpr uint32_t bytesFrom(uint32_t b0, uint32_t b1, uint32_t b2, uint32_t b3)
 // For each 16-bit lane the sum of two products of its bytes: unsigned ones of x with those of w, which must
 // be at most 127. The sum must stay below 2^15.
 HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
-    const D16 d16;
+    [[maybe_unused]] const D16 d16;
 #    if HWY_TARGET == HWY_AVX3
     return V16{_mm512_maddubs_epi16(x.raw, w.raw)};
 #    elif HWY_TARGET == HWY_AVX2
     return V16{_mm256_maddubs_epi16(x.raw, w.raw)};
 #    elif HWY_TARGET == HWY_SSE4
     return V16{_mm_maddubs_epi16(x.raw, w.raw)};
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return __builtin_vec_mule(as(D8(), x), as(D8(), w)) + __builtin_vec_mulo(as(D8(), x), as(D8(), w));
 #    else
     const auto low = hn::Set(d16, 0xFF);
     return hn::And(x, low) * hn::And(w, low) + hn::ShiftRight<8>(x) * hn::ShiftRight<8>(w);
@@ -484,20 +510,93 @@ template <class V>
 HWY_INLINE V select(V mask, V a, V b) {
 #    if HWY_TARGET == HWY_AVX3
     return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xE2)}; // in a's place, which spares a copy
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return hn::IfThenElse(mask, a, b);
 #    else
     return hn::Or(hn::And(mask, a), hn::AndNot(mask, b));
 #    endif
 }
 
-// Bits of a where the mask has ones, and all bits of b.
+// Bits of a where the mask has ones, and those of b, which has none there.
 template <class V>
 HWY_INLINE V addBits(V mask, V a, V b) {
 #    if HWY_TARGET == HWY_AVX3
     return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xEA)};
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return hn::IfThenElse(mask, a, b);
 #    else
     return hn::Or(hn::And(mask, a), b);
 #    endif
 }
+
+// Blends channels of 8 bits, one in each 16-bit lane: 256 * d + (s - d) * a, whose high byte is
+// d + floor((s - d) * a / 256), a from 0 to 256. old256 is 256 * d.
+//
+// Lanes of 16 bits are enough although (s - d) * a needs 17: the sum is a mean of s and d times 256, so that
+// it lies in 0..65280, and the wrapping arithmetic gives it exactly.
+HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 old256, V16 a) {
+    return (s - d) * a + old256;
+}
+
+// Blends the colours of A8R8G8B8 pixels as mixColours32() does; 0 in the alpha byte. a holds the weight in
+// both 16-bit lanes of each pixel.
+HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a) {
+    const D16 d16;
+    const D32 d32;
+    const auto low = hn::Set(d16, 0x00FF);
+    const V16 s16 = as(d16, s), dd = as(d16, d);
+    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(dd, low), hn::ShiftLeft<8>(dd), a));
+    const V16 g = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(dd), hn::AndNot(low, dd), a);
+    return select(hn::Set(d32, 0x0000FF00), as(d32, g), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
+}
+
+// How much of each A8R8G8B8 pixel's colours is drawn: its alpha A times a constant one, A * C >> 8. What
+// mixColours() takes, and not 0 in the 32-bit lanes of pixels that are drawn.
+#    if HWY_TARGET == HWY_ALTIVEC
+template <uint32_t AlphaByte>
+struct AlphaWeights {
+    V8 constant, highBytes = kept(V8{0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30});
+    Shuffle ofColours;
+
+    explicit HWY_INLINE AlphaWeights(uint32_t constantAlpha)
+        : constant(hn::Set(D8(), static_cast<uint8_t>(constantAlpha))),
+          ofColours(shuffleOfBytes(bytesFrom(kHigh, kHigh, kHigh, 0x80))) {}
+
+    // Of the products of all bytes, the high bytes of those with A, where the colours stand.
+    HWY_INLINE V8 operator()(V32 s) const {
+        const V8 bytes = as(D8(), s);
+        const V16 products =
+            AlphaByte % 2 ? __builtin_vec_mule(bytes, constant) : __builtin_vec_mulo(bytes, constant);
+        return as(D8(), ofColours(as(D32(), products)));
+    }
+
+    // By s * a + d * (256 - a). It gives 0 where a is 0.
+    HWY_INLINE V32 mix(V32 s, V32 d, V8 a) const {
+        const D8 d8;
+        const V8 rest = -a, s8 = as(d8, s), old = as(d8, d);
+        const V16 even = __builtin_vec_mule(s8, a) + __builtin_vec_mule(old, rest);
+        const V16 odd = __builtin_vec_mulo(s8, a) + __builtin_vec_mulo(old, rest);
+        return as(D32(), __builtin_vec_perm(as(d8, even), as(d8, odd), highBytes));
+    }
+
+private:
+    static constexpr uint32_t kHigh = AlphaByte | 1;
+};
+#    else
+template <uint32_t AlphaByte>
+struct AlphaWeights {
+    V16 constant;
+    Shuffle alphaHigh;
+
+    explicit HWY_INLINE AlphaWeights(uint32_t constantAlpha)
+        : constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
+          alphaHigh(shuffleOfBytes(bytesFrom(0x80, AlphaByte, 0x80, AlphaByte))) {}
+
+    // 256 * A * C >> 16
+    HWY_INLINE V16 operator()(V32 s) const { return hn::MulHigh(as(D16(), alphaHigh(s)), constant); }
+    static HWY_INLINE V32 mix(V32 s, V32 d, V16 a) { return mixColours(s, d, a); }
+};
+#    endif
 
 // Two vectors of 32-bit lanes in the lanes' own order, from their low and their high halves. The 16-bit lanes
 // that the halves are made of have been put in the order that zipping block by block needs.
@@ -651,8 +750,7 @@ struct GenericPixels<3> {
 // Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0 in each lane to be drawn.
 #    if HWY_TARGET == HWY_ALTIVEC
 HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, Whole) {
-    const D32 d32;
-    return {d32, hn::Ne(hn::Or(drawn, hn::Reverse2(d32, drawn)), hn::Zero(d32))};
+    return {D32(), hn::Or(drawn, hn::Reverse2(D32(), drawn))};
 }
 #    else
 HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
@@ -679,7 +777,12 @@ HWY_INLINE V32 besideJustOne(V16 drawn) {
 
 HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     const D32 d32;
-    return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
+    const V32 stored = hn::Or(as(d32, drawn), besideJustOne(drawn));
+#    if HWY_TARGET == HWY_ALTIVEC
+    return {d32, stored};
+#    else
+    return {d32, hn::Ne(stored, hn::Zero(d32))};
+#    endif
 }
 
 #    if HWY_TARGET == HWY_AVX3
