@@ -40,6 +40,10 @@ struct Simd {
     using Lane = T;
     static constexpr size_t kLanes = Lanes;
 };
+template <class D>
+constexpr size_t MaxLanes(D) {
+    return D::kLanes;
+}
 template <class T>
 using ScalableTag = Simd<T, 16 / sizeof(T)>;
 template <class T>
@@ -86,8 +90,8 @@ template <class D, class M>
 HWY_INLINE Mask<D> RebindMask(D, M m) {
     return (Mask<D>)m;
 }
-template <class D>
-HWY_INLINE Vec<D> VecFromMask(D, Mask<D> m) {
+template <class D, class M>
+HWY_INLINE Vec<D> VecFromMask(D, M m) {
     return (Vec<D>)m;
 }
 template <class D>
@@ -187,6 +191,10 @@ HWY_INLINE V IfThenElseZero(M m, V a) {
     return (V)m & a;
 }
 
+template <int By>
+HWY_INLINE Words RotateRight(Words v) {
+    return v >> By | v << (32 - By);
+}
 HWY_INLINE Words Reverse2(ScalableTag<uint32_t>, Words v) {
     return __builtin_shuffle(v, Words{1, 0, 3, 2});
 }

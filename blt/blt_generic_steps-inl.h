@@ -154,27 +154,46 @@ struct GenericStore {
           spread(Alpha == AlphaSource::kOfMask ? shuffleOfBytes(bytesFrom(0x80, 0, 0x80, 0))
                                                : shuffleOfBytes(bytesFrom(0x80, 3, 0x80, 3))) {}
 
+    // A8R8G8B8 pixels, their effective alphas in both halves, and what the alpha field is made of.
+    struct Pixels {
+        V32 argb;
+        V16 e;
+        V32 own;
+        GenericPixels<DstBytes> stored;
+    };
+    struct Opaque {
+        V32 argb;
+    };
+
     template <class Lanes>
-    HWY_INLINE void operator()(V32 argb, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
+    HWY_INLINE auto weigh(V32 argb, const uint8_t* mask, Lanes lanes) const {
         const D16 d16;
         const D32 d32;
         if constexpr (Alpha == AlphaSource::kOpaque) {
-            (void)mask;
-            if constexpr (DstBytes == 4)
-                lanes.store(d32, dst.fromArgb(argb), d);
-            else
-                GenericPixels<3>(lanes.only(d32, hn::Eq(argb, argb))).store(dst.fromArgb(argb), d, lanes);
+            return Opaque{argb};
         } else {
             const V32 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, lanes.load(H8(), mask)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
-            const GenericPixels<DstBytes> drawn(lanes.only(d32, hn::Ne(as(d32, e), hn::Zero(d32))));
-            if (!kMasks && drawn.isEmpty())
-                return;
-            const V32 old = dst.toArgb(drawn.loadOld(d, lanes));
-            const V32 field = Alpha == AlphaSource::kOfMask ? own : as(d32, e);
-            const V32 mixed = hn::Or(mixColours(argb, old, weightOf(e)), hn::ShiftLeft<24>(field));
-            drawn.store(dst.fromArgb(mixed), d, lanes);
+            return Pixels{argb, e, own, {d32, lanes.only(d32, hn::Ne(as(d32, e), hn::Zero(d32)))}};
         }
+    }
+
+    template <class Lanes>
+    HWY_INLINE void draw(const Opaque& w, uint8_t* d, Lanes lanes) const {
+        const D32 d32;
+        if constexpr (DstBytes == 4)
+            lanes.store(d32, dst.fromArgb(w.argb), d);
+        else
+            GenericPixels<3>{d32, lanes.only(d32, hn::FirstN(d32, kLanes32))}.store(
+                dst.fromArgb(w.argb), d, lanes);
+    }
+    template <class Lanes>
+    HWY_INLINE void draw(const Pixels& w, uint8_t* d, Lanes lanes) const {
+        const V32 old = dst.toArgb(w.stored.loadOld(d, lanes));
+        const V32 field = Alpha == AlphaSource::kOfMask ? w.own : as(D32(), w.e);
+        const V32 mixed = hn::Or(mixColours(w.argb, old, weightOf(w.e), hn::Set(D32(), 0x0000FF00)),
+                                 hn::ShiftLeft<24>(field));
+        w.stored.store(dst.fromArgb(mixed), d, lanes);
     }
 };
 
@@ -191,8 +210,12 @@ struct WideStep {
         : src(*b.srcFormat), store(b), fill(hn::Set(D32(), b.alphaFill << 24)) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
-        store(hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill), d, mask, lanes);
+    HWY_INLINE auto weigh(const uint8_t* s, const uint8_t* mask, Lanes lanes) const {
+        return store.weigh(hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill), mask, lanes);
+    }
+    template <class W, class Lanes>
+    HWY_INLINE void draw(const W& weighed, uint8_t* d, const uint8_t*, Lanes lanes) const {
+        store.draw(weighed, d, lanes);
     }
 };
 
@@ -210,12 +233,17 @@ struct FromShortStep {
         : src(*b.srcFormat), store(b), fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill << 8))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* s, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
+    HWY_INLINE Zipped weigh(const uint8_t* s, const uint8_t*, Lanes lanes) const {
         const V16 pixels = orderForZip(lanes.load(D16(), s));
-        const Zipped argb(hn::Or(src.g.extract(pixels), hn::ShiftRight<8>(src.b.extract(pixels))),
-                          hn::Or(fill, hn::ShiftRight<8>(src.r.extract(pixels))));
-        store(argb.first, d, mask, lanes.firstHalf());
-        store(argb.second, d + DstBytes * kLanes32, mask + kThirdBytes * kLanes32, lanes.secondHalf());
+        return {hn::Or(src.g.extract(pixels), hn::ShiftRight<8>(src.b.extract(pixels))),
+                hn::Or(fill, hn::ShiftRight<8>(src.r.extract(pixels)))};
+    }
+    template <class Lanes>
+    HWY_INLINE void draw(const Zipped& argb, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
+        const auto first = lanes.firstHalf(), second = lanes.secondHalf();
+        store.draw(store.weigh(argb.first, mask, first), d, first);
+        store.draw(store.weigh(argb.second, mask + kThirdBytes * kLanes32, second),
+                   d + DstBytes * kLanes32, second);
     }
 };
 
@@ -271,32 +299,51 @@ struct ToShortStep {
         return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
     }
 
-    // From high bytes, in the high byte; the old value's low byte is 0.
-    static HWY_INLINE V16 mix(V16 s, V16 d, V16 weight) {
-        return mixBytes(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d), d, weight);
+    // From high bytes, in the high byte.
+    static HWY_INLINE V16 mix(V16 s, V16 d, V16 weight, V16 rest) {
+        return mixBytes(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d), weight, rest);
+    }
+
+    struct Pixels {
+        Channels16 s;
+        V16 own, e; // the alpha that decides, and what is left of it
+        StoreSet<D16> stored;
+
+        template <class Lanes>
+        HWY_INLINE Pixels(const ToShortStep& step, const uint8_t* from, const uint8_t* mask, Lanes lanes)
+            : s(step.src.load(from, lanes)), own(step.ownAlpha(s, mask, lanes)),
+              e(hn::MulHigh(hn::ShiftLeft<8>(own), step.factor)),
+              stored{D16(), lanes.only(D16(), hn::Ne(e, hn::Zero(D16())))} {}
+    };
+
+    template <class Lanes>
+    HWY_INLINE V16 ownAlpha(const Channels16& s, const uint8_t* mask, Lanes lanes) const {
+        if constexpr (Alpha == AlphaSource::kOfMask)
+            return hn::PromoteTo(D16(), lanes.load(B16(), mask));
+        else
+            return hn::Or(hn::ShiftRight<8>(s.a), fill);
     }
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* from, uint8_t* to, const uint8_t* mask, Lanes lanes) const {
-        const D16 d16;
-        const Channels16 s = src.load(from, lanes);
-        if constexpr (Alpha == AlphaSource::kOpaque) {
-            (void)mask;
-            lanes.store(d16, join(s.r, s.g, s.b, fill), to);
-        } else {
-            V16 own = hn::Or(hn::ShiftRight<8>(s.a), fill);
-            if constexpr (Alpha == AlphaSource::kOfMask)
-                own = hn::PromoteTo(d16, lanes.load(B16(), mask));
-            const V16 e = hn::MulHigh(hn::ShiftLeft<8>(own), factor);
-            const StoreSet<D16> drawn{d16, lanes.only(d16, hn::Ne(e, hn::Zero(d16)))};
-            if (!kMasks && drawn.isEmpty())
-                return;
-            const V16 weight = weightOf(e), old = drawn.loadOld(d16, to, lanes);
-            const V16 r = mix(s.r, dst.r.extract(old), weight);
-            const V16 g = mix(s.g, dst.g.extract(old), weight);
-            const V16 b = mix(s.b, dst.b.extract(old), weight);
-            lanes.storeWhere(d16, join(r, g, b, Alpha == AlphaSource::kOfMask ? own : e), drawn.lanes, to);
-        }
+    HWY_INLINE auto weigh(const uint8_t* from, const uint8_t* mask, Lanes lanes) const {
+        if constexpr (Alpha == AlphaSource::kOpaque)
+            return src.load(from, lanes);
+        else
+            return Pixels(*this, from, mask, lanes);
+    }
+
+    template <class Lanes>
+    HWY_INLINE void draw(const Channels16& s, uint8_t* to, const uint8_t*, Lanes lanes) const {
+        lanes.store(D16(), join(s.r, s.g, s.b, fill), to);
+    }
+    template <class Lanes>
+    HWY_INLINE void draw(const Pixels& w, uint8_t* to, const uint8_t*, Lanes lanes) const {
+        const V16 weight = weightOf(w.e), rest = hn::Set(D16(), 256) - weight;
+        const V16 old = w.stored.loadOld(D16(), to, lanes);
+        const V16 r = mix(w.s.r, dst.r.extract(old), weight, rest);
+        const V16 g = mix(w.s.g, dst.g.extract(old), weight, rest);
+        const V16 b = mix(w.s.b, dst.b.extract(old), weight, rest);
+        lanes.storeWhere(D16(), join(r, g, b, Alpha == AlphaSource::kOfMask ? w.own : w.e), w.stored.lanes, to);
     }
 };
 
@@ -311,24 +358,11 @@ struct GenericWalk {
     static constexpr bool kMasked = Alpha == AlphaSource::kOfMask;
 
     explicit HWY_INLINE GenericWalk(const Block& b)
-        : step(b), third(kMasked ? b.mask : b.dst), thirdPitch(kMasked ? b.maskPitch : b.dstPitch), block(b),
-          restKernel(kMasks ? nullptr : kScalarKernels.generic(b)) {}
-
-    HWY_INLINE void rest(const uint8_t* src, uint8_t* dst, const uint8_t* mask, size_t pixels) const {
-        Block end = block;
-        end.src = src;
-        end.dst = dst;
-        end.mask = kMasked ? mask : nullptr;
-        end.width = pixels;
-        end.height = 1;
-        restKernel(end);
-    }
+        : step(b), third(kMasked ? b.mask : b.dst), thirdPitch(kMasked ? b.maskPitch : b.dstPitch) {}
 
     Step step;
     const uint8_t* third;
     ptrdiff_t thirdPitch;
-    const Block& block;
-    Kernel restKernel;
 };
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>

@@ -16,22 +16,6 @@
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// A whole vector that ends with its row, and begins with pixels that the step before has drawn.
-struct Overlapping : Whole {
-    size_t drawn;
-
-    explicit HWY_INLINE Overlapping(size_t pixels) : drawn(pixels) {}
-};
-
-// The lanes of a step that are not drawn already.
-template <class Lanes>
-HWY_INLINE M32 sdlLanesLeft(M32 drawn, const Lanes& lanes) {
-    if constexpr (std::is_same_v<Lanes, Overlapping>)
-        return hn::And(drawn, hn::Not(hn::FirstN(D32(), lanes.drawn)));
-    else
-        return drawn;
-}
-
 // The pixels of a step as values in 32-bit lanes. No other bytes than theirs are read or written.
 template <SdlLayout Layout, class Lanes>
 HWY_INLINE V32 sdlLoadLanes(const uint8_t* p, Lanes lanes) {
@@ -43,30 +27,16 @@ HWY_INLINE V32 sdlLoadLanes(const uint8_t* p, Lanes lanes) {
         return hn::PromoteTo(D32(), lanes.load(hn::Rebind<uint16_t, D32>(), p));
 }
 
-HWY_INLINE void sdlStore24(V32 packed, uint8_t* p, Whole) {
-    std::memcpy(p, &packed, 3 * kLanes32);
-}
-
-#    if HWY_TARGET == HWY_AVX3
-HWY_INLINE void sdlStore24(V32 packed, uint8_t* p, First lanes) {
-    const D8 d8;
-    hn::BlendedStore(as(d8, packed), hn::FirstN(d8, 3 * lanes.count), d8, p);
-}
-#    endif
-
 template <SdlLayout Layout, class Lanes>
 HWY_INLINE void sdlStoreLanes(V32 v, uint8_t* p, Lanes lanes) {
     if constexpr (Layout == SdlLayout::k32) {
         lanes.store(D32(), v, p);
     } else if constexpr (Layout == SdlLayout::k24) {
-        sdlStore24(pack24(v), p, lanes);
+        store24(v, p, lanes);
     } else {
         const hn::Rebind<uint16_t, D32> half;
         const auto words = hn::DemoteTo(half, as(hn::RebindToSigned<D32>(), v));
-        if constexpr (std::is_base_of_v<Whole, Lanes>)
-            storeAt(half, words, p);
-        else
-            hn::BlendedStore(words, hn::FirstN(half, lanes.count), half, reinterpret_cast<uint16_t*>(p));
+        lanes.store(half, words, p);
     }
 }
 
@@ -111,9 +81,9 @@ public:
           lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
           alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
           roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),
-          cut_(hn::Set(D32(), b.cut)), colours_(hn::Set(D32(), b.colours)), kept_(hn::Set(D32(), b.kept)),
-          ones_(hn::Set(D32(), b.ones)), opaqueOnes_(hn::Set(D32(), b.opaqueOnes)), keyed_(b.keyed),
-          notesFall_(b.notesFall) {}
+          cut_(hn::Set(D32(), b.cut)), colours_(hn::Set(D32(), b.colours & ~b.ones)),
+          kept_(hn::Set(D32(), b.kept)), ones_(hn::Set(D32(), b.ones)),
+          opaqueOnes_(hn::Set(D32(), b.opaqueOnes)), keyed_(b.keyed), notesFall_(b.notesFall) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
@@ -154,8 +124,8 @@ public:
                 result = hn::Or(result, hn::IfThenElseZero(falls, hn::Set(d32, 1U << 24)));
             }
         }
-        if (PerPixel || keyed_ || std::is_same_v<Lanes, Overlapping>)
-            result = hn::IfThenElse(sdlLanesLeft(drawn, lanes), result, d);
+        if (PerPixel || keyed_)
+            result = hn::IfThenElse(drawn, result, d);
         sdlStoreLanes<To>(result, dst, lanes);
     }
 
@@ -182,7 +152,8 @@ template <SdlLayout Layout>
 class SdlCopyStep {
 public:
     explicit HWY_INLINE SdlCopyStep(const SdlBlit& b)
-        : key_(hn::Set(D32(), b.key)), colours_(hn::Set(D32(), b.colours)), ones_(hn::Set(D32(), b.ones)) {}
+        : key_(hn::Set(D32(), b.key)), colours_(hn::Set(D32(), b.colours & ~b.ones)),
+          ones_(hn::Set(D32(), b.ones)) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
@@ -192,8 +163,7 @@ public:
         if (hn::AllFalse(d32, drawn))
             return;
         const V32 d = sdlLoadLanes<Layout>(dst, lanes);
-        sdlStoreLanes<Layout>(hn::IfThenElse(sdlLanesLeft(drawn, lanes), addBits(colours_, s, ones_), d), dst,
-                              lanes);
+        sdlStoreLanes<Layout>(hn::IfThenElse(drawn, addBits(colours_, s, ones_), d), dst, lanes);
     }
 
 private:
@@ -214,20 +184,8 @@ HWY_INLINE void sdlRows(const SdlBlit& b, const Step& step) {
             prefetchBehind<kLanes32 * kTo>(dst);
             step(src, dst, Whole());
         }
-        if (!rest)
-            continue;
-        if constexpr (kMasks) {
+        if (rest)
             step(src, dst, First{rest});
-        } else if (b.width >= kLanes32) {
-            const size_t back = kLanes32 - rest;
-            step(src - back * kFrom, dst - back * kTo, Overlapping(back));
-        } else { // narrow rows go through copies that have a whole vector's pixels
-            uint8_t from[kLanes32 * 4] = {}, to[kLanes32 * 4] = {};
-            std::memcpy(from, src, rest * kFrom);
-            std::memcpy(to, dst, rest * kTo);
-            step(from, to, Whole());
-            std::memcpy(dst, to, rest * kTo);
-        }
     }
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
 // The vector kernels of routes. A step is one vector's worth of pixels; the same step, on the first few
-// lanes, ends a row where the target can mask its loads and stores, and scalar steps end it elsewhere. Each
-// gives the scalar kernel's results bit for bit and stores no pixel that it doesn't.
+// lanes, ends a row. Each gives the scalar kernel's results bit for bit and stores no pixel that it doesn't.
 
 #if defined(ORMSEL_BLT_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #    ifdef ORMSEL_BLT_STEPS_INL_H
@@ -12,75 +11,130 @@
 #    endif
 
 #    include <cstdlib>
+#    include <type_traits>
+#    include <utility>
 
 #    include "blt_kernels.h"
-#    include "blt_steps_scalar.h"
 #    include "blt_vec-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
+// A step has
+//   - kPixels, kSrcBytes, kDstBytes, kThirdBytes: how many pixels, and of how many bytes
+//   - weigh(src, third, lanes): what the source's pixels are and how much of them counts; `stored` in it, if
+//     there is one, is the set of lanes that the destination gets
+//   - draw(weighed, dst, third, lanes): draws them
+// The third image, beside source and destination, is that of the old destination pixels, or the mask.
+template <class Step, class Lanes>
+HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                         Lanes lanes) {
+    step.draw(step.weigh(src, third, lanes), dst, third, lanes);
+}
+
+template <class Step>
+using Weighed = decltype(std::declval<const Step&>().weigh(nullptr, nullptr, Whole{}));
+
+// How many whole steps are drawn together: those of a cache line of 32-bit pixels, where it has to be tested
+// whether they store anything. One test for so many mispredicts seldom, and wholly transparent pixels still
+// cost little more than being read.
+template <class Step>
+constexpr size_t runOf() {
+    if constexpr (!kMasks && requires(Weighed<Step> w) { w.stored; })
+        return 64 / HWY_MAX_BYTES;
+    else
+        return 1;
+}
+
+template <class Step, size_t... I>
+HWY_INLINE void drawRun(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                        std::index_sequence<I...>) {
+    constexpr size_t kSrc = Step::kPixels * Step::kSrcBytes, kDst = Step::kPixels * Step::kDstBytes,
+                     kThird = Step::kPixels * Step::kThirdBytes;
+    if constexpr (sizeof...(I) == 1) {
+        drawStep(step, src, dst, third, Whole{});
+    } else {
+        // Built where they stand: g++ copies such a record in pieces, which the loads of whole vectors wait
+        // for.
+        const Weighed<Step> weighed[] = {step.weigh(src + kSrc * I, third + kThird * I, Whole{})...};
+        auto some = weighed[0].stored.lanes, all = some;
+        ((some = hn::Or(some, weighed[I].stored.lanes)), ...);
+        ((all = hn::And(all, weighed[I].stored.lanes)), ...);
+        // Stated by their opposites, which is what the lanes were compared for.
+        const auto d = weighed[0].stored.d;
+        if (hn::AllTrue(d, hn::Not(some)))
+            return;
+        if (hn::AllFalse(d, hn::Not(all)))
+            (step.draw(weighed[I], dst + kDst * I, third + kThird * I, Stored{}), ...);
+        else
+            (step.draw(weighed[I], dst + kDst * I, third + kThird * I, Whole{}), ...);
+    }
+}
+
 // The kernel that walks the rows of a block. A Walk has
-//   - step: draws the pixels of one vector, or, where the target has masks, the first few; its type says how
-//     many (kPixels) and of how many bytes (kSrcBytes, kDstBytes, kThirdBytes)
-//   - third, thirdPitch: beside source and destination, where steps read: old destination pixels, or the mask
-//   - rest(src, dst, third, pixels): draws the last pixels of a row where the target has no masks
+//   - step
+//   - third, thirdPitch: the third image
 template <class Walk>
 void drawRows(const Block& b) {
     using Step = typename Walk::Step;
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
-                     kThird = Step::kThirdBytes;
+                     kThird = Step::kThirdBytes, kRun = runOf<Step>();
     const Walk walk(b);
     const Step& step = walk.step;
-    const size_t left = b.width % kPixels, whole = b.width - left;
+#    if HWY_TARGET == HWY_ALTIVEC
+    drawRowsByVectors(b, step, walk.third, walk.thirdPitch);
+    return;
+#    endif
+    const size_t left = b.width % kPixels, whole = b.width - left,
+                 inRuns = b.width - b.width % (kPixels * kRun);
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch, thirdPitch = walk.thirdPitch;
     const uint8_t* src = b.src;
     const uint8_t* third = walk.third;
     uint8_t* dst = b.dst;
-    if constexpr (kMasks && requires { Step::kTakesTwoRows; }) {
+    if constexpr (HWY_MAX_BYTES > 16 && requires { Step::kTakesTwoRows; }) {
         // Two rows at a time, unless a row of the destination reaches into the next one, which then blends
         // with what this one wrote. Sources are none of the destination: the block's order is free.
         if (b.width <= kPixels / 2 && static_cast<size_t>(std::abs(dstPitch)) >= b.width * kDst) {
             const TwoRows both{b.width, srcPitch, thirdPitch, dstPitch};
             size_t rows = b.height;
             for (; rows >= 2; rows -= 2, src += 2 * srcPitch, dst += 2 * dstPitch, third += 2 * thirdPitch)
-                step(src, dst, third, both);
+                drawStep(step, src, dst, third, both);
             if (rows)
-                step(src, dst, third, First{b.width});
+                drawStep(step, src, dst, third, First{b.width});
             return;
         }
     }
     // Sprites of just this width are common: no loop inside the row, and nothing of it to fetch ahead.
     if (b.width == kPixels) {
         for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
-            step(src, dst, third, Whole{});
+            drawStep(step, src, dst, third, Whole{});
         return;
     }
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
-        drawWholeVectors(step, src, dst, third, whole);
-        if (left == 0)
-            continue;
-        if constexpr (kMasks)
-            step(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, First{left});
-        else
-            walk.rest(src + whole * kSrc, dst + whole * kDst, third + whole * kThird, left);
+        size_t x = 0;
+        for (; x < inRuns; x += kPixels * kRun) {
+            prefetchBehind<kPixels * kRun * kSrc>(src + x * kSrc);
+            prefetchBehind<kPixels * kRun * kDst>(dst + x * kDst);
+            drawRun(step, src + x * kSrc, dst + x * kDst, third + x * kThird,
+                    std::make_index_sequence<kRun>());
+        }
+        if constexpr (kRun > 1)
+            for (; x < whole; x += kPixels)
+                drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
+        if (left)
+            drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, First{left});
     }
 }
 
 // Walks by a rule whose vector form is S.
-template <class Rule, class S>
+template <class S>
 struct RouteWalk {
     using Step = S;
 
     explicit HWY_INLINE RouteWalk(const Block& b)
-        : step(b.constantAlpha), rule(b.constantAlpha), third(b.old), thirdPitch(b.oldPitch) {}
-
-    HWY_INLINE void rest(const uint8_t* src, uint8_t* dst, const uint8_t* old, size_t pixels) const {
-        drawRest(rule, src, dst, old, pixels);
-    }
+        : step(b.constantAlpha), third(b.old), thirdPitch(b.oldPitch) {}
 
     Step step;
-    Rule rule;
     const uint8_t* third;
     ptrdiff_t thirdPitch;
 };
@@ -96,32 +150,35 @@ constexpr uint8_t byteAt(unsigned shift) {
 template <class L, bool Faded>
 struct AlphaOntoA8R8G8B8Step {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4, kThirdBytes = 4;
+    using Weights = AlphaWeights<byteAt(L::kA)>;
 
     explicit HWY_INLINE AlphaOntoA8R8G8B8Step(uint32_t constantAlpha)
         : weights(constantAlpha),
           toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const D32 d32;
-        const V32 s = lanes.load(d32, src);
-        const auto a = weights(s);
-        const V32 colours = L::kA == 24 && L::kR == 16 ? s : toColours(s), w = as(d32, a);
-        if constexpr (kTestsAll)
-            if (__builtin_expect(hn::AllTrue(d32, w), true)) {
-                lanes.store(d32, weights.mix(colours, lanes.loadOld(d32, old), a), dst);
-                return;
-            }
-        const M32 drawn = hn::Ne(w, hn::Zero(d32));
-        const auto stored = pairsOf(w, lanes);
-        if (!kMasks && stored.isEmpty())
-            return;
-        const V32 d = stored.loadOld(d32, old, lanes);
-        const V32 mixed = weights.mix(colours, d, a);
-        lanes.storeWhere(stored.d, as(stored.d, hn::IfThenElse(drawn, mixed, d)), stored.lanes, dst);
+    struct Pixels {
+        V32 s;
+        typename Weights::Type a;
+        decltype(pairsOf(V32(), Lanes())) stored;
+
+        HWY_INLINE Pixels(const AlphaOntoA8R8G8B8Step& step, const uint8_t* src, Lanes lanes)
+            : s(lanes.load(D32(), src)), a(step.weights(s)), stored(pairsOf(as(D32(), a), lanes)) {}
+    };
+
+    template <class Lanes>
+    HWY_INLINE Pixels<Lanes> weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return {*this, src, lanes};
     }
 
-    AlphaWeights<byteAt(L::kA)> weights;
+    template <class P, class Lanes>
+    HWY_INLINE void draw(const P& w, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+        const V32 d = w.stored.loadOld(D32(), old, lanes);
+        const V32 mixed = Weights::mix(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a, lanes);
+        lanes.storeWhere(w.stored.d, as(w.stored.d, mixed), w.stored.lanes, dst);
+    }
+
+    Weights weights;
     Shuffle toColours;
 };
 
@@ -148,7 +205,7 @@ HWY_INLINE V16 shifted(V16 v) {
 // To mix a field of R5G6B5, source and old value are put side by side, the source's in the low byte of 16-bit
 // lanes, the old one in the high byte: a * s + (32 - a) * d, whose quotient by 32 is the exact
 // d + floor((s - d) * a / 32), is one multiplication then. Results have the field in place and anything
-// outside it.
+// outside it; a field at bit 0 stands alone.
 
 // Red or blue, the lowest bit at bit At. The source's channel is the low byte and stays where it is; the old
 // value goes to the top of its byte, so that the sum is at most 31 * 32 << 3, below 2^15.
@@ -186,7 +243,7 @@ struct Join {
     V16 red = kept16(0xF800), green = kept16(0x07E0);
 
     HWY_INLINE Join() {}
-    HWY_INLINE V16 operator()(V16 r, V16 g, V16 b) const { return select(red, r, select(green, g, b)); }
+    HWY_INLINE V16 operator()(V16 r, V16 g, V16 b) const { return addBits(red, r, addBits(green, g, b)); }
 };
 
 // Halves to R5G6B5. Red and blue are their low bytes, either way round; green is the lower half's high byte.
@@ -233,27 +290,29 @@ struct AlphaOntoR5G6B5Step {
     }
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
-        const Halves s(load(src, lanes.firstHalf()),
-                       load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf()));
-        V16 a5 = weightOf(s);
-        if constexpr (kTestsAll)
-            if (__builtin_expect(hn::AllTrue(D32(), as(D32(), a5)),
-                                 true)) { // each word of two pixels has one that is drawn
-                if constexpr (!Faded)
-                    a5 = a5 + hn::SaturatedSub(a5, thirty);
-                lanes.store(D16(), toR5G6B5.mix(s, lanes.loadOld(D16(), old), weights(a5)), dst);
-                return;
-            }
-        const auto stored = groupsOf(a5, lanes);
-        if (!kMasks && stored.isEmpty())
-            return;
+    struct Pixels {
+        Halves s;
+        V16 a5;
+        decltype(groupsOf(V16(), Lanes())) stored;
+
+        HWY_INLINE Pixels(const AlphaOntoR5G6B5Step& step, const uint8_t* src, Lanes lanes)
+            : s(step.load(src, lanes.firstHalf()),
+                step.load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf())),
+              a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
+    };
+
+    template <class Lanes>
+    HWY_INLINE Pixels<Lanes> weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return {*this, src, lanes};
+    }
+
+    template <class P, class Lanes>
+    HWY_INLINE void draw(const P& w, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Faded weights are at
         // most 255 * 247 >> 11 = 30.
-        if constexpr (!Faded)
-            a5 = a5 + hn::SaturatedSub(a5, thirty);
-        const V16 mixed = toR5G6B5.mix(s, stored.loadOld(D16(), old, lanes), weights(a5));
-        lanes.storeWhere(stored.d, as(stored.d, mixed), stored.lanes, dst);
+        const V16 a32 = Faded ? w.a5 : w.a5 + hn::SaturatedSub(w.a5, thirty);
+        const V16 mixed = toR5G6B5.mix(w.s, w.stored.loadOld(D16(), old, lanes), weights(a32));
+        lanes.storeWhere(w.stored.d, as(w.stored.d, mixed), w.stored.lanes, dst);
     }
 
     V16 constant32, thirty = kept16(30);
@@ -271,9 +330,13 @@ struct OpaqueOntoR5G6B5Step {
         : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(constantAlpha >> 3)))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+    HWY_INLINE Halves weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return {load24(src, lanes.firstHalf()), load24(src + 3 * kLanes32, lanes.secondHalf())};
+    }
+
+    template <class Lanes>
+    HWY_INLINE void draw(const Halves& s, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const Halves s(load24(src, lanes.firstHalf()), load24(src + 3 * kLanes32, lanes.secondHalf()));
         if constexpr (Faded) {
             lanes.store(d16, toR5G6B5.mix(s, lanes.loadOld(d16, old), weights), dst);
         } else {
@@ -295,9 +358,14 @@ struct OpaqueOntoR5G6B5Step<R5G6B5, true> {
         : weights(Weights()(hn::Set(D16(), static_cast<uint16_t>(constantAlpha >> 3)))) {}
 
     template <class Lanes>
-    HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+    HWY_INLINE V16 weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
+        return lanes.load(D16(), src);
+    }
+
+    template <class Lanes>
+    HWY_INLINE void draw(V16 s, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const D16 d16;
-        const V16 s = lanes.load(d16, src), d = lanes.loadOld(d16, old);
+        const V16 d = lanes.loadOld(d16, old);
         lanes.store(d16,
                     join(red.mix(hn::ShiftRight<8>(s), d, weights),
                          green.mix(hn::ShiftLeft<5>(s), d, weights),
@@ -334,8 +402,8 @@ template <class Src, class Dst>
 Kernel routeKernel(const Block& b) {
     using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
     using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    return Faded::fades(b.constantAlpha) ? drawRows<RouteWalk<Faded, typename StepOfRule<Faded>::Type>>
-                                         : drawRows<RouteWalk<Full, typename StepOfRule<Full>::Type>>;
+    return Faded::fades(b.constantAlpha) ? drawRows<RouteWalk<typename StepOfRule<Faded>::Type>>
+                                         : drawRows<RouteWalk<typename StepOfRule<Full>::Type>>;
 }
 
 // --- Copies -------------------------------------------------------------------------------------------

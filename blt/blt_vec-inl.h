@@ -20,6 +20,7 @@
 #    include <cstring>
 #    include <type_traits>
 
+#    include "blt_block.h"
 #    include "blt_formats.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -43,16 +44,10 @@ using B16 = hn::Rebind<uint8_t, D16>;
 constexpr size_t kLanes32 = HWY_MAX_BYTES / 4; // all targets used here have a fixed size
 constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
 
-// Whether lanes of any width can be masked out of loads and stores, and cost nothing then. Rows end with one
-// masked step, and a vector of transparent pixels needs no branch (which would be hard to predict on
-// sprites). Elsewhere the scalar row functions take the last pixels.
+// Whether lanes of any width can be masked out of loads and stores, and cost nothing then. A vector of
+// transparent pixels needs no branch (which would be hard to predict on sprites). Elsewhere several vectors
+// are looked at together: see drawRun().
 constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
-
-// Whether what lies far ahead is fetched early. Where an instruction counts for much, it doesn't pay.
-constexpr bool kPrefetches = HWY_TARGET != HWY_ALTIVEC;
-
-// Whether a step asks first whether all its pixels are drawn, which then takes fewer instructions.
-constexpr bool kTestsAll = HWY_TARGET == HWY_ALTIVEC;
 
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
@@ -60,11 +55,13 @@ HWY_INLINE auto as(To d, V v) {
 }
 
 // A constant as a value like any other: g++ builds constants anew before every inner loop, which takes longer
-// than the few steps of a short row, or, on AltiVec, within the loop.
+// than the few steps of a short row.
 template <class V>
 HWY_INLINE V kept(V v) {
 #    if HWY_TARGET == HWY_AVX3
     asm("" : "+v"(v.raw));
+#    elif HWY_ARCH_X86
+    asm("" : "+x"(v.raw));
 #    elif HWY_TARGET == HWY_ALTIVEC
     asm("" : "+v"(v));
 #    endif
@@ -90,15 +87,77 @@ HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
 // well lie behind the image.
 template <size_t Bytes>
 HWY_INLINE void prefetchBehind(const uint8_t* p) {
-    if constexpr (!kPrefetches)
-        return;
     constexpr size_t kDistance = 2048, kLine = 64;
     for (size_t i = 0; i < Bytes; i += kLine)
         __builtin_prefetch(p + kDistance + i);
 }
 
-// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the masked step at
-// the end of a row, the first few; or those of two rows.
+// Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
+// sprite's edge are drawn is hard to predict.
+template <size_t Stride, class D>
+HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    using T = hn::TFromD<D>;
+    constexpr size_t kCount = hn::MaxLanes(D());
+    alignas(HWY_MAX_BYTES) T lanes[kCount], keep[kCount];
+    T elsewhere;
+    hn::Store(v, d, lanes);
+    hn::Store(hn::VecFromMask(d, mask), d, keep);
+    for (size_t i = 0; i < kCount; ++i)
+        ormsel::storeWord(keep[i] ? p + Stride * i : reinterpret_cast<uint8_t*>(&elsewhere), lanes[i]);
+    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
+}
+
+#    if HWY_TARGET == HWY_AVX2
+// Lanes of 16 bits, which no masked store takes: first those that fill a word of 32 bits together, then the
+// others, nearly always two at most.
+template <class D>
+HWY_INLINE void storeShorts(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    const hn::RepartitionToWide<D> words;
+    constexpr size_t kBytes = 2 * hn::MaxLanes(D());
+    const auto lanes = hn::VecFromMask(d, mask);
+    const auto both = as(words, lanes) == hn::Set(words, ~uint32_t{0});
+    hn::BlendedStore(as(words, v), both, words, reinterpret_cast<uint32_t*>(p));
+    const auto alone = hn::AndNot(as(d, hn::VecFromMask(words, both)), lanes);
+    uint32_t bits;
+    if constexpr (kBytes == 32)
+        bits = static_cast<uint32_t>(_mm256_movemask_epi8(alone.raw));
+    else
+        bits = static_cast<uint32_t>(_mm_movemask_epi8(alone.raw));
+    bits &= 0x55555555; // one for each lane, at the number of its first byte
+    alignas(HWY_MAX_BYTES) uint8_t bytes[kBytes];
+    uint8_t elsewhere[2];
+    hn::Store(as(hn::Repartition<uint8_t, D>(), v), hn::Repartition<uint8_t, D>(), bytes);
+    for (int i = 0; i < 2; ++i, bits &= bits - 1) {
+        const auto at = _tzcnt_u32(bits) % kBytes;
+        ormsel::storeWord(bits ? p + at : elsewhere, ormsel::loadWord<uint16_t>(bytes + at));
+    }
+    asm volatile("" : : "m"(elsewhere));
+    for (; bits; bits &= bits - 1) {
+        const auto at = _tzcnt_u32(bits);
+        ormsel::storeWord(p + at, ormsel::loadWord<uint16_t>(bytes + at));
+    }
+}
+#    endif
+
+// Stores the lanes that the mask has, and touches no other byte.
+template <class D>
+HWY_INLINE void storeLanes(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    using T = hn::TFromD<D>;
+#    if HWY_TARGET == HWY_AVX3
+    hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+#    else
+#        if HWY_TARGET == HWY_AVX2
+    if constexpr (sizeof(T) >= 4)
+        return hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+    else if constexpr (sizeof(T) == 2)
+        return storeShorts(d, v, mask, p);
+#        endif
+    storeOneByOne<sizeof(T)>(d, v, mask, p);
+#    endif
+}
+
+// Which pixels of a step count, and how they are loaded and stored: all of them; or, in the step at the end
+// of a row, the first few; or those of two rows.
 //   - load(d, p): what stands in these lanes; loadOld() the same for old destination pixels
 //   - loadOldWhere(d, mask, p): those that the mask has; the others hold anything
 //   - storeWhere(d, v, mask, p): stores the lanes that the mask has, and touches no other byte
@@ -106,6 +165,8 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
 //   - firstHalf(), secondHalf(): the 16-bit lanes of a step as two vectors of 32-bit lanes
 //   - secondSource(bytes): from the first source pixel to that of the second half, given a half's bytes
 struct Whole {
+    static constexpr bool kStoresAll = false;
+
     HWY_INLINE Whole firstHalf() const { return {}; }
     HWY_INLINE Whole secondHalf() const { return {}; }
     static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
@@ -137,31 +198,20 @@ struct Whole {
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
-        using T = hn::TFromD<D>;
-#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX2
-        if constexpr (HWY_TARGET == HWY_AVX3 || sizeof(T) >= 4) {
-            hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
-            return;
-        }
-#    endif
-        if (hn::AllTrue(d, mask)) {
-            storeAt(d, v, p);
-            return;
-        }
-#    if HWY_TARGET == HWY_ALTIVEC
-        hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
-#    else
-        alignas(HWY_MAX_BYTES) T lanes[HWY_MAX_BYTES / sizeof(T)];
-        uint8_t bytes[8] = {};
-        hn::Store(v, d, lanes);
-        hn::StoreMaskBits(d, mask, bytes);
-        uint64_t bits = 0;
-        std::memcpy(&bits, bytes, sizeof bits);
-        for (; bits; bits &= bits - 1) {
-            const auto i = static_cast<size_t>(__builtin_ctzll(bits));
-            std::memcpy(p + i * sizeof(T), lanes + i, sizeof(T));
-        }
-#    endif
+        storeLanes(d, v, mask, p);
+    }
+};
+
+// The same where every lane is known to be stored.
+struct Stored : Whole {
+    static constexpr bool kStoresAll = true;
+
+    HWY_INLINE Stored firstHalf() const { return {}; }
+    HWY_INLINE Stored secondHalf() const { return {}; }
+
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
+        storeAt(d, v, p);
     }
 };
 
@@ -173,14 +223,17 @@ struct Whole {
 // The empty asm statements: g++ would store with an extraction, which faults on pages that the mask leaves
 // out.
 struct First {
+    static constexpr bool kStoresAll = false;
+
     size_t count;
 
     HWY_INLINE First firstHalf() const { return {count < kLanes32 ? count : kLanes32}; }
     HWY_INLINE First secondHalf() const { return {count < kLanes32 ? 0 : count - kLanes32}; }
     static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
 
-    // The lanes that belong to whole groups of four pixels, as bits.
-    HWY_INLINE uint32_t grouped() const { return (1U << (count & ~size_t{3})) - 1; }
+    // The lanes that belong to whole groups of four pixels.
+    HWY_INLINE uint32_t groupedBits() const { return (1U << (count & ~size_t{3})) - 1; }
+    HWY_INLINE V16 grouped() const { return hn::VecFromMask(D16(), hn::Mask<D16>{groupedBits()}); }
 
     template <class D, class M>
     HWY_INLINE M only(D d, M mask) const {
@@ -216,7 +269,9 @@ struct First {
     HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) const {
         using T = hn::TFromD<D>;
         const size_t bytes = count * sizeof(T);
-        if (bytes > 32) {
+        if constexpr (sizeof v.raw < HWY_MAX_BYTES) {
+            hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
+        } else if (bytes > 32) {
             hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
         } else if (bytes > 16) {
             __m256i low = _mm512_castsi512_si256(v.raw);
@@ -244,7 +299,9 @@ struct TwoRows {
     HWY_INLINE First firstHalf() const { return {count}; }
     HWY_INLINE First secondHalf() const { return {count}; }
     HWY_INLINE ptrdiff_t secondSource(ptrdiff_t) const { return srcPitch; }
-    HWY_INLINE uint32_t grouped() const { return First{count}.grouped() * 0x10001; }
+    HWY_INLINE V16 grouped() const {
+        return hn::VecFromMask(D16(), hn::Mask<D16>{First{count}.groupedBits() * 0x10001});
+    }
 
     HWY_INLINE V16 loadOldWhere(D16, hn::Mask<D16> mask, const uint8_t* p) const {
         const __m256i lower = _mm256_maskz_loadu_epi16(static_cast<__mmask16>(mask.raw), p);
@@ -260,14 +317,167 @@ struct TwoRows {
     }
 };
 #    else
-// Steps that no other target has.
+#        if HWY_TARGET == HWY_ALTIVEC
+// Copies so many bytes, without a call.
+HWY_INLINE void copyBytes(uint8_t* to, const uint8_t* from, size_t bytes) {
+    size_t i = 0;
+    for (; i + 4 <= bytes; i += 4)
+        ormsel::storeWord(to + i, ormsel::loadWord<uint32_t>(from + i));
+    for (; i < bytes; ++i)
+        to[i] = from[i];
+}
+
+// The first bytes of a vector; zeros behind them. Reads no other byte.
+template <class D>
+HWY_INLINE hn::Vec<D> loadBytes(D, const uint8_t* p, size_t bytes) {
+    hn::Vec<D> v = {};
+    copyBytes(reinterpret_cast<uint8_t*>(&v), p, bytes);
+    return v;
+}
+
+template <class D>
+HWY_INLINE void storeBytes(D, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+    copyBytes(p, reinterpret_cast<const uint8_t*>(&v), bytes);
+}
+#        else
+// So many bytes, 0 to 8, as the low ones of a word; zeros above. Which way is taken is the same for all rows.
+HWY_INLINE uint64_t loadFew(const uint8_t* p, size_t bytes) {
+    if (bytes >= 8)
+        return ormsel::loadWord<uint64_t>(p);
+    if (bytes >= 4) // the last four overlap with the first ones
+        return ormsel::loadWord<uint32_t>(p) | uint64_t{ormsel::loadWord<uint32_t>(p + bytes - 4)}
+                                                   << 8 * (bytes - 4);
+    if (bytes == 0)
+        return 0;
+    return p[0] | uint64_t{p[bytes / 2]} << 8 * (bytes / 2) | uint64_t{p[bytes - 1]} << 8 * (bytes - 1);
+}
+
+HWY_INLINE void storeFew(uint64_t v, uint8_t* p, size_t bytes) {
+    if (bytes >= 8)
+        return ormsel::storeWord(p, v);
+    if (bytes & 4) {
+        ormsel::storeWord(p, static_cast<uint32_t>(v));
+        v >>= 32;
+        p += 4;
+    }
+    if (bytes & 2) {
+        ormsel::storeWord(p, static_cast<uint16_t>(v));
+        v >>= 16;
+        p += 2;
+    }
+    if (bytes & 1)
+        *p = static_cast<uint8_t>(v);
+}
+
+// The first bytes of a vector; zeros behind them. Reads no other byte.
+template <class D>
+HWY_INLINE hn::Vec<D> loadBytes(D d, const uint8_t* p, size_t bytes) {
+    constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
+    if constexpr (kBytes <= 8) {
+        using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
+        return as(d, hn::Set(hn::Simd<Word, 1, 0>(), static_cast<Word>(loadFew(p, bytes))));
+    } else {
+        const hn::Half<D> half;
+        if (bytes <= kBytes / 2)
+            return hn::ZeroExtendVector(d, loadBytes(half, p, bytes));
+        return hn::Combine(d, loadBytes(half, p + kBytes / 2, bytes - kBytes / 2), loadAt(half, p));
+    }
+}
+
+template <class D>
+HWY_INLINE void storeBytes(D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+    constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
+    if constexpr (kBytes <= 8) {
+        using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
+        storeFew(hn::GetLane(as(hn::Simd<Word, 1, 0>(), v)), p, bytes);
+    } else {
+        const hn::Half<D> half;
+        if (bytes <= kBytes / 2)
+            return storeBytes(half, hn::LowerHalf(half, v), p, bytes);
+        storeAt(half, hn::LowerHalf(half, v), p);
+        storeBytes(half, hn::UpperHalf(half, v), p + kBytes / 2, bytes - kBytes / 2);
+    }
+}
+
+#        endif
+
+// The first few pixels of a row.
 struct First {
+    static constexpr bool kStoresAll = false;
+
     size_t count;
+
+    HWY_INLINE First firstHalf() const { return {count < kLanes32 ? count : kLanes32}; }
+    HWY_INLINE First secondHalf() const { return {count < kLanes32 ? 0 : count - kLanes32}; }
+    static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
+
+    // The lanes that belong to whole groups of four pixels.
+    HWY_INLINE V16 grouped() const { return hn::VecFromMask(D16(), hn::FirstN(D16(), count & ~size_t{3})); }
+
+    template <class D, class M>
+    HWY_INLINE M only(D d, M mask) const {
+        return hn::And(mask, hn::FirstN(d, count));
+    }
+    template <class D>
+    HWY_INLINE auto load(D d, const uint8_t* p) const {
+        using T = hn::TFromD<D>;
+#        if HWY_TARGET == HWY_AVX2
+        if constexpr (sizeof(T) == 4)
+            return hn::MaskedLoad(hn::FirstN(d, count), d, reinterpret_cast<const T*>(p));
+        else
+#        endif
+            return loadBytes(d, p, count * sizeof(T));
+    }
+    template <class D>
+    HWY_INLINE auto loadOld(D d, const uint8_t* p) const {
+        return load(d, p);
+    }
+    template <class D, class M>
+    HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) const {
+        return load(d, p);
+    }
+    template <class D>
+    HWY_INLINE void store(D d, hn::Vec<D> v, uint8_t* p) const {
+        storeBytes(d, v, p, count * sizeof(hn::TFromD<D>));
+    }
+    template <class D, class V, class M>
+    HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) const {
+        storeLanes(d, v, mask, p);
+    }
 };
+
+#        if HWY_TARGET != HWY_ALTIVEC
+// The first few pixels of a row in the lower half of the lanes, and of the next row in the upper half.
+struct TwoRows {
+    size_t count;
+    ptrdiff_t srcPitch, oldPitch, dstPitch;
+
+    HWY_INLINE First firstHalf() const { return {count}; }
+    HWY_INLINE First secondHalf() const { return {count}; }
+    HWY_INLINE ptrdiff_t secondSource(ptrdiff_t) const { return srcPitch; }
+    HWY_INLINE V16 grouped() const {
+        const V16 one = First{count}.grouped();
+        return hn::ConcatLowerLower(D16(), one, one);
+    }
+    template <class M>
+    HWY_INLINE V16 loadOldWhere(D16 d, M, const uint8_t* p) const {
+        const hn::Half<D16> half;
+        const First lanes = {count};
+        return hn::Combine(d, lanes.load(half, p + oldPitch), lanes.load(half, p));
+    }
+    HWY_INLINE void storeWhere(D16 d, V16 v, hn::Mask<D16> mask, uint8_t* p) const {
+        const hn::Half<D16> half;
+        const V16 lanes = hn::VecFromMask(d, mask);
+        storeLanes(half, hn::LowerHalf(half, v), hn::MaskFromVec(hn::LowerHalf(half, lanes)), p);
+        storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
+    }
+};
+#        else
 struct TwoRows {
     size_t count;
     ptrdiff_t srcPitch, oldPitch, dstPitch;
 };
+#        endif
 #    endif
 
 #    if HWY_TARGET == HWY_ALTIVEC
@@ -286,7 +496,7 @@ struct Inside : Whole {
 
     template <class D>
     static HWY_INLINE auto load(D d, const uint8_t* p) {
-        if constexpr (D::kLanes * sizeof(hn::TFromD<D>) < HWY_MAX_BYTES)
+        if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) < HWY_MAX_BYTES)
             return loadAt(d, p);
         else if constexpr (OnVectors)
             return hn::Load(d, reinterpret_cast<const hn::TFromD<D>*>(p));
@@ -308,68 +518,21 @@ struct Inside : Whole {
     static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
         return load(d, p);
     }
+};
+
+// The same where every pixel is drawn.
+template <class Lanes>
+struct Drawn : Lanes {
+    static constexpr bool kStoresAll = true;
+
+    HWY_INLINE Drawn firstHalf() const { return {}; }
+    HWY_INLINE Drawn secondHalf() const { return {}; }
     template <class D, class V, class M>
-    static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
-        if (hn::AllTrue(d, mask))
-            store(d, v, p);
-        else
-            hn::BlendedStore(v, mask, d, reinterpret_cast<hn::TFromD<D>*>(p));
+    static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
+        Lanes::store(d, v, p);
     }
 };
 #    endif
-
-// Draws pixels of a row that fill whole vectors; see drawRows().
-template <class Step>
-HWY_INLINE void drawWholeVectors(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
-                                 size_t pixels) {
-    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
-                     kThird = Step::kThirdBytes;
-#    if HWY_TARGET == HWY_ALTIVEC
-    // Images of pixels of one size are seen from the destination, so that one register runs.
-    ptrdiff_t toSrc = src - dst, toThird = third - dst;
-    asm("" : "+r"(toSrc), "+r"(toThird));
-    const auto draw = [&](size_t from, size_t to, auto lanes) HWY_ATTR {
-        const uint8_t* s = src + from * kSrc;
-        const uint8_t* t = third + from * kThird;
-        uint8_t* d = dst + from * kDst;
-        for (size_t steps = (to - from) / kPixels; steps; --steps) {
-            if constexpr (kSrc == kDst)
-                s = d + toSrc;
-            if constexpr (kThird == kDst)
-                t = d + toThird;
-            step(s, d, t, lanes);
-            s += kPixels * kSrc, d += kPixels * kDst, t += kPixels * kThird;
-        }
-    };
-    constexpr bool kHas24 = kSrc == 3 || kDst == 3;
-    const auto place = [](const uint8_t* p, size_t bytes) {
-        return bytes % 2 ? 0 : reinterpret_cast<uintptr_t>(p) % HWY_MAX_BYTES;
-    };
-    const bool onVectors = (place(src, kSrc) | place(dst, kDst) | place(third, kThird)) == 0;
-    if (onVectors && !kHas24) {
-        draw(0, pixels, Inside<true>());
-        return;
-    }
-    // How many pixels have a vector's bytes in each image.
-    constexpr size_t kEnd = kPixels * (kHas24 && kPixels == kLanes32 ? 2 : 1);
-    if (pixels > 2 * kEnd) {
-        draw(0, kEnd, Whole());
-        if (onVectors)
-            draw(kEnd, pixels - kEnd, Inside<true>());
-        else
-            draw(kEnd, pixels - kEnd, Inside<false>());
-        draw(pixels - kEnd, pixels, Whole());
-        return;
-    }
-    draw(0, pixels, Whole());
-#    else
-    for (size_t x = 0; x < pixels; x += kPixels) {
-        prefetchBehind<kPixels * kSrc>(src + x * kSrc);
-        prefetchBehind<kPixels * kDst>(dst + x * kDst);
-        step(src + x * kSrc, dst + x * kDst, third + x * kThird, Whole());
-    }
-#    endif
-}
 
 // One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
 HWY_INLINE V32 spread24(V32 packed) {
@@ -382,6 +545,9 @@ HWY_INLINE V32 spread24(V32 packed) {
     // Each block of 16 bytes gets its own three words.
     alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
     packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
+#    elif HWY_TARGET == HWY_AVX2
+    alignas(32) static constexpr int32_t kBlocks[8] = {0, 1, 2, 2, 3, 4, 5, 5};
+    packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
 #    endif
     return as(D32(),
               hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kBigEndian ? kBig : kLittle)));
@@ -393,10 +559,6 @@ HWY_INLINE V32 load24(const uint8_t* p, Whole) {
 #    if HWY_TARGET == HWY_AVX3
     return spread24(
         hn::MaskedLoad(hn::FirstN(d32, kLanes32 / 4 * 3), d32, reinterpret_cast<const uint32_t*>(p)));
-#    elif HWY_TARGET == HWY_ALTIVEC
-    V32 packed;
-    std::memcpy(&packed, p, 3 * kLanes32);
-    return spread24(packed);
 #    elif HWY_TARGET == HWY_AVX2
     // Bytes 0 to 15 and 8 to 23: the upper block has its first pixel in bytes 4 to 6.
     alignas(32) static constexpr uint8_t kSpread[32] = {
@@ -405,6 +567,10 @@ HWY_INLINE V32 load24(const uint8_t* p, Whole) {
     const hn::Full128<uint8_t> block;
     const auto bytes = hn::Combine(D8(), loadAt(block, p + 8), loadAt(block, p));
     return as(d32, hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kSpread)));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    V32 packed;
+    std::memcpy(&packed, p, 3 * kLanes32);
+    return spread24(packed);
 #    else
     const hn::Half<D64> half;
     return spread24(
@@ -412,16 +578,18 @@ HWY_INLINE V32 load24(const uint8_t* p, Whole) {
 #    endif
 }
 
-#    if HWY_TARGET == HWY_AVX3
 HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
     const D8 d8;
+#    if HWY_TARGET == HWY_AVX3
     return spread24(as(D32(), hn::MaskedLoad(hn::FirstN(d8, lanes.count * 3), d8, p)));
-}
+#    else
+    return spread24(as(D32(), loadBytes(d8, p, lanes.count * 3)));
 #    endif
+}
 
 #    if HWY_TARGET == HWY_ALTIVEC
-template <bool OnVectors>
-HWY_INLINE V32 load24(const uint8_t* p, Inside<OnVectors>) {
+template <class Lanes>
+HWY_INLINE V32 load24(const uint8_t* p, Lanes) {
     return spread24(as(D32(), loadInside(p, 3 * kLanes32 - 1)));
 }
 #    endif
@@ -447,6 +615,20 @@ HWY_INLINE V32 pack24(V32 v) {
 #    endif
 }
 
+HWY_INLINE void store24(V32 v, uint8_t* p, Whole) {
+    const V32 packed = pack24(v);
+    std::memcpy(p, &packed, 3 * kLanes32);
+}
+
+HWY_INLINE void store24(V32 v, uint8_t* p, First lanes) {
+    const D8 d8;
+#    if HWY_TARGET == HWY_AVX3
+    hn::BlendedStore(as(d8, pack24(v)), hn::FirstN(d8, 3 * lanes.count), d8, p);
+#    else
+    storeBytes(d8, as(d8, pack24(v)), p, 3 * lanes.count);
+#    endif
+}
+
 // --- Arithmetic ---------------------------------------------------------------------------------------
 
 // Byte shuffles within 16-byte blocks; an index of 0x80 gives 0.
@@ -456,7 +638,7 @@ struct Shuffle {
     HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
 };
 
-// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i. Bytes of a lane are counted
+// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i. A lane's bytes are counted
 // from its lowest.
 HWY_INLINE Shuffle shuffleOfBytes(uint32_t from) {
     alignas(16) static constexpr uint32_t kLane[4] = {0, 0x04040404, 0x08080808, 0x0C0C0C0C};
@@ -523,46 +705,58 @@ HWY_INLINE V addBits(V mask, V a, V b) {
 #    if HWY_TARGET == HWY_AVX3
     return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xEA)};
 #    elif HWY_TARGET == HWY_ALTIVEC
-    return hn::IfThenElse(mask, a, b);
+    return select(mask, a, b);
 #    else
     return hn::Or(hn::And(mask, a), b);
 #    endif
 }
 
-// Blends channels of 8 bits, one in each 16-bit lane: 256 * d + (s - d) * a, whose high byte is
-// d + floor((s - d) * a / 256), a from 0 to 256. old256 is 256 * d.
-//
-// Lanes of 16 bits are enough although (s - d) * a needs 17: the sum is a mean of s and d times 256, so that
-// it lies in 0..65280, and the wrapping arithmetic gives it exactly.
-HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 old256, V16 a) {
-    return (s - d) * a + old256;
+// Of A8R8G8B8 pixels the bits of green, and of alpha where the weight, in both halves, is 0. Weights are
+// below 2^15.
+HWY_INLINE V32 greenAndKeptAlpha(V16 weights) {
+    const D32 d32;
+#    if HWY_TARGET == HWY_AVX3
+    return hn::IfThenElse(as(d32, weights) == hn::Zero(d32), hn::Set(d32, 0xFF00FF00),
+                          hn::Set(d32, 0x0000FF00));
+#    else
+    const hn::RebindToSigned<D16> i16;
+    const auto above = as(i16, hn::Set(d32, 0x00017FFF)) > as(i16, weights);
+    return hn::And(as(d32, hn::VecFromMask(i16, above)), hn::Set(d32, 0xFF00FF00));
+#    endif
 }
 
-// Blends the colours of A8R8G8B8 pixels as mixColours32() does; 0 in the alpha byte. a holds the weight in
-// both 16-bit lanes of each pixel.
-HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a) {
+// Blends channels of 8 bits, one in each 16-bit lane: d + floor((s - d) * a / 256) in the high byte, a from 0
+// to 256 and rest = 256 - a. The sum is a mean of s and d times 256, at most 65280.
+HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 a, V16 rest) {
+    return s * a + d * rest;
+}
+
+// Blends A8R8G8B8 pixels as mixColours32() does. a holds the weight in both 16-bit lanes of each pixel. Of
+// the mixed green and alpha, the bits of `taken` stay.
+HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a, V32 taken) {
     const D16 d16;
     const D32 d32;
-    const auto low = hn::Set(d16, 0x00FF);
-    const V16 s16 = as(d16, s), dd = as(d16, d);
-    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(dd, low), hn::ShiftLeft<8>(dd), a));
-    const V16 g = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(dd), hn::AndNot(low, dd), a);
-    return select(hn::Set(d32, 0x0000FF00), as(d32, g), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
+    const V16 low = hn::Set(d16, 0x00FF), s16 = as(d16, s), old = as(d16, d), rest = hn::Set(d16, 256) - a;
+    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(old, low), a, rest));
+    const V16 ag = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(old), a, rest);
+    return addBits(taken, as(d32, ag), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
 }
 
-// How much of each A8R8G8B8 pixel's colours is drawn: its alpha A times a constant one, A * C >> 8. What
-// mixColours() takes, and not 0 in the 32-bit lanes of pixels that are drawn.
+// The weights of pixels onto A8R8G8B8: alpha A times a constant one, A * C >> 8. As 32-bit lanes they are 0
+// where nothing is drawn.
 #    if HWY_TARGET == HWY_ALTIVEC
 template <uint32_t AlphaByte>
 struct AlphaWeights {
-    V8 constant, highBytes = kept(V8{0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30});
+    using Type = V8; // the weight in the bytes of the colours, 0 in that of alpha
+
+    V8 constant;
     Shuffle ofColours;
 
     explicit HWY_INLINE AlphaWeights(uint32_t constantAlpha)
         : constant(hn::Set(D8(), static_cast<uint8_t>(constantAlpha))),
-          ofColours(shuffleOfBytes(bytesFrom(kHigh, kHigh, kHigh, 0x80))) {}
+          ofColours(shuffleOfBytes(bytesFrom(AlphaByte | 1, AlphaByte | 1, AlphaByte | 1, 0x80))) {}
 
-    // Of the products of all bytes, the high bytes of those with A, where the colours stand.
+    // Of the products of all bytes, the high bytes of those with A.
     HWY_INLINE V8 operator()(V32 s) const {
         const V8 bytes = as(D8(), s);
         const V16 products =
@@ -570,21 +764,25 @@ struct AlphaWeights {
         return as(D8(), ofColours(as(D32(), products)));
     }
 
-    // By s * a + d * (256 - a). It gives 0 where a is 0.
-    HWY_INLINE V32 mix(V32 s, V32 d, V8 a) const {
-        const D8 d8;
-        const V8 rest = -a, s8 = as(d8, s), old = as(d8, d);
+    // Mixes by s * a + d * (256 - a), where the second factor is 0 for a weight of 0: it gives 0 then.
+    template <class Lanes>
+    static HWY_INLINE V32 mix(V32 s, V32 d, V8 a, Lanes) {
+        const V8 rest = -a, s8 = as(D8(), s), old = as(D8(), d);
         const V16 even = __builtin_vec_mule(s8, a) + __builtin_vec_mule(old, rest);
         const V16 odd = __builtin_vec_mulo(s8, a) + __builtin_vec_mulo(old, rest);
-        return as(D32(), __builtin_vec_perm(as(d8, even), as(d8, odd), highBytes));
+        constexpr V8 kHighBytes = {0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30};
+        const V32 mixed = as(D32(), __builtin_vec_perm(as(D8(), even), as(D8(), odd), kHighBytes));
+        if constexpr (Lanes::kStoresAll)
+            return mixed;
+        else
+            return hn::IfThenElse(hn::Eq(as(D32(), a), V32{}), d, mixed);
     }
-
-private:
-    static constexpr uint32_t kHigh = AlphaByte | 1;
 };
 #    else
 template <uint32_t AlphaByte>
 struct AlphaWeights {
+    using Type = V16; // in both halves of each pixel
+
     V16 constant;
     Shuffle alphaHigh;
 
@@ -594,7 +792,11 @@ struct AlphaWeights {
 
     // 256 * A * C >> 16
     HWY_INLINE V16 operator()(V32 s) const { return hn::MulHigh(as(D16(), alphaHigh(s)), constant); }
-    static HWY_INLINE V32 mix(V32 s, V32 d, V16 a) { return mixColours(s, d, a); }
+
+    template <class Lanes>
+    static HWY_INLINE V32 mix(V32 s, V32 d, V16 a, Lanes) {
+        return mixColours(s, d, a, greenAndKeptAlpha(a));
+    }
 };
 #    endif
 
@@ -623,6 +825,7 @@ struct Zipped {
 struct Halves {
     V16 low, high;
 
+    Halves() = default;
     HWY_INLINE Halves(V32 first, V32 second) {
         const D16 d16;
         const V16 lower = as(d16, first), upper = as(d16, second);
@@ -654,8 +857,6 @@ struct StoreSet {
     D d;
     hn::Mask<D> lanes;
 
-    HWY_INLINE bool isEmpty() const { return hn::AllFalse(d, lanes); }
-
     // Their old pixels as lanes of To; the other lanes hold anything.
     template <class To, class Lanes>
     HWY_INLINE auto loadOld(To to, const uint8_t* p, const Lanes& step) const {
@@ -663,13 +864,19 @@ struct StoreSet {
     }
 };
 
+#    if HWY_TARGET == HWY_ALTIVEC
+// With lanes that are not 0 for those stored, and such with something drawn, of which all are stored.
+struct DrawnSet : StoreSet<D32> {
+    V32 drawn;
+};
+#    endif
+
 // Pixels of a generic blit, which are stored one by one. drawn has one 32-bit lane a pixel.
 template <int Bytes>
 struct GenericPixels;
 
 template <>
 struct GenericPixels<4> : StoreSet<D32> {
-    explicit HWY_INLINE GenericPixels(M32 drawn) : StoreSet<D32>{D32(), drawn} {}
 
     template <class Lanes>
     HWY_INLINE V32 loadOld(const uint8_t* p, const Lanes& step) const {
@@ -685,16 +892,10 @@ struct GenericPixels<4> : StoreSet<D32> {
 // pixel is drawn, too. Old pixels come from one byte further on, see loadOldPixel(); a pixel's own store
 // never changes what a later one reads there.
 template <>
-struct GenericPixels<3> {
-    M32 drawn;
-
-    explicit HWY_INLINE GenericPixels(M32 d) : drawn(d) {}
-
-    HWY_INLINE bool isEmpty() const { return hn::AllFalse(D32(), drawn); }
-
+struct GenericPixels<3> : StoreSet<D32> {
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
-    HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249) * 7; }
+    HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
 
     template <class Lanes>
     HWY_INLINE V32 loadOld(const uint8_t* p, Lanes) const {
@@ -704,9 +905,9 @@ struct GenericPixels<3> {
     // for it, even where the mask has no byte.
     template <class Lanes>
     HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
-        const uint64_t starts = _pdep_u64(_cvtmask16_u32(drawn.raw), 0x0000249249249249);
+        const uint64_t starts = _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249);
         const uint64_t stored = starts * 7 | starts << 3;
-        const V32 packed = pack24(hn::IfThenElseZero(drawn, v));
+        const V32 packed = pack24(hn::IfThenElseZero(lanes, v));
         _mm256_mask_storeu_epi8(p, _cvtu32_mask32(static_cast<uint32_t>(stored)),
                                 _mm512_castsi512_si256(packed.raw));
         _mm_mask_storeu_epi8(p + 32, static_cast<__mmask16>(stored >> 32),
@@ -715,42 +916,29 @@ struct GenericPixels<3> {
             p[48] = 0;
     }
 #    else
-    HWY_INLINE V32 loadOld(const uint8_t* p, Whole whole) const { return load24(p + 1, whole); }
+    template <class Lanes>
+    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
+        return load24(p + 1, step);
+    }
 
     // In plain stores, for the same reason.
-    HWY_INLINE void store(V32 v, uint8_t* p, Whole) const {
-        const D32 d32;
-        if (hn::AllTrue(d32, drawn)) {
-            const V32 bytes = pack24(v);
-            constexpr size_t kBytes = 3 * kLanes32;
-#        if HWY_TARGET == HWY_AVX2
-            storeAt(hn::Full128<uint32_t>(), hn::LowerHalf(bytes), p);
-            const auto upper = hn::UpperHalf(hn::Half<D32>(), bytes);
-            std::memcpy(p + 16, &upper, kBytes - 16);
-#        else
-            std::memcpy(p, &bytes, kBytes);
-#        endif
-            p[kBytes] = 0;
+    template <class Lanes>
+    HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
+        if constexpr (Lanes::kStoresAll) {
+            storeBytes(D8(), as(D8(), pack24(v)), p, 3 * kLanes32);
+            p[3 * kLanes32] = 0;
             return;
         }
-        // Which pixels of a sprite's edge are drawn is hard to predict: the others are stored elsewhere.
-        alignas(HWY_MAX_BYTES) uint32_t pixels[kLanes32], keep[kLanes32];
-        uint8_t elsewhere[4];
         // A store's fourth byte is the zero.
-        const V32 inMemory = kBigEndian ? hn::ShiftLeft<8>(v) : hn::And(v, hn::Set(d32, 0xFFFFFF));
-        hn::Store(inMemory, d32, pixels);
-        hn::Store(hn::VecFromMask(d32, drawn), d32, keep);
-        for (size_t i = 0; i < kLanes32; ++i)
-            ormsel::storeWord(keep[i] ? p + 3 * i : elsewhere, pixels[i]);
-        asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
+        storeOneByOne<3>(d, kBigEndian ? hn::ShiftLeft<8>(v) : hn::And(v, hn::Set(d, 0xFFFFFF)), lanes, p);
     }
 #    endif
 };
 
 // Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0 in each lane to be drawn.
 #    if HWY_TARGET == HWY_ALTIVEC
-HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, Whole) {
-    return {D32(), hn::Or(drawn, hn::Reverse2(D32(), drawn))};
+HWY_INLINE DrawnSet pairsOf(V32 drawn, Whole) {
+    return {{D32(), hn::Or(drawn, hn::Reverse2(D32(), drawn))}, drawn};
 }
 #    else
 HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
@@ -759,14 +947,12 @@ HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
 }
 #    endif
 
-#    if HWY_TARGET == HWY_AVX3
 // The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0.
 HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
     const D32 d32;
     const auto pair = hn::Or(drawn, hn::Reverse2(d32, drawn));
     return {d32, lanes.only(d32, hn::Ne(pair, hn::Zero(d32)))};
 }
-#    endif
 
 // Pixels of R5G6B5 go in words of two, four pixels in a group: see storeUnit(). drawn is not 0 in each
 // lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
@@ -775,27 +961,111 @@ HWY_INLINE V32 besideJustOne(V16 drawn) {
     return hn::Reverse2(D32(), halvesDiffer(hn::Min(drawn, hn::Set(D16(), 1))));
 }
 
+#    if HWY_TARGET == HWY_ALTIVEC
+template <bool OnVectors>
+HWY_INLINE DrawnSet groupsOf(V16 drawn, Inside<OnVectors>) {
+    const V32 words = as(D32(), drawn);
+    return {{D32(), hn::Or(words, besideJustOne(drawn))}, words};
+}
+#    endif
+
 HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     const D32 d32;
-    const V32 stored = hn::Or(as(d32, drawn), besideJustOne(drawn));
-#    if HWY_TARGET == HWY_ALTIVEC
-    return {d32, stored};
-#    else
-    return {d32, hn::Ne(stored, hn::Zero(d32))};
-#    endif
+    return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
 }
 
-#    if HWY_TARGET == HWY_AVX3
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
 template <class Lanes>
 HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
     const D16 d16;
     const D32 d32;
-    const V16 grouped = hn::VecFromMask(d16, hn::Mask<D16>{lanes.grouped()});
     const V32 beside = besideJustOne(drawn);
     const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside is 1 or all ones
     const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));
-    return {d16, hn::Ne(hn::Or(drawn, hn::And(words, grouped)), hn::Zero(d16))};
+    return {d16, hn::Ne(hn::Or(drawn, hn::And(words, lanes.grouped())), hn::Zero(d16))};
+}
+
+#    if HWY_TARGET == HWY_ALTIVEC
+// --- Rows ---------------------------------------------------------------------------------------------
+
+// Draws one step. A branch costs little here, and a store of some lanes much.
+template <class Step, class Lanes>
+HWY_INLINE void drawVector(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                           Lanes lanes) {
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; }) {
+        const auto& stored = weighed.stored;
+        const auto drawn = [&]() HWY_ATTR {
+            if constexpr (requires { stored.drawn; })
+                return stored.drawn;
+            else
+                return stored.lanes;
+        }();
+        if (__builtin_expect(hn::AllTrue(stored.d, drawn), true))
+            step.draw(weighed, dst, third, Drawn<Lanes>());
+        else if (!hn::AllFalse(stored.d, drawn))
+            step.draw(weighed, dst, third, lanes);
+    } else {
+        step.draw(weighed, dst, third, lanes);
+    }
+}
+
+// Draws so many steps. Images of pixels of one size are seen from the destination, so that one register runs.
+template <class Step, class Lanes>
+HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                            size_t steps, Lanes lanes) {
+    constexpr size_t kSrc = Step::kSrcBytes, kDst = Step::kDstBytes, kThird = Step::kThirdBytes;
+    ptrdiff_t toSrc = src - dst, toThird = third - dst;
+    asm("" : "+r"(toSrc), "+r"(toThird));
+    for (; steps; --steps) {
+        drawVector(step, kSrc == kDst ? dst + toSrc : src, dst, kThird == kDst ? dst + toThird : third,
+                   lanes);
+        src += Step::kPixels * kSrc, dst += Step::kPixels * kDst, third += Step::kPixels * kThird;
+    }
+}
+
+// Walks the rows of a block; see drawRows().
+template <class Step>
+HWY_INLINE void drawRowsByVectors(const Block& b, const Step& step, const uint8_t* third,
+                                  ptrdiff_t thirdPitch) {
+    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
+                     kThird = Step::kThirdBytes;
+    constexpr bool kHas24 = kSrc == 3 || kDst == 3;
+    // How many steps have a vector's bytes in each image: so many at each end of a row are not inside.
+    constexpr size_t kEnd = kHas24 && kPixels == kLanes32 ? 2 : 1;
+    const size_t steps = b.width / kPixels, left = b.width % kPixels;
+    const auto place = [](const uint8_t* p, ptrdiff_t pitch, size_t bytes) {
+        return bytes % 2 ? 0
+                         : (reinterpret_cast<uintptr_t>(p) | static_cast<uintptr_t>(pitch)) % HWY_MAX_BYTES;
+    };
+    const bool onVectors = (place(b.src, b.srcPitch, kSrc) | place(b.dst, b.dstPitch, kDst) |
+                            place(third, thirdPitch, kThird)) == 0;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch, third += thirdPitch) {
+        const auto draw = [&](size_t from, size_t to, auto lanes) HWY_ATTR {
+            drawVectors(step, src + from * kPixels * kSrc, dst + from * kPixels * kDst,
+                        third + from * kPixels * kThird, to - from, lanes);
+        };
+        if (onVectors && !kHas24) {
+            draw(0, steps, Inside<true>());
+        } else if (steps > 2 * kEnd) {
+            draw(0, kEnd, Whole());
+            if (onVectors)
+                draw(kEnd, steps - kEnd, Inside<true>());
+            else
+                draw(kEnd, steps - kEnd, Inside<false>());
+            draw(steps - kEnd, steps, Whole());
+        } else {
+            draw(0, steps, Whole());
+        }
+        if (left) {
+            const size_t x = steps * kPixels;
+            const First lanes{left};
+            step.draw(step.weigh(src + x * kSrc, third + x * kThird, lanes), dst + x * kDst,
+                      third + x * kThird, lanes);
+        }
+    }
 }
 #    endif
 
