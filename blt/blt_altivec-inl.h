@@ -105,14 +105,16 @@ HWY_INLINE Vec<D> Set(D, TFromD<D> lanes) {
 
 // --- Loads and stores ---------------------------------------------------------------------------------
 
+typedef Bytes BytesOfAny __attribute__((may_alias));
+
 // At a multiple of 16 bytes.
 template <class D>
 HWY_INLINE Vec<D> Load(D, const TFromD<D>* p) {
-    return (Vec<D>)__builtin_vec_ld(0, reinterpret_cast<const unsigned char*>(p));
+    return (Vec<D>)*reinterpret_cast<const BytesOfAny*>(p);
 }
 template <class D>
 HWY_INLINE void Store(Vec<D> v, D, TFromD<D>* p) {
-    __builtin_vec_st((Bytes)v, 0, reinterpret_cast<unsigned char*>(p));
+    *reinterpret_cast<BytesOfAny*>(p) = (Bytes)v;
 }
 template <class D>
 HWY_INLINE Vec<D> LoadDup128(D d, const TFromD<D>* p) {
@@ -215,9 +217,12 @@ HWY_INLINE Words ZipUpper(ScalableTag<uint32_t>, Shorts a, Shorts b) {
     return (Words)__builtin_vec_mergel(a, b);
 }
 
-// An index from 0x80 on gives 0.
+// An index from 0x80 on gives 0: as an index of the instruction it is one of a second vector's bytes.
+HWY_INLINE Bytes IndexOr0(Bytes index) {
+    return index | (index >> 7 << 4);
+}
 HWY_INLINE Bytes TableLookupBytesOr0(Bytes v, Bytes index) {
-    return __builtin_vec_perm(v, Bytes{}, index | (index >> 7 << 4));
+    return __builtin_vec_perm(v, Bytes{}, IndexOr0(index));
 }
 
 HWY_INLINE Shorts PromoteTo(ScalableTag<uint16_t>, Bytes v) {

@@ -174,7 +174,7 @@ struct AlphaOntoA8R8G8B8Step {
     template <class P, class Lanes>
     HWY_INLINE void draw(const P& w, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
         const V32 d = w.stored.loadOld(D32(), old, lanes);
-        const V32 mixed = Weights::mix(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a, lanes);
+        const V32 mixed = weights.mix(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a, lanes);
         lanes.storeWhere(w.stored.d, as(w.stored.d, mixed), w.stored.lanes, dst);
     }
 

@@ -518,6 +518,13 @@ struct Inside : Whole {
     static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
         return load(d, p);
     }
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
+        if (hn::AllTrue(d, mask))
+            store(d, v, p);
+        else
+            storeLanes(d, v, mask, p);
+    }
 };
 
 // The same where every pixel is drawn.
@@ -635,7 +642,13 @@ HWY_INLINE void store24(V32 v, uint8_t* p, First lanes) {
 struct Shuffle {
     V8 index;
 
-    HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
+    HWY_INLINE V32 operator()(V32 v) const {
+#    if HWY_TARGET == HWY_ALTIVEC
+        return as(D32(), __builtin_vec_perm(as(D8(), v), V8{}, index));
+#    else
+        return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index));
+#    endif
+    }
 };
 
 // The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i. A lane's bytes are counted
@@ -645,7 +658,11 @@ HWY_INLINE Shuffle shuffleOfBytes(uint32_t from) {
     const D32 d32;
     const uint32_t inMemory = kBigEndian ? from ^ 0x03030303 : from;
     const V8 index = as(D8(), hn::Set(d32, inMemory) + hn::LoadDup128(d32, kLane));
-    return {HWY_TARGET == HWY_ALTIVEC ? kept(index) : index};
+#    if HWY_TARGET == HWY_ALTIVEC
+    return {kept(hn::IndexOr0(index))};
+#    else
+    return {index};
+#    endif
 }
 
 // The argument of shuffleOfBytes() for four bytes, the lowest first; 0x80 gives a 0.
@@ -749,7 +766,7 @@ template <uint32_t AlphaByte>
 struct AlphaWeights {
     using Type = V8; // the weight in the bytes of the colours, 0 in that of alpha
 
-    V8 constant;
+    V8 constant, highBytes = kept(V8{0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30});
     Shuffle ofColours;
 
     explicit HWY_INLINE AlphaWeights(uint32_t constantAlpha)
@@ -766,12 +783,11 @@ struct AlphaWeights {
 
     // Mixes by s * a + d * (256 - a), where the second factor is 0 for a weight of 0: it gives 0 then.
     template <class Lanes>
-    static HWY_INLINE V32 mix(V32 s, V32 d, V8 a, Lanes) {
+    HWY_INLINE V32 mix(V32 s, V32 d, V8 a, Lanes) const {
         const V8 rest = -a, s8 = as(D8(), s), old = as(D8(), d);
         const V16 even = __builtin_vec_mule(s8, a) + __builtin_vec_mule(old, rest);
         const V16 odd = __builtin_vec_mulo(s8, a) + __builtin_vec_mulo(old, rest);
-        constexpr V8 kHighBytes = {0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30};
-        const V32 mixed = as(D32(), __builtin_vec_perm(as(D8(), even), as(D8(), odd), kHighBytes));
+        const V32 mixed = as(D32(), __builtin_vec_perm(as(D8(), even), as(D8(), odd), highBytes));
         if constexpr (Lanes::kStoresAll)
             return mixed;
         else
@@ -836,10 +852,10 @@ struct Halves {
 
 // A logical shift to the right by a count known at run time.
 struct RightShift {
-#    if HWY_TARGET == HWY_AVX3
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_ALTIVEC
     V16 by; // one instruction; a single count takes two
 
-    explicit HWY_INLINE RightShift(uint32_t n) : by(hn::Set(D16(), static_cast<uint16_t>(n))) {}
+    explicit HWY_INLINE RightShift(uint32_t n) : by(kept16(static_cast<uint16_t>(n))) {}
     HWY_INLINE V16 operator()(V16 v) const { return v >> by; }
 #    else
     int by;
@@ -848,6 +864,16 @@ struct RightShift {
     HWY_INLINE V16 operator()(V16 v) const { return hn::ShiftRightSame(v, by); }
 #    endif
 };
+
+// The lanes that are not 0.
+template <class D>
+HWY_INLINE hn::Mask<D> notZero(D d, hn::Vec<D> v) {
+#    if HWY_TARGET == HWY_ALTIVEC
+    return (void)d, v;
+#    else
+    return hn::Ne(v, hn::Zero(d));
+#    endif
+}
 
 // --- Write sets ---------------------------------------------------------------------------------------
 
@@ -971,7 +997,7 @@ HWY_INLINE DrawnSet groupsOf(V16 drawn, Inside<OnVectors>) {
 
 HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     const D32 d32;
-    return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
+    return {d32, notZero(d32, hn::Or(as(d32, drawn), besideJustOne(drawn)))};
 }
 
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
@@ -1026,10 +1052,11 @@ HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, 
 
 // Walks the rows of a block; see drawRows().
 template <class Step>
-HWY_INLINE void drawRowsByVectors(const Block& b, const Step& step, const uint8_t* third,
+HWY_INLINE void drawRowsByVectors(const Block& b, const Step& inMemory, const uint8_t* third,
                                   ptrdiff_t thirdPitch) {
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
                      kThird = Step::kThirdBytes;
+    const Step step = inMemory; // in registers
     constexpr bool kHas24 = kSrc == 3 || kDst == 3;
     // How many steps have a vector's bytes in each image: so many at each end of a row are not inside.
     constexpr size_t kEnd = kHas24 && kPixels == kLanes32 ? 2 : 1;
