@@ -272,21 +272,21 @@ struct AlphaOntoR5G6B5Step {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2, kThirdBytes = 2;
     static constexpr bool kTakesTwoRows = true;
 
-    explicit HWY_INLINE AlphaOntoR5G6B5Step(uint32_t constantAlpha)
-        : constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))),
-          alphaToTop(shuffleOfBytes(bytesFrom(1, 2, 3, 0))) {}
-
-    // Pixels with alpha on top, and green below the middle.
-    template <class Lanes>
-    HWY_INLINE V32 load(const uint8_t* src, Lanes lanes) const {
+    explicit HWY_INLINE AlphaOntoR5G6B5Step(uint32_t constantAlpha) : faded(constantAlpha) {
+        // Green is below the middle, with alpha on top.
         static_assert(L::kA == 24 ? L::kG == 8 : L::kA == 0 && L::kG == 16);
-        const V32 s = lanes.load(D32(), src);
-        return L::kA == 24 ? s : alphaToTop(s);
     }
 
-    // A * C >> 11 as A * 32 * C >> 16; or A >> 3. From 0 to 31.
+    template <class Lanes>
+    HWY_INLINE Halves load(const uint8_t* src, Lanes lanes) const {
+        const D32 d32;
+        return halves(lanes.firstHalf().load(d32, src),
+                      lanes.secondHalf().load(d32, src + lanes.secondSource(4 * kLanes32)));
+    }
+
+    // A * C >> 11, or A >> 3. From 0 to 31.
     HWY_INLINE V16 weightOf(const Halves& s) const {
-        return Faded ? hn::MulHigh(hn::ShiftRight<8>(s.high), constant32) : hn::ShiftRight<11>(s.high);
+        return Faded ? faded(s.high) : hn::ShiftRight<11>(s.high);
     }
 
     template <class Lanes>
@@ -296,9 +296,7 @@ struct AlphaOntoR5G6B5Step {
         decltype(groupsOf(V16(), Lanes())) stored;
 
         HWY_INLINE Pixels(const AlphaOntoR5G6B5Step& step, const uint8_t* src, Lanes lanes)
-            : s(step.load(src, lanes.firstHalf()),
-                step.load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf())),
-              a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
+            : s(step.load(src, lanes)), a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
     };
 
     template <class Lanes>
@@ -315,8 +313,9 @@ struct AlphaOntoR5G6B5Step {
         lanes.storeWhere(w.stored.d, as(w.stored.d, mixed), w.stored.lanes, dst);
     }
 
-    V16 constant32, thirty = kept16(30);
-    Shuffle alphaToTop;
+    AlphaOf32 faded;
+    HalvesAlphaHigh<L::kA == 0> halves;
+    V16 thirty = kept16(30);
     Weights weights;
     ToR5G6B5<(L::kR > L::kB)> toR5G6B5;
 };

@@ -837,6 +837,25 @@ struct Zipped {
           second(kBigEndian ? hn::ZipUpper(D32(), high, low) : hn::ZipUpper(D32(), low, high)) {}
 };
 
+// A weight of 32nds: A * C >> 11, alpha A in the high byte of 16-bit lanes.
+struct AlphaOf32 {
+#    if HWY_TARGET == HWY_ALTIVEC
+    V8 constant;
+
+    explicit HWY_INLINE AlphaOf32(uint32_t constantAlpha)
+        : constant(kept(hn::Set(D8(), static_cast<uint8_t>(constantAlpha)))) {}
+    HWY_INLINE V16 operator()(V16 high) const {
+        return hn::ShiftRight<11>(V16(__builtin_vec_mule(as(D8(), high), constant)));
+    }
+#    else
+    V16 constant32;
+
+    explicit HWY_INLINE AlphaOf32(uint32_t constantAlpha)
+        : constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))) {}
+    HWY_INLINE V16 operator()(V16 high) const { return hn::MulHigh(hn::ShiftRight<8>(high), constant32); }
+#    endif
+};
+
 // Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
 struct Halves {
     V16 low, high;
@@ -847,6 +866,33 @@ struct Halves {
         const V16 lower = as(d16, first), upper = as(d16, second);
         low = kBigEndian ? hn::ConcatOdd(d16, upper, lower) : hn::ConcatEven(d16, upper, lower);
         high = kBigEndian ? hn::ConcatEven(d16, upper, lower) : hn::ConcatOdd(d16, upper, lower);
+    }
+};
+
+// Halves of pixels whose alpha is the lowest byte or the highest; the halves have it on top.
+template <bool AlphaIsLow>
+struct HalvesAlphaHigh {
+#    if HWY_TARGET == HWY_ALTIVEC
+    V8 low = kept(V8{1, 2, 5, 6, 9, 10, 13, 14, 17, 18, 21, 22, 25, 26, 29, 30}),
+       high = kept(V8{3, 0, 7, 4, 11, 8, 15, 12, 19, 16, 23, 20, 27, 24, 31, 28});
+
+    HWY_INLINE HalvesAlphaHigh() {}
+    HWY_INLINE Halves operator()(V32 first, V32 second) const {
+        if constexpr (AlphaIsLow) {
+            Halves halves;
+            halves.low = as(D16(), __builtin_vec_perm(as(D8(), first), as(D8(), second), low));
+            halves.high = as(D16(), __builtin_vec_perm(as(D8(), first), as(D8(), second), high));
+            return halves;
+        }
+#    else
+    Shuffle alphaToTop = shuffleOfBytes(bytesFrom(1, 2, 3, 0));
+
+    HWY_INLINE HalvesAlphaHigh() {}
+    HWY_INLINE Halves operator()(V32 first, V32 second) const {
+        if constexpr (AlphaIsLow)
+            return {alphaToTop(first), alphaToTop(second)};
+#    endif
+        return {first, second};
     }
 };
 
@@ -1050,48 +1096,57 @@ HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, 
     }
 }
 
+// Draws the end of a row.
+template <class Step>
+HWY_INLINE void drawLeft(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                         size_t pixels) {
+    const First lanes{pixels};
+    step.draw(step.weigh(src, third, lanes), dst, third, lanes);
+}
+
 // Walks the rows of a block; see drawRows().
 template <class Step>
 HWY_INLINE void drawRowsByVectors(const Block& b, const Step& inMemory, const uint8_t* third,
                                   ptrdiff_t thirdPitch) {
-    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
-                     kThird = Step::kThirdBytes;
+    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kPixels * Step::kSrcBytes,
+                     kDst = Step::kPixels * Step::kDstBytes, kThird = Step::kPixels * Step::kThirdBytes;
+    constexpr bool kHas24 = Step::kSrcBytes == 3 || Step::kDstBytes == 3;
     const Step step = inMemory; // in registers
-    constexpr bool kHas24 = kSrc == 3 || kDst == 3;
-    // How many steps have a vector's bytes in each image: so many at each end of a row are not inside.
-    constexpr size_t kEnd = kHas24 && kPixels == kLanes32 ? 2 : 1;
     const size_t steps = b.width / kPixels, left = b.width % kPixels;
+    const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
     const auto place = [](const uint8_t* p, ptrdiff_t pitch, size_t bytes) {
         return bytes % 2 ? 0
                          : (reinterpret_cast<uintptr_t>(p) | static_cast<uintptr_t>(pitch)) % HWY_MAX_BYTES;
     };
-    const bool onVectors = (place(b.src, b.srcPitch, kSrc) | place(b.dst, b.dstPitch, kDst) |
-                            place(third, thirdPitch, kThird)) == 0;
-    const uint8_t* src = b.src;
-    uint8_t* dst = b.dst;
-    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch, third += thirdPitch) {
-        const auto draw = [&](size_t from, size_t to, auto lanes) HWY_ATTR {
-            drawVectors(step, src + from * kPixels * kSrc, dst + from * kPixels * kDst,
-                        third + from * kPixels * kThird, to - from, lanes);
-        };
-        if (onVectors && !kHas24) {
-            draw(0, steps, Inside<true>());
-        } else if (steps > 2 * kEnd) {
-            draw(0, kEnd, Whole());
+    const bool onVectors = (place(src, srcPitch, Step::kSrcBytes) | place(dst, dstPitch, Step::kDstBytes) |
+                            place(third, thirdPitch, Step::kThirdBytes)) == 0;
+    if (onVectors && !kHas24) {
+        for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+            drawVectors(step, src, dst, third, steps, Inside<true>());
+            if (left)
+                drawLeft(step, src + steps * kSrc, dst + steps * kDst, third + steps * kThird, left);
+        }
+        return;
+    }
+    // So many steps have a vector's bytes in each image: what lies between such ends of a row is inside.
+    constexpr size_t kEnd = kHas24 && kPixels == kLanes32 ? 2 : 1;
+    const size_t inside = steps > 2 * kEnd ? steps - 2 * kEnd : 0, first = inside ? kEnd : steps;
+    const auto draw = [&](size_t from, size_t count, auto lanes) HWY_ATTR {
+        drawVectors(step, src + from * kSrc, dst + from * kDst, third + from * kThird, count, lanes);
+    };
+    for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+        draw(0, first, Whole());
+        if (inside) {
             if (onVectors)
-                draw(kEnd, steps - kEnd, Inside<true>());
+                draw(first, inside, Inside<true>());
             else
-                draw(kEnd, steps - kEnd, Inside<false>());
-            draw(steps - kEnd, steps, Whole());
-        } else {
-            draw(0, steps, Whole());
+                draw(first, inside, Inside<false>());
+            draw(first + inside, kEnd, Whole());
         }
-        if (left) {
-            const size_t x = steps * kPixels;
-            const First lanes{left};
-            step.draw(step.weigh(src + x * kSrc, third + x * kThird, lanes), dst + x * kDst,
-                      third + x * kThird, lanes);
-        }
+        if (left)
+            drawLeft(step, src + steps * kSrc, dst + steps * kDst, third + steps * kThird, left);
     }
 }
 #    endif
