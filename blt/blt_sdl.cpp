@@ -11,8 +11,10 @@ namespace ormsel {
 
 namespace {
 
-// SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for.
-constexpr int kFew = 16, kFewForQuickCode = 64;
+// SDL is sooner done with this many pixels: of most kinds of blit, and of those that it has quick code for. On
+// 32-bit processors some of its code is for their vectors and rounds in its own way.
+constexpr bool kSdlIsPlainC = sizeof(void*) == 8;
+constexpr int kFew = kSdlIsPlainC ? 16 : 0, kFewForQuickCode = kSdlIsPlainC ? 64 : 0;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =

@@ -75,9 +75,9 @@ public:
     explicit HWY_INLINE SdlStep(const SdlBlit& b)
         : place_(shuffleOfBytes(b.place)),
           toWeight_(shuffleOfBytes(bytesFrom(b.alphaShift / 8, 0x80, b.alphaShift / 8, 0x80))),
-          weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
           lastClear_(
               hn::Set(hn::RebindToSigned<D32>(), static_cast<int32_t>(b.rule.drawnFrom - 1) * 0x10001)),
+          weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
           lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
           alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
           roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),
@@ -140,9 +140,8 @@ private:
     }
 
     Shuffle place_, toWeight_;
-    V16 weight_;
     hn::Vec<hn::RebindToSigned<D32>> lastClear_;
-    V16 lastBlended_, alphaBits_, roundUp_;
+    V16 weight_, lastBlended_, alphaBits_, roundUp_;
     V32 key_, cut_, colours_, kept_, ones_, opaqueOnes_;
     bool keyed_, notesFall_;
 };

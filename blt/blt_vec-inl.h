@@ -1101,7 +1101,11 @@ template <class Step>
 HWY_INLINE void drawLeft(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                          size_t pixels) {
     const First lanes{pixels};
-    step.draw(step.weigh(src, third, lanes), dst, third, lanes);
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; })
+        if (hn::AllFalse(weighed.stored.d, weighed.stored.lanes))
+            return;
+    step.draw(weighed, dst, third, lanes);
 }
 
 // Walks the rows of a block; see drawRows().
