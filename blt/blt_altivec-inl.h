@@ -90,9 +90,10 @@ template <class D, class M>
 HWY_INLINE Mask<D> RebindMask(D, M m) {
     return (Mask<D>)m;
 }
+// All ones in the lanes that aren't 0.
 template <class D, class M>
 HWY_INLINE Vec<D> VecFromMask(D, M m) {
-    return (Vec<D>)m;
+    return (Vec<D>)~(m == M{});
 }
 template <class D>
 HWY_INLINE Vec<D> Zero(D) {
@@ -143,6 +144,15 @@ HWY_INLINE void BlendedStore(Vec<D> v, Mask<D> m, D d, TFromD<D>* p) {
     for (size_t i = 0; i < D::kLanes; ++i)
         if (stored[i])
             std::memcpy(p + i, lanes + i, sizeof *p);
+}
+
+template <class D>
+HWY_INLINE Vec<D> MaskedLoad(Mask<D> m, D d, const TFromD<D>* p) {
+    alignas(16) TFromD<D> lanes[D::kLanes] = {};
+    for (size_t i = 0; i < D::kLanes; ++i)
+        if (m[i])
+            lanes[i] = p[i];
+    return Load(d, lanes);
 }
 
 // --- Bits and lanes -----------------------------------------------------------------------------------

@@ -159,7 +159,8 @@ struct GenericStore {
         V32 argb;
         V16 e;
         V32 own;
-        GenericPixels<DstBytes> stored;
+        using Set = GenericPixels<DstBytes>;
+        Set stored;
     };
     struct Opaque {
         V32 argb;
@@ -184,8 +185,8 @@ struct GenericStore {
         if constexpr (DstBytes == 4)
             lanes.store(d32, dst.fromArgb(w.argb), d);
         else
-            GenericPixels<3>{d32, lanes.only(d32, hn::FirstN(d32, kLanes32))}.store(
-                dst.fromArgb(w.argb), d, lanes);
+            GenericPixels<3>{d32, lanes.only(d32, hn::FirstN(d32, kLanes32))}.store(dst.fromArgb(w.argb), d,
+                                                                                    lanes);
     }
     template <class Lanes>
     HWY_INLINE void draw(const Pixels& w, uint8_t* d, Lanes lanes) const {
@@ -197,6 +198,18 @@ struct GenericStore {
     }
 };
 
+// Which bits of a pixel with alpha, or of a mask, make it visible; none where its alpha is filled.
+HWY_INLINE V32 visibleBits(const Block& b) {
+    return hn::Set(D32(), b.mask ? ~uint32_t{0} : b.alphaFill ? 0 : b.srcFormat->aMask);
+}
+
+// Whether a run of pixels of 32 bits with alpha, or of a mask, has nothing visible.
+template <AlphaSource Alpha>
+HWY_INLINE bool areClear(const uint8_t* src, const uint8_t* mask, V32 visible) {
+    return !hn::AllTrue(D32(), visible == hn::Zero(D32())) &&
+           (Alpha == AlphaSource::kOfMask ? haveNone<1>(mask, visible) : haveNone<4>(src, visible));
+}
+
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
 struct WideStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
@@ -205,9 +218,10 @@ struct WideStep {
     GenericFormat<SrcBytes> src;
     GenericStore<DstBytes, Alpha> store;
     V32 fill; // ORed into source pixels
+    V32 visible;
 
     explicit HWY_INLINE WideStep(const Block& b)
-        : src(*b.srcFormat), store(b), fill(hn::Set(D32(), b.alphaFill << 24)) {}
+        : src(*b.srcFormat), store(b), fill(hn::Set(D32(), b.alphaFill << 24)), visible(visibleBits(b)) {}
 
     template <class Lanes>
     HWY_INLINE auto weigh(const uint8_t* s, const uint8_t* mask, Lanes lanes) const {
@@ -216,6 +230,10 @@ struct WideStep {
     template <class W, class Lanes>
     HWY_INLINE void draw(const W& weighed, uint8_t* d, const uint8_t*, Lanes lanes) const {
         store.draw(weighed, d, lanes);
+    }
+    HWY_INLINE bool isClear(const uint8_t* s, const uint8_t* mask) const
+        requires(Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4)) {
+        return areClear<Alpha>(s, mask, visible);
     }
 };
 
@@ -242,8 +260,8 @@ struct FromShortStep {
     HWY_INLINE void draw(const Zipped& argb, uint8_t* d, const uint8_t* mask, Lanes lanes) const {
         const auto first = lanes.firstHalf(), second = lanes.secondHalf();
         store.draw(store.weigh(argb.first, mask, first), d, first);
-        store.draw(store.weigh(argb.second, mask + kThirdBytes * kLanes32, second),
-                   d + DstBytes * kLanes32, second);
+        store.draw(store.weigh(argb.second, mask + kThirdBytes * kLanes32, second), d + DstBytes * kLanes32,
+                   second);
     }
 };
 
@@ -290,10 +308,11 @@ struct ToShortStep {
     ShortColours dst;
     ShortAlpha alpha;
     V16 factor, fill;
+    V32 visible;
 
     explicit HWY_INLINE ToShortStep(const Block& b)
         : src(*b.srcFormat), dst(*b.dstFormat), alpha(*b.dstFormat), factor(factorOf(b.constantAlpha)),
-          fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))) {}
+          fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))), visible(visibleBits(b)) {}
 
     HWY_INLINE V16 join(V16 r, V16 g, V16 b, V16 field) const {
         return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
@@ -307,13 +326,15 @@ struct ToShortStep {
     struct Pixels {
         Channels16 s;
         V16 own, e; // the alpha that decides, and what is left of it
-        StoreSet<D16> stored;
+        using Set = StoreSet<D16>;
+        Set stored;
 
         template <class Lanes>
         HWY_INLINE Pixels(const ToShortStep& step, const uint8_t* from, const uint8_t* mask, Lanes lanes)
             : s(step.src.load(from, lanes)), own(step.ownAlpha(s, mask, lanes)),
-              e(hn::MulHigh(hn::ShiftLeft<8>(own), step.factor)),
-              stored{D16(), lanes.only(D16(), notZero(D16(), e))} {}
+              e(hn::MulHigh(hn::ShiftLeft<8>(own), step.factor)), stored{
+                                                                      D16(),
+                                                                      lanes.only(D16(), notZero(D16(), e))} {}
     };
 
     template <class Lanes>
@@ -332,6 +353,11 @@ struct ToShortStep {
             return Pixels(*this, from, mask, lanes);
     }
 
+    HWY_INLINE bool isClear(const uint8_t* from, const uint8_t* mask) const
+        requires(Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4)) {
+        return areClear<Alpha>(from, mask, visible);
+    }
+
     template <class Lanes>
     HWY_INLINE void draw(const Channels16& s, uint8_t* to, const uint8_t*, Lanes lanes) const {
         lanes.store(D16(), join(s.r, s.g, s.b, fill), to);
@@ -343,7 +369,8 @@ struct ToShortStep {
         const V16 r = mix(w.s.r, dst.r.extract(old), weight, rest);
         const V16 g = mix(w.s.g, dst.g.extract(old), weight, rest);
         const V16 b = mix(w.s.b, dst.b.extract(old), weight, rest);
-        lanes.storeWhere(D16(), join(r, g, b, Alpha == AlphaSource::kOfMask ? w.own : w.e), w.stored.lanes, to);
+        lanes.storeWhere(D16(), join(r, g, b, Alpha == AlphaSource::kOfMask ? w.own : w.e), w.stored.lanes,
+                         to);
     }
 };
 

@@ -25,6 +25,7 @@ namespace ormsel::HWY_NAMESPACE {
 //   - weigh(src, third, lanes): what the source's pixels are and how much of them counts; `stored` in it, if
 //     there is one, is the set of lanes that the destination gets
 //   - draw(weighed, dst, third, lanes): draws them
+//   - perhaps isClear(src, third): whether kRunPixels pixels are all transparent, at a glance
 // The third image, beside source and destination, is that of the old destination pixels, or the mask.
 template <class Step, class Lanes>
 HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
@@ -35,20 +36,20 @@ HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, con
 template <class Step>
 using Weighed = decltype(std::declval<const Step&>().weigh(nullptr, nullptr, Whole{}));
 
-// How many whole steps are drawn together: those of a cache line of 32-bit pixels, where it has to be tested
-// whether they store anything. One test for so many mispredicts seldom, and wholly transparent pixels still
-// cost little more than being read.
+// Where a masked store is dear, the steps of 64 bytes are drawn together: one look tells whether all their
+// lanes are stored, in plain stores then. And one look for each run tells whether it is clear. Looks at less
+// would miss less and cost more: branches at the edges of sprites are hard to predict.
 template <class Step>
-constexpr size_t runOf() {
-    if constexpr (!kMasks && requires(Weighed<Step> w) { w.stored; })
-        return 64 / HWY_MAX_BYTES;
+constexpr size_t togetherOf() {
+    if constexpr (requires(Weighed<Step> w) { w.stored; })
+        return Weighed<Step>::Set::kStoresMasked ? 1 : 64 / HWY_MAX_BYTES;
     else
         return 1;
 }
 
 template <class Step, size_t... I>
-HWY_INLINE void drawRun(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
-                        std::index_sequence<I...>) {
+HWY_INLINE void drawTogether(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                             std::index_sequence<I...>) {
     constexpr size_t kSrc = Step::kPixels * Step::kSrcBytes, kDst = Step::kPixels * Step::kDstBytes,
                      kThird = Step::kPixels * Step::kThirdBytes;
     if constexpr (sizeof...(I) == 1) {
@@ -57,14 +58,9 @@ HWY_INLINE void drawRun(const Step& step, const uint8_t* src, uint8_t* dst, cons
         // Built where they stand: g++ copies such a record in pieces, which the loads of whole vectors wait
         // for.
         const Weighed<Step> weighed[] = {step.weigh(src + kSrc * I, third + kThird * I, Whole{})...};
-        auto some = weighed[0].stored.lanes, all = some;
-        ((some = hn::Or(some, weighed[I].stored.lanes)), ...);
-        ((all = hn::And(all, weighed[I].stored.lanes)), ...);
-        // Stated by their opposites, which is what the lanes were compared for.
-        const auto d = weighed[0].stored.d;
-        if (hn::AllTrue(d, hn::Not(some)))
-            return;
-        if (hn::AllFalse(d, hn::Not(all)))
+        auto kept = hn::Not(weighed[0].stored.lanes);
+        ((kept = hn::Or(kept, hn::Not(weighed[I].stored.lanes))), ...);
+        if (hn::AllFalse(weighed[0].stored.d, kept))
             (step.draw(weighed[I], dst + kDst * I, third + kThird * I, Stored{}), ...);
         else
             (step.draw(weighed[I], dst + kDst * I, third + kThird * I, Whole{}), ...);
@@ -78,15 +74,18 @@ template <class Walk>
 void drawRows(const Block& b) {
     using Step = typename Walk::Step;
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
-                     kThird = Step::kThirdBytes, kRun = runOf<Step>();
+                     kThird = Step::kThirdBytes, kSteps = togetherOf<Step>(), kTogether = kSteps * kPixels;
+    constexpr bool kLooks = !kMasks && requires(const Step& step) {
+        step.isClear(nullptr, nullptr);
+    };
+    constexpr size_t kRun = kLooks ? kRunPixels : kTogether;
     const Walk walk(b);
     const Step& step = walk.step;
 #    if HWY_TARGET == HWY_ALTIVEC
     drawRowsByVectors(b, step, walk.third, walk.thirdPitch);
     return;
 #    endif
-    const size_t left = b.width % kPixels, whole = b.width - left,
-                 inRuns = b.width - b.width % (kPixels * kRun);
+    const size_t left = b.width % kPixels, whole = b.width - left;
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch, thirdPitch = walk.thirdPitch;
     const uint8_t* src = b.src;
     const uint8_t* third = walk.third;
@@ -110,15 +109,23 @@ void drawRows(const Block& b) {
             drawStep(step, src, dst, third, Whole{});
         return;
     }
+    constexpr std::make_index_sequence<kSteps> kOfTogether;
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
         size_t x = 0;
-        for (; x < inRuns; x += kPixels * kRun) {
-            prefetchBehind<kPixels * kRun * kSrc>(src + x * kSrc);
-            prefetchBehind<kPixels * kRun * kDst>(dst + x * kDst);
-            drawRun(step, src + x * kSrc, dst + x * kDst, third + x * kThird,
-                    std::make_index_sequence<kRun>());
+        for (; x + kRun <= whole; x += kRun) {
+            prefetchBehind<kRun * kSrc>(src + x * kSrc);
+            if constexpr (kLooks)
+                if (step.isClear(src + x * kSrc, third + x * kThird))
+                    continue;
+            prefetchBehind<kRun * kDst>(dst + x * kDst);
+            for (size_t i = 0; i < kRun; i += kTogether)
+                drawTogether(step, src + (x + i) * kSrc, dst + (x + i) * kDst, third + (x + i) * kThird,
+                             kOfTogether);
         }
-        if constexpr (kRun > 1)
+        if constexpr (kTogether < kRun)
+            for (; x + kTogether <= whole; x += kTogether)
+                drawTogether(step, src + x * kSrc, dst + x * kDst, third + x * kThird, kOfTogether);
+        if constexpr (kPixels < kTogether)
             for (; x < whole; x += kPixels)
                 drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
         if (left)
@@ -160,7 +167,8 @@ struct AlphaOntoA8R8G8B8Step {
     struct Pixels {
         V32 s;
         typename Weights::Type a;
-        decltype(pairsOf(V32(), Lanes())) stored;
+        using Set = decltype(pairsOf(V32(), Lanes()));
+        Set stored;
 
         HWY_INLINE Pixels(const AlphaOntoA8R8G8B8Step& step, const uint8_t* src, Lanes lanes)
             : s(lanes.load(D32(), src)), a(step.weights(s)), stored(pairsOf(as(D32(), a), lanes)) {}
@@ -169,6 +177,10 @@ struct AlphaOntoA8R8G8B8Step {
     template <class Lanes>
     HWY_INLINE Pixels<Lanes> weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
         return {*this, src, lanes};
+    }
+
+    HWY_INLINE bool isClear(const uint8_t* src, const uint8_t*) const {
+        return haveNone<4>(src, hn::Set(D32(), 0xFFU << L::kA));
     }
 
     template <class P, class Lanes>
@@ -205,7 +217,7 @@ HWY_INLINE V16 shifted(V16 v) {
 // To mix a field of R5G6B5, source and old value are put side by side, the source's in the low byte of 16-bit
 // lanes, the old one in the high byte: a * s + (32 - a) * d, whose quotient by 32 is the exact
 // d + floor((s - d) * a / 32), is one multiplication then. Results have the field in place and anything
-// outside it; a field at bit 0 stands alone.
+// outside it; a mixed blue at bit 0 stands alone.
 
 // Red or blue, the lowest bit at bit At. The source's channel is the low byte and stays where it is; the old
 // value goes to the top of its byte, so that the sum is at most 31 * 32 << 3, below 2^15.
@@ -243,7 +255,8 @@ struct Join {
     V16 red = kept16(0xF800), green = kept16(0x07E0);
 
     HWY_INLINE Join() {}
-    HWY_INLINE V16 operator()(V16 r, V16 g, V16 b) const { return addBits(red, r, addBits(green, g, b)); }
+    HWY_INLINE V16 converted(V16 r, V16 g, V16 b) const { return select(red, r, select(green, g, b)); }
+    HWY_INLINE V16 mixed(V16 r, V16 g, V16 b) const { return addBits(red, r, addBits(green, g, b)); }
 };
 
 // Halves to R5G6B5. Red and blue are their low bytes, either way round; green is the lower half's high byte.
@@ -257,12 +270,12 @@ struct ToR5G6B5 {
     HWY_INLINE ToR5G6B5() {}
 
     HWY_INLINE V16 convert(const Halves& s) const {
-        return join(red.convert(RedIsHigh ? s.high : s.low), green.convert(s.low),
-                    blue.convert(RedIsHigh ? s.low : s.high));
+        return join.converted(red.convert(RedIsHigh ? s.high : s.low), green.convert(s.low),
+                              blue.convert(RedIsHigh ? s.low : s.high));
     }
     HWY_INLINE V16 mix(const Halves& s, V16 old, V16 weights) const {
-        return join(red.mix(RedIsHigh ? s.high : s.low, old, weights), green.mix(s.low, old, weights),
-                    blue.mix(RedIsHigh ? s.low : s.high, old, weights));
+        return join.mixed(red.mix(RedIsHigh ? s.high : s.low, old, weights), green.mix(s.low, old, weights),
+                          blue.mix(RedIsHigh ? s.low : s.high, old, weights));
     }
 };
 
@@ -293,7 +306,8 @@ struct AlphaOntoR5G6B5Step {
     struct Pixels {
         Halves s;
         V16 a5;
-        decltype(groupsOf(V16(), Lanes())) stored;
+        using Set = decltype(groupsOf(V16(), Lanes()));
+        Set stored;
 
         HWY_INLINE Pixels(const AlphaOntoR5G6B5Step& step, const uint8_t* src, Lanes lanes)
             : s(step.load(src, lanes)), a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
@@ -302,6 +316,10 @@ struct AlphaOntoR5G6B5Step {
     template <class Lanes>
     HWY_INLINE Pixels<Lanes> weigh(const uint8_t* src, const uint8_t*, Lanes lanes) const {
         return {*this, src, lanes};
+    }
+
+    HWY_INLINE bool isClear(const uint8_t* src, const uint8_t*) const {
+        return haveNone<4>(src, hn::Set(D32(), 0xFFU << L::kA));
     }
 
     template <class P, class Lanes>
@@ -366,9 +384,9 @@ struct OpaqueOntoR5G6B5Step<R5G6B5, true> {
         const D16 d16;
         const V16 d = lanes.loadOld(d16, old);
         lanes.store(d16,
-                    join(red.mix(hn::ShiftRight<8>(s), d, weights),
-                         green.mix(hn::ShiftLeft<5>(s), d, weights),
-                         blue.mix(hn::ShiftLeft<3>(s), d, weights)),
+                    join.mixed(red.mix(hn::ShiftRight<8>(s), d, weights),
+                               green.mix(hn::ShiftLeft<5>(s), d, weights),
+                               blue.mix(hn::ShiftLeft<3>(s), d, weights)),
                     dst);
     }
 

@@ -49,6 +49,10 @@ constexpr size_t kLanes16 = HWY_MAX_BYTES / 2;
 // are looked at together: see drawRun().
 constexpr bool kMasks = HWY_TARGET == HWY_AVX3;
 
+// Whether one instruction stores lanes of a type by a mask.
+template <class T>
+constexpr bool kMasksStores = kMasks || (HWY_TARGET == HWY_AVX2 && sizeof(T) >= 4);
+
 template <class To, class V>
 HWY_INLINE auto as(To d, V v) {
     return hn::BitCast(d, v);
@@ -92,19 +96,33 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
         __builtin_prefetch(p + kDistance + i);
 }
 
+// Where old pixels are read of which a mask has some: at p. If it has none, anywhere else: a blit that stores
+// nothing doesn't even look at the destination.
+template <class D>
+HWY_INLINE const uint8_t* oldAt(D d, hn::Mask<D> mask, const uint8_t* p) {
+    alignas(HWY_MAX_BYTES) static constexpr uint8_t kNothing[HWY_MAX_BYTES] = {};
+    intptr_t taken = hn::AllFalse(d, mask) ? 0 : -1;
+    asm("" : "+r"(taken)); // no branch, please
+    return kNothing + ((reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(kNothing)) & taken);
+}
+
 // Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
 // sprite's edge are drawn is hard to predict.
 template <size_t Stride, class D>
 HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     using T = hn::TFromD<D>;
     constexpr size_t kCount = hn::MaxLanes(D());
-    alignas(HWY_MAX_BYTES) T lanes[kCount], keep[kCount];
+    alignas(HWY_MAX_BYTES) T lanes[kCount];
+    alignas(HWY_MAX_BYTES) std::make_signed_t<T> kept[kCount]; // 0 or -1
     T elsewhere;
     hn::Store(v, d, lanes);
-    hn::Store(hn::VecFromMask(d, mask), d, keep);
+    hn::Store(hn::VecFromMask(hn::RebindToSigned<D>(), hn::RebindMask(hn::RebindToSigned<D>(), mask)),
+              hn::RebindToSigned<D>(), kept);
+    auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
+    const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
     for (size_t i = 0; i < kCount; ++i)
-        ormsel::storeWord(keep[i] ? p + Stride * i : reinterpret_cast<uint8_t*>(&elsewhere), lanes[i]);
-    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would become a branch
+        ormsel::storeWord(other + ((way + static_cast<intptr_t>(Stride * i)) & intptr_t{kept[i]}), lanes[i]);
+    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
 }
 
 #    if HWY_TARGET == HWY_AVX2
@@ -147,13 +165,26 @@ HWY_INLINE void storeLanes(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
 #    else
 #        if HWY_TARGET == HWY_AVX2
-    if constexpr (sizeof(T) >= 4)
+    if constexpr (kMasksStores<T>)
         return hn::BlendedStore(v, mask, d, reinterpret_cast<T*>(p));
     else if constexpr (sizeof(T) == 2)
         return storeShorts(d, v, mask, p);
 #        endif
     storeOneByOne<sizeof(T)>(d, v, mask, p);
 #    endif
+}
+
+// How many pixels are looked at together for whether they are all transparent.
+constexpr size_t kRunPixels = 64;
+
+// Whether none of so many pixels of 4 bytes, or bytes of a mask, has one of these bits.
+template <size_t Bytes>
+HWY_INLINE bool haveNone(const uint8_t* p, V32 bits) {
+    const D32 d32;
+    V32 some = loadAt(d32, p);
+    for (size_t i = HWY_MAX_BYTES; i < kRunPixels * Bytes; i += HWY_MAX_BYTES)
+        some = hn::Or(some, loadAt(d32, p + i));
+    return hn::AllTrue(d32, hn::And(some, bits) == hn::Zero(d32));
 }
 
 // Which pixels of a step count, and how they are loaded and stored: all of them; or, in the step at the end
@@ -189,12 +220,10 @@ struct Whole {
     }
     template <class D, class M>
     static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
-#    if HWY_TARGET == HWY_AVX3
-        return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
-#    else
-        (void)mask;
-        return loadAt(d, p);
-#    endif
+        if constexpr (kMasksStores<hn::TFromD<D>>)
+            return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return loadAt(d, oldAt(d, mask, p));
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
@@ -209,6 +238,10 @@ struct Stored : Whole {
     HWY_INLINE Stored firstHalf() const { return {}; }
     HWY_INLINE Stored secondHalf() const { return {}; }
 
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return loadAt(d, p);
+    }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
         storeAt(d, v, p);
@@ -385,7 +418,7 @@ HWY_INLINE hn::Vec<D> loadBytes(D d, const uint8_t* p, size_t bytes) {
 }
 
 template <class D>
-HWY_INLINE void storeBytes(D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+HWY_INLINE void storeBytes([[maybe_unused]] D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
     constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
     if constexpr (kBytes <= 8) {
         using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
@@ -421,11 +454,9 @@ struct First {
     template <class D>
     HWY_INLINE auto load(D d, const uint8_t* p) const {
         using T = hn::TFromD<D>;
-#        if HWY_TARGET == HWY_AVX2
-        if constexpr (sizeof(T) == 4)
+        if constexpr (kMasksStores<T>)
             return hn::MaskedLoad(hn::FirstN(d, count), d, reinterpret_cast<const T*>(p));
         else
-#        endif
             return loadBytes(d, p, count * sizeof(T));
     }
     template <class D>
@@ -433,8 +464,11 @@ struct First {
         return load(d, p);
     }
     template <class D, class M>
-    HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) const {
-        return load(d, p);
+    HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) const {
+        if constexpr (kMasksStores<hn::TFromD<D>>)
+            return hn::MaskedLoad(mask, d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return load(d, oldAt(d, mask, p));
     }
     template <class D>
     HWY_INLINE void store(D d, hn::Vec<D> v, uint8_t* p) const {
@@ -459,11 +493,11 @@ struct TwoRows {
         const V16 one = First{count}.grouped();
         return hn::ConcatLowerLower(D16(), one, one);
     }
-    template <class M>
-    HWY_INLINE V16 loadOldWhere(D16 d, M, const uint8_t* p) const {
+    HWY_INLINE V16 loadOldWhere(D16 d, hn::Mask<D16> mask, const uint8_t* p) const {
         const hn::Half<D16> half;
         const First lanes = {count};
-        return hn::Combine(d, lanes.load(half, p + oldPitch), lanes.load(half, p));
+        const uint8_t* first = oldAt(d, mask, p);
+        return hn::Combine(d, lanes.load(half, first == p ? p + oldPitch : first), lanes.load(half, first));
     }
     HWY_INLINE void storeWhere(D16 d, V16 v, hn::Mask<D16> mask, uint8_t* p) const {
         const hn::Half<D16> half;
@@ -515,8 +549,8 @@ struct Inside : Whole {
             storeAt(d, v, p);
     }
     template <class D, class M>
-    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
-        return load(d, p);
+    static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
+        return load(d, oldAt(d, mask, p));
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
@@ -534,6 +568,11 @@ struct Drawn : Lanes {
 
     HWY_INLINE Drawn firstHalf() const { return {}; }
     HWY_INLINE Drawn secondHalf() const { return {}; }
+
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return Lanes::loadOld(d, p);
+    }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
         Lanes::store(d, v, p);
@@ -926,6 +965,8 @@ HWY_INLINE hn::Mask<D> notZero(D d, hn::Vec<D> v) {
 // The lanes of the destination that a step stores, and so reads.
 template <class D>
 struct StoreSet {
+    static constexpr bool kStoresMasked = kMasksStores<hn::TFromD<D>>;
+
     D d;
     hn::Mask<D> lanes;
 
@@ -965,6 +1006,8 @@ struct GenericPixels<4> : StoreSet<D32> {
 // never changes what a later one reads there.
 template <>
 struct GenericPixels<3> : StoreSet<D32> {
+    static constexpr bool kStoresMasked = kMasks;
+
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
     HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
@@ -988,9 +1031,11 @@ struct GenericPixels<3> : StoreSet<D32> {
             p[48] = 0;
     }
 #    else
+    HWY_INLINE V32 loadOld(const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+
     template <class Lanes>
     HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
-        return load24(p + 1, step);
+        return load24(oldAt(d, lanes, p + 1), step);
     }
 
     // In plain stores, for the same reason.
@@ -1101,11 +1146,7 @@ template <class Step>
 HWY_INLINE void drawLeft(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                          size_t pixels) {
     const First lanes{pixels};
-    const auto weighed = step.weigh(src, third, lanes);
-    if constexpr (requires { weighed.stored; })
-        if (hn::AllFalse(weighed.stored.d, weighed.stored.lanes))
-            return;
-    step.draw(weighed, dst, third, lanes);
+    step.draw(step.weigh(src, third, lanes), dst, third, lanes);
 }
 
 // Walks the rows of a block; see drawRows().
