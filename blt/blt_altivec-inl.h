@@ -51,6 +51,8 @@ using Full128 = ScalableTag<T>;
 template <class D>
 using TFromD = typename D::Lane;
 template <class T, class D>
+using Repartition = Simd<T, D::kLanes * sizeof(TFromD<D>) / sizeof(T)>;
+template <class T, class D>
 using Rebind = Simd<T, D::kLanes>;
 template <class D>
 using RebindToSigned = Simd<std::make_signed_t<TFromD<D>>, D::kLanes>;
@@ -243,6 +245,9 @@ HWY_INLINE Words PromoteTo(ScalableTag<uint32_t>, Shorts v) {
 }
 HWY_INLINE Words PromoteTo(ScalableTag<uint32_t> d32, Bytes v) {
     return PromoteTo(d32, PromoteTo(ScalableTag<uint16_t>(), v));
+}
+HWY_INLINE Shorts TruncateTo(Simd<uint16_t, 4>, Words v) {
+    return __builtin_vec_pack(v, v);
 }
 HWY_INLINE Shorts DemoteTo(Simd<uint16_t, 4>, Vec<ScalableTag<int32_t>> v) {
     return (Shorts)__builtin_vec_packsu(v, v);

@@ -89,7 +89,8 @@ struct Span {
     bool meets(const Span& other) const { return begin < other.end && other.begin < end; }
 };
 
-// What orderIsFree() says of a block that writes to memory which it reads.
+// Whether the order of pixels is free, as orderIsFree() has it, in a block that writes to memory which it
+// reads.
 bool orderIsFreeInOneMemory(const Block& block);
 
 // Whether pixels may be read and written in any grouping from left to right and top to bottom: the memory

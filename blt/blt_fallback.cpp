@@ -47,36 +47,47 @@ using Long = unsigned long;
 
 constexpr GenericRoute kNone = {};
 
+template <class SrcPixel, class DstPixel>
+constexpr GenericRoute withFills(unsigned char first, unsigned char second, int passes) {
+    return {BLT_FallbackBltT<SrcPixel, DstPixel>,
+            BLT_FallbackBltMaskT<SrcPixel, DstPixel>,
+            kIsShort<SrcPixel>,
+            kIsShort<DstPixel>,
+            {first, second},
+            passes};
+}
+
 // Sources without alpha of their own count as opaque.
 template <class SrcPixel, class DstPixel>
-constexpr GenericRoute kOpaque = {
-    BLT_FallbackBltT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {255}, 1};
+constexpr GenericRoute kOpaque = withFills<SrcPixel, DstPixel>(255, 0, 1);
 
 template <class SrcPixel, class DstPixel>
-constexpr GenericRoute kByOwnAlpha = {
-    BLT_FallbackBltT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {0}, 1};
+constexpr GenericRoute kByOwnAlpha = withFills<SrcPixel, DstPixel>(0, 0, 1);
 
-// 24-bit onto a 16-bit destination other than R5G6B5 runs on into the 32-bit case. Programs see that only
-// where a 24-bit surface has an alpha mask.
+// 24-bit onto a 16-bit destination runs on into the 32-bit case. Programs see that where a 24-bit surface has
+// an alpha mask, and through a mask, by which partly visible pixels are blended twice.
 template <class SrcPixel, class DstPixel>
-constexpr GenericRoute kOpaqueThenByOwnAlpha = {
-    BLT_FallbackBltT<SrcPixel, DstPixel>, kIsShort<SrcPixel>, kIsShort<DstPixel>, {255, 0}, 2};
+constexpr GenericRoute kOpaqueThenByOwnAlpha = withFills<SrcPixel, DstPixel>(255, 0, 2);
 
-constexpr GenericRoutes kRoutesByDepth = {
+// [source][destination] of 16, 24, 32 and any other number of bits.
+constexpr GenericRoute kRoutesByDepth[4][4] = {
     {kOpaque<Short, Short>, kOpaque<Short, Long>, kOpaque<Short, Long>, kNone},
     {kOpaqueThenByOwnAlpha<Long, Short>, kNone, kOpaque<Long, Long>, kNone},
     {kByOwnAlpha<Long, Short>, kByOwnAlpha<Long, Long>, kByOwnAlpha<Long, Long>, kNone},
     {kNone, kNone, kNone, kNone},
 };
 
-// Onto R5G6B5 the source's depth alone decides, and 24 bits run once.
+constexpr size_t depthIndex(uint16_t bpp) {
+    return bpp == 16 ? 0 : bpp == 24 ? 1 : bpp == 32 ? 2 : 3;
+}
+
+// Without a mask, onto R5G6B5 the source's depth alone decides, and 24 bits run once.
 constexpr GenericRoute kRoutesOntoR5G6B5[4] = {kOpaque<Short, Short>, kOpaque<Long, Short>,
                                                kByOwnAlpha<Long, Short>, kNone};
 
 const GenericRoute& genericRoute(const BltContext& ctx) {
-    return ctx.dst.format == R5G6B5::kFormat.code
-               ? kRoutesOntoR5G6B5[depthIndex(ctx.srcBpp)]
-               : kRoutesByDepth[depthIndex(ctx.srcBpp)][depthIndex(ctx.dstBpp)];
+    return ctx.dst.format == R5G6B5::kFormat.code ? kRoutesOntoR5G6B5[depthIndex(ctx.srcBpp)]
+                                                  : routeByDepths(ctx);
 }
 
 constexpr uint64_t pairOf(uint32_t src, uint32_t dst) {
@@ -94,10 +105,11 @@ unsigned long BLT_FallbackBltContext(const BltContext* ctx) {
 #undef ROUTE
     }
     const GenericRoute& route = genericRoute(*ctx);
-    unsigned long result = 0;
-    for (const unsigned char alphaFill : route.fills())
-        result = route.routine(ctx, alphaFill);
-    return result;
+    return route.run(route.routine, ctx);
+}
+
+const GenericRoute& ormsel::routeByDepths(const BltContext& ctx) {
+    return kRoutesByDepth[depthIndex(ctx.srcBpp)][depthIndex(ctx.dstBpp)];
 }
 
 unsigned long ormsel::dispatchInside(const BltContext& ctx, const Bounds& bounds) {

@@ -15,7 +15,8 @@
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltT(const BltContext* ctx, unsigned char alphaFill);
 
-// The same through the context's mask; alphaFill is ignored.
+// Any format onto any other through the context's mask, which stands for the source's alpha; alphaFill is
+// ignored.
 template <class SrcPixel, class DstPixel>
 unsigned long BLT_FallbackBltMaskT(const BltContext* ctx, unsigned char alphaFill);
 
@@ -27,22 +28,27 @@ struct Bounds; // see blt_block.h
 unsigned long dispatchInside(const BltContext& ctx, const Bounds& bounds);
 unsigned long dispatchMaskInside(const BltContext& ctx, const Bounds& bounds);
 
-// What serves a pair of depths: a generic routine, which is run once for each alphaFill.
+// What serves a pair of depths: a generic routine, or through a mask the other one, which is run once for
+// each alphaFill.
 struct GenericRoute {
-    unsigned long (*routine)(const BltContext*, unsigned char alphaFill);
+    using Routine = unsigned long (*)(const BltContext*, unsigned char alphaFill);
+
+    Routine routine, maskRoutine;
     bool shortSource, shortDestination; // pixels are loaded in words of 16 bits
     unsigned char alphaFill[2];
     int passes; // 0: nothing serves the pair
 
     std::span<const unsigned char> fills() const { return {alphaFill, static_cast<size_t>(passes)}; }
+
+    unsigned long run(Routine one, const BltContext* ctx) const {
+        unsigned long result = 0;
+        for (const unsigned char alphaFillOfPass : fills())
+            result = one(ctx, alphaFillOfPass);
+        return result;
+    }
 };
 
-// [source][destination] of 16, 24, 32 and any other number of bits.
-using GenericRoutes = GenericRoute[4][4];
-
-constexpr size_t depthIndex(uint16_t bpp) {
-    return bpp == 16 ? 0 : bpp == 24 ? 1 : bpp == 32 ? 2 : 3;
-}
+const GenericRoute& routeByDepths(const BltContext& ctx);
 
 // Draws a context by the generic rule, with or without its mask. Short: see GenericRoute.
 unsigned long drawGeneric(const BltContext& ctx, const Bounds* bounds, bool shortSource,

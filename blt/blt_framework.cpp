@@ -79,7 +79,8 @@ bool rowsStayInside(int32_t x, int32_t width, uint32_t bytes, int16_t pitch, Dim
     return row <= pitch && (endRow < image.height || row <= image.width * static_cast<long>(bytes));
 }
 
-// What staysInside() tells of other blits.
+// Whether no routine can leave the images, whatever the blit: with what a routine touches behind a row, and
+// through a mask.
 bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
     // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
     const int32_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 ? 8 : 0;

@@ -75,7 +75,7 @@ extern "C" {
 // Chooses the routine for a context by formats and then by depths, and runs it. A mask plays no part.
 unsigned long BLT_FallbackBltContext(const BltContext* ctx);
 
-// The same for a context with a mask, by depths alone.
+// Chooses the routine for a context with a mask, by depths alone, and runs it.
 unsigned long BLT_FallbackBltMaskContext(const BltContext* ctx);
 }
 
@@ -277,22 +277,13 @@ ORMSEL_INTO_CALLER bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, lon
         return false;
 
     // A negative offset moves the rectangle's origin and leaves the requested size as it is.
-    if (srcX < 0) {
-        dstX -= srcX;
-        srcX = 0;
-    }
-    if (srcY < 0) {
-        dstY -= srcY;
-        srcY = 0;
-    }
-    if (dstX < 0) {
-        srcX -= dstX;
-        dstX = 0;
-    }
-    if (dstY < 0) {
-        srcY -= dstY;
-        dstY = 0;
-    }
+    const auto moveInside = [](long& from, long& to) {
+        to -= std::min(from, 0L);
+        from = std::max(from, 0L) - std::min(to, 0L);
+        to = std::max(to, 0L);
+    };
+    moveInside(srcX, dstX);
+    moveInside(srcY, dstY);
     const long w = std::min({srcW - srcX, static_cast<long>(width), dstW - dstX});
     const long h = std::min({srcH - srcY, static_cast<long>(height), dstH - dstY});
     if (w <= 0 || h <= 0)
@@ -345,7 +336,7 @@ inline bool staysInside(const BltContext& ctx) {
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
-// Runs the dispatcher for a blit that doesn't pass, inside its images.
+// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside.
 unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
 
 // Whether locking gave every image's pixels. If not, says which has none.

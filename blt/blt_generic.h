@@ -93,12 +93,12 @@ public:
                putAlpha_(alpha.field);
     }
 
-    // The same for a weight of 255, which doesn't look at the old pixel.
+    // The new destination pixel for a weight of 255, with which the old one has no say.
     uint32_t convert(uint32_t s, uint32_t field) const {
         return r_.convert(s) | g_.convert(s) | b_.convert(s) | putAlpha_(field);
     }
 
-    // The same where every pixel of a blit is opaque.
+    // The new destination pixel where every pixel of a blit is opaque.
     uint32_t opaque(uint32_t s) const { return convert(s, 255); }
 
 private:
@@ -123,7 +123,8 @@ private:
 
 // --- Known formats ------------------------------------------------------------------------------------
 
-// What the rule for known formats needs of one.
+// A format that is known when this is compiled: its pixels' colours as words that one product blends, and
+// back.
 template <class L>
 struct Known {
     static constexpr Format kFormat = L::kFormat;
@@ -212,7 +213,8 @@ public:
         else
             return Known<Destination>::fromColours(Known<Source>::toColours(s)) | place(field);
     }
-    // As convert(), but in words of 32 bits, for which compilers have vectors.
+    // The new destination pixel where every pixel of a blit is opaque, in words of 32 bits, for which
+    // compilers have vectors.
     uint32_t opaque(uint32_t s) const {
         return Known<Destination>::fromColours(Known<Source>::toColours(s)) | place(255);
     }

@@ -190,11 +190,14 @@ struct GenericStore {
     }
     template <class Lanes>
     HWY_INLINE void draw(const Pixels& w, uint8_t* d, Lanes lanes) const {
-        const V32 old = dst.toArgb(w.stored.loadOld(d, lanes));
+        w.stored.store(mix(w, d, lanes), d, lanes);
+    }
+    template <class Lanes>
+    HWY_INLINE V32 mix(const Pixels& w, const uint8_t* d, Lanes lanes) const {
+        const V32 old = dst.toArgb(w.stored.loadOld(D32(), d, lanes));
         const V32 field = Alpha == AlphaSource::kOfMask ? w.own : as(D32(), w.e);
-        const V32 mixed = hn::Or(mixColours(w.argb, old, weightOf(w.e), hn::Set(D32(), 0x0000FF00)),
-                                 hn::ShiftLeft<24>(field));
-        w.stored.store(dst.fromArgb(mixed), d, lanes);
+        return dst.fromArgb(hn::Or(mixColours(w.argb, old, weightOf(w.e), hn::Set(D32(), 0x0000FF00)),
+                                   hn::ShiftLeft<24>(field)));
     }
 };
 
@@ -230,6 +233,10 @@ struct WideStep {
     template <class W, class Lanes>
     HWY_INLINE void draw(const W& weighed, uint8_t* d, const uint8_t*, Lanes lanes) const {
         store.draw(weighed, d, lanes);
+    }
+    template <class W, class Lanes>
+    HWY_INLINE V32 mix(const W& weighed, const uint8_t* d, const uint8_t*, Lanes lanes) const {
+        return store.mix(weighed, d, lanes);
     }
     HWY_INLINE bool isClear(const uint8_t* s, const uint8_t* mask) const
         requires(Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4)) {
@@ -319,7 +326,7 @@ struct ToShortStep {
     }
 
     // From high bytes, in the high byte.
-    static HWY_INLINE V16 mix(V16 s, V16 d, V16 weight, V16 rest) {
+    static HWY_INLINE V16 mixHigh(V16 s, V16 d, V16 weight, V16 rest) {
         return mixBytes(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d), weight, rest);
     }
 
@@ -363,14 +370,13 @@ struct ToShortStep {
         lanes.store(D16(), join(s.r, s.g, s.b, fill), to);
     }
     template <class Lanes>
-    HWY_INLINE void draw(const Pixels& w, uint8_t* to, const uint8_t*, Lanes lanes) const {
+    HWY_INLINE V16 mix(const Pixels& w, const uint8_t* to, const uint8_t*, Lanes lanes) const {
         const V16 weight = weightOf(w.e), rest = hn::Set(D16(), 256) - weight;
         const V16 old = w.stored.loadOld(D16(), to, lanes);
-        const V16 r = mix(w.s.r, dst.r.extract(old), weight, rest);
-        const V16 g = mix(w.s.g, dst.g.extract(old), weight, rest);
-        const V16 b = mix(w.s.b, dst.b.extract(old), weight, rest);
-        lanes.storeWhere(D16(), join(r, g, b, Alpha == AlphaSource::kOfMask ? w.own : w.e), w.stored.lanes,
-                         to);
+        const V16 r = mixHigh(w.s.r, dst.r.extract(old), weight, rest);
+        const V16 g = mixHigh(w.s.g, dst.g.extract(old), weight, rest);
+        const V16 b = mixHigh(w.s.b, dst.b.extract(old), weight, rest);
+        return join(r, g, b, Alpha == AlphaSource::kOfMask ? w.own : w.e);
     }
 };
 

@@ -26,7 +26,7 @@ struct Kernels {
 extern const Kernels kScalarKernels;
 
 // The kernels of all targets that this build has, best first, the scalar ones last; and how many of the first
-// ones this processor can't run. One that can run a target can run those behind it.
+// ones this processor can't run. A processor that can run a target can run those behind it.
 struct TargetList {
     const Kernels* const* kernels;
     const char* const* names; // ended by nullptr

@@ -19,23 +19,27 @@
 namespace ormsel {
 
 struct SdlRule {
-    // Source pixels with an alpha of less leave the old pixel alone; those from the second number on weigh
-    // 256; of other alphas these bits are the weight.
-    uint32_t drawnFrom, opaqueFrom, alphaBits;
+    // Source pixels with an alpha of 0 leave the old pixel alone; those from this number on weigh 256; of
+    // other alphas these bits are the weight.
+    uint32_t opaqueFrom, alphaBits;
     uint32_t roundUp;
 };
 
-// Onto 32 bits where colours and alpha keep their places.
-inline constexpr SdlRule kSdlRoundsDown{1, 255, 0xFF, 0};
+// Onto 32 bits from such a surface.
+inline constexpr SdlRule kSdlRoundsDown{255, 0xFF, 0};
 // Onto 24 bits, into other places, and wherever SDL has nothing better: even 255 isn't quite opaque.
-inline constexpr SdlRule kSdlRoundsUp{1, 256, 0xFF, 255};
-// Onto R5G6B5 and R5G5B5 where the colours keep their order.
-inline constexpr SdlRule kSdlIn32nds{8, 248, 0xF8, 0};
-// The same from a surface that SDL would have encoded by runs, or by one alpha for the whole surface.
-inline constexpr SdlRule kSdlIn32ndsTo255{1, 255, 0xF8, 0};
+inline constexpr SdlRule kSdlRoundsUp{256, 0xFF, 255};
+// Onto R5G6B5 and R5G5B5 from a surface that SDL would have encoded by runs.
+inline constexpr SdlRule kSdlIn32ndsTo255{255, 0xF8, 0};
 
 enum class SdlLayout : uint8_t { k32, k24, kR5G6B5, kR5G5B5, kNone };
 
+// A blit is tidy if every colour stands where the destination, of 32 or 16 bits, has it, and the weight is
+// either an alpha in the top byte of 32-bit pixels or the same for all pixels of the destination's own
+// layout. Onto 32 bits the weight is the alpha, with 256 for 255. Onto 16 bits the weight is alpha / 8 in
+// 32nds, a channel in its own bits becomes (s * w + d * (32 - w)) / 32, and a spare bit is cleared; by pixel,
+// 32 stands for 31, and 0 leaves the old pixel alone.
+//
 // A source pixel is widened to a byte for each channel; `place` puts these bytes where the destination,
 // widened likewise, has the same channel. 24- and 32-bit pixels are their values; the channels of a 16-bit
 // pixel go to bytes 2, 1 and 0, from its highest down.
@@ -50,8 +54,9 @@ struct SdlBlit {
     bool keyed;     // source pixels of the value `key` are left out
     bool copies;    // keyed, and colours are taken as they are: the formats differ in alpha at most
     bool notesFall; // bit 24 is set where the channel in the low byte gets smaller
+    bool tidy;      // what most games ask for, see below; of the rest, only the layouts count then
     SdlRule rule;
-    uint32_t weight;     // without per-pixel alpha: of every pixel
+    uint32_t weight;     // without per-pixel alpha: the alpha of every pixel
     uint32_t alphaShift; // with it: where the source's alpha stands
     uint32_t key;
     uint32_t place;      // for each byte of the destination the number of the source's, or 0x80 for none

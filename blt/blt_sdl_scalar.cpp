@@ -23,6 +23,11 @@ void copyRows(const SdlBlit& b) {
 
 void sdlScalarKernel(const SdlBlit& blit) {
     const SdlBlit b = blit; // of which no store to a pixel can be a part
+    if (b.tidy)
+        return withSdlTidy(b, [&]<SdlLayout To, bool PerPixel>() {
+            everyPixel<PerPixel ? SdlLayout::k32 : To, To>(
+                b, [&](const uint8_t* s, uint8_t* d) { sdlTidyPixel<To, PerPixel>(b.weight, s, d); });
+        });
     if (b.copies) {
         switch (sdlBytes(b.to)) {
         case 4:

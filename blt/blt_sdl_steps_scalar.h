@@ -83,7 +83,7 @@ inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* sr
     uint32_t w = b.weight;
     if constexpr (PerPixel) {
         const uint32_t alpha = s >> b.alphaShift & 0xFF;
-        if (alpha < b.rule.drawnFrom)
+        if (!alpha)
             return;
         w = alpha >= b.rule.opaqueFrom ? 256 : alpha & b.rule.alphaBits;
     } else if (b.keyed && s == b.key) {
@@ -101,11 +101,80 @@ inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* sr
     sdlStore<sdlBytes(To)>(dst, result);
 }
 
+// A tidy blit's mix onto 32 bits, colours alone. What a difference borrows from the bits above it lies
+// outside the mask.
+inline uint32_t sdlTidyMix(uint32_t s, uint32_t d, uint32_t w) {
+    const auto mixed = [&](uint32_t mask) {
+        return ((d & mask) + (((s & mask) - (d & mask)) * w >> 8)) & mask;
+    };
+    return mixed(0xFF00FF) | mixed(0x00FF00);
+}
+
+// And onto 16 bits, in the destination's own bits: all three channels of a pixel in one word,
+// gggggg.....rrrrr......bbbbb, with room for products with a weight from 0 to 32.
+template <SdlLayout To>
+struct SdlSpread {
+    static constexpr bool kSix = To == SdlLayout::kR5G6B5;
+    static constexpr uint32_t kGreen = kSix ? 0x07E0 : 0x03E0, kHigh = kSix ? 0xF800 : 0x7C00, kLow = 0x1F;
+    static constexpr uint32_t kAll = kGreen << 16 | kHigh | kLow;
+    // How far the channels of a 32-bit pixel move.
+    static constexpr int kHighDown = kSix ? 8 : 9, kLowDown = 3, kGreenDown = kSix ? 5 : 6,
+                         kGreenUp = kSix ? 11 : 10;
+};
+
+template <SdlLayout To>
+inline uint32_t sdlSpreadMix(uint32_t spread, uint32_t d, uint32_t w) {
+    const uint32_t onto = (d | d << 16) & SdlSpread<To>::kAll;
+    const uint32_t mixed = (onto + ((spread - onto) * w >> 5)) & SdlSpread<To>::kAll;
+    return mixed | mixed >> 16;
+}
+
+template <SdlLayout To, bool PerPixel>
+inline void sdlTidyPixel(uint32_t weight, const uint8_t* src, uint8_t* dst) {
+    using Spread = SdlSpread<To>;
+    const uint32_t s = loadPixel < PerPixel ? 4 : sdlBytes(To) > (src);
+    if constexpr (To == SdlLayout::k32) {
+        const uint32_t alpha = PerPixel ? s >> 24 : weight;
+        if (PerPixel && !alpha)
+            return;
+        const uint32_t d = loadPixel<4>(dst), rest = (PerPixel ? d : ~0U) & 0xFF000000;
+        storePixel<4>(dst, (alpha == 255 ? s & 0xFFFFFF : sdlTidyMix(s, d, alpha)) | rest);
+    } else if constexpr (PerPixel) {
+        const uint32_t w = s >> 27;
+        if (!w)
+            return;
+        const uint32_t others =
+            (s >> Spread::kHighDown & Spread::kHigh) | (s >> Spread::kLowDown & Spread::kLow);
+        if (w == 31)
+            return storePixel<2>(dst, others | (s >> Spread::kGreenDown & Spread::kGreen));
+        const uint32_t spread = others | (s << Spread::kGreenUp & Spread::kGreen << 16);
+        storePixel<2>(dst, sdlSpreadMix<To>(spread, loadPixel<2>(dst), w));
+    } else {
+        storePixel<2>(dst, sdlSpreadMix<To>((s | s << 16) & Spread::kAll, loadPixel<2>(dst), weight / 8));
+    }
+}
+
 template <SdlLayout Layout>
 inline void sdlCopyPixel(const SdlBlit& b, const uint8_t* src, uint8_t* dst) {
     const uint32_t s = loadPixel<sdlBytes(Layout)>(src);
     if (s != b.key)
         sdlStore<sdlBytes(Layout)>(dst, (s & b.colours) | b.ones);
+}
+
+// Calls work with a tidy blit's destination, and whether by pixel.
+template <class Work>
+inline void withSdlTidy(const SdlBlit& b, const Work& work) {
+    const auto onto = [&]<bool PerPixel>() {
+        if (b.to == SdlLayout::k32)
+            return work.template operator()<SdlLayout::k32, PerPixel>();
+        if (b.to == SdlLayout::kR5G6B5)
+            return work.template operator()<SdlLayout::kR5G6B5, PerPixel>();
+        work.template operator()<SdlLayout::kR5G5B5, PerPixel>();
+    };
+    if (b.perPixel)
+        onto.template operator()<true>();
+    else
+        onto.template operator()<false>();
 }
 
 // Calls work with the kernel's template arguments for a blit: source, destination, and whether by pixel.

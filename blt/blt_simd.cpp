@@ -11,6 +11,14 @@
 #    ifdef ORMSEL_ALTIVEC // the only target for its processors, and none of Highway's
 #        include "blt_altivec-inl.h"
 #    else
+#        include <hwy/detect_compiler_arch.h>
+#        if HWY_ARCH_X86_32
+// AVX-512 has instructions for 64-bit registers. AVX2 compiles, although Highway has its doubts.
+#            define HWY_BROKEN_TARGETS (HWY_AVX3 | HWY_AVX3_DL)
+#        elif HWY_ARCH_ARM_V7
+// Not every such processor has NEON, and here nothing asks: what the whole build is for decides.
+#            define HWY_COMPILE_ONLY_STATIC
+#        endif
 #        undef HWY_TARGET_INCLUDE
 #        define HWY_TARGET_INCLUDE "blt_simd.cpp"
 #        include <hwy/foreach_target.h>

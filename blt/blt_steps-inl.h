@@ -10,6 +10,7 @@
 #        define ORMSEL_BLT_STEPS_INL_H
 #    endif
 
+#    include <algorithm>
 #    include <cstdlib>
 #    include <type_traits>
 #    include <utility>
@@ -24,46 +25,58 @@ namespace ormsel::HWY_NAMESPACE {
 //   - kPixels, kSrcBytes, kDstBytes, kThirdBytes: how many pixels, and of how many bytes
 //   - weigh(src, third, lanes): what the source's pixels are and how much of them counts; `stored` in it, if
 //     there is one, is the set of lanes that the destination gets
-//   - draw(weighed, dst, third, lanes): draws them
+//   - mix(weighed, dst, third, lanes): what these lanes get; or, where all are stored,
+//     draw(weighed, dst, third, lanes), which stores it, too
 //   - perhaps isClear(src, third): whether kRunPixels pixels are all transparent, at a glance
 // The third image, beside source and destination, is that of the old destination pixels, or the mask.
 template <class Step, class Lanes>
 HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                          Lanes lanes) {
-    step.draw(step.weigh(src, third, lanes), dst, third, lanes);
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; })
+        weighed.stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
+    else
+        step.draw(weighed, dst, third, lanes);
 }
 
 template <class Step>
 using Weighed = decltype(std::declval<const Step&>().weigh(nullptr, nullptr, Whole{}));
 
-// Where a masked store is dear, the steps of 64 bytes are drawn together: one look tells whether all their
-// lanes are stored, in plain stores then. And one look for each run tells whether it is clear. Looks at less
-// would miss less and cost more: branches at the edges of sprites are hard to predict.
+// How many steps are drawn together; 0: there is nothing to be gained from it.
 template <class Step>
 constexpr size_t togetherOf() {
     if constexpr (requires(Weighed<Step> w) { w.stored; })
-        return Weighed<Step>::Set::kStoresMasked ? 1 : 64 / HWY_MAX_BYTES;
+        return Weighed<Step>::Set::kTogether;
     else
-        return 1;
+        return 0;
 }
 
+// Where a masked store is dear, one look tells whether no lane of these steps is stored, another one whether
+// all are, in plain stores then. Looks at fewer lanes would miss less and cost more: branches at the edges of
+// sprites are hard to predict.
 template <class Step, size_t... I>
 HWY_INLINE void drawTogether(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                              std::index_sequence<I...>) {
     constexpr size_t kSrc = Step::kPixels * Step::kSrcBytes, kDst = Step::kPixels * Step::kDstBytes,
                      kThird = Step::kPixels * Step::kThirdBytes;
-    if constexpr (sizeof...(I) == 1) {
+    if constexpr (sizeof...(I) == 0) {
         drawStep(step, src, dst, third, Whole{});
     } else {
         // Built where they stand: g++ copies such a record in pieces, which the loads of whole vectors wait
         // for.
         const Weighed<Step> weighed[] = {step.weigh(src + kSrc * I, third + kThird * I, Whole{})...};
-        auto kept = hn::Not(weighed[0].stored.lanes);
+        auto kept = hn::Not(weighed[0].stored.lanes), all = kept;
+        ((all = hn::And(all, hn::Not(weighed[I].stored.lanes))), ...);
         ((kept = hn::Or(kept, hn::Not(weighed[I].stored.lanes))), ...);
-        if (hn::AllFalse(weighed[0].stored.d, kept))
-            (step.draw(weighed[I], dst + kDst * I, third + kThird * I, Stored{}), ...);
+        const auto d = weighed[0].stored.d;
+        if (hn::AllTrue(d, all))
+            return;
+        const decltype(step.mix(weighed[0], dst, third, Stored{})) mixed[] = {
+            step.mix(weighed[I], dst + kDst * I, third + kThird * I, Stored{})...};
+        if (hn::AllFalse(d, kept))
+            (weighed[I].stored.store(mixed[I], dst + kDst * I, Stored{}), ...);
         else
-            (step.draw(weighed[I], dst + kDst * I, third + kThird * I, Whole{}), ...);
+            (weighed[I].stored.store(mixed[I], dst + kDst * I, Whole{}), ...);
     }
 }
 
@@ -74,7 +87,8 @@ template <class Walk>
 void drawRows(const Block& b) {
     using Step = typename Walk::Step;
     constexpr size_t kPixels = Step::kPixels, kSrc = Step::kSrcBytes, kDst = Step::kDstBytes,
-                     kThird = Step::kThirdBytes, kSteps = togetherOf<Step>(), kTogether = kSteps * kPixels;
+                     kThird = Step::kThirdBytes, kSteps = togetherOf<Step>(),
+                     kTogether = std::max<size_t>(kSteps, 1) * kPixels;
     constexpr bool kLooks = !kMasks && requires(const Step& step) {
         step.isClear(nullptr, nullptr);
     };
@@ -184,10 +198,9 @@ struct AlphaOntoA8R8G8B8Step {
     }
 
     template <class P, class Lanes>
-    HWY_INLINE void draw(const P& w, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+    HWY_INLINE auto mix(const P& w, const uint8_t*, const uint8_t* old, Lanes lanes) const {
         const V32 d = w.stored.loadOld(D32(), old, lanes);
-        const V32 mixed = weights.mix(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a, lanes);
-        lanes.storeWhere(w.stored.d, as(w.stored.d, mixed), w.stored.lanes, dst);
+        return as(w.stored.d, weights.mix(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a, lanes));
     }
 
     Weights weights;
@@ -323,12 +336,11 @@ struct AlphaOntoR5G6B5Step {
     }
 
     template <class P, class Lanes>
-    HWY_INLINE void draw(const P& w, uint8_t* dst, const uint8_t* old, Lanes lanes) const {
+    HWY_INLINE auto mix(const P& w, const uint8_t*, const uint8_t* old, Lanes lanes) const {
         // 31 counts as 32, which gives the source unchanged; 0 gives the old pixel. Faded weights are at
         // most 255 * 247 >> 11 = 30.
         const V16 a32 = Faded ? w.a5 : w.a5 + hn::SaturatedSub(w.a5, thirty);
-        const V16 mixed = toR5G6B5.mix(w.s, w.stored.loadOld(D16(), old, lanes), weights(a32));
-        lanes.storeWhere(w.stored.d, as(w.stored.d, mixed), w.stored.lanes, dst);
+        return as(w.stored.d, toR5G6B5.mix(w.s, w.stored.loadOld(D16(), old, lanes), weights(a32)));
     }
 
     AlphaOf32 faded;

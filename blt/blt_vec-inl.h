@@ -75,16 +75,29 @@ HWY_INLINE V16 kept16(uint16_t lanes) {
     return kept(hn::Set(D16(), lanes));
 }
 
+// The same for 32-bit lanes, on every processor for which g++ does so.
+HWY_INLINE V32 kept32(uint32_t lanes) {
+    V32 v = hn::Set(D32(), lanes);
+#    if HWY_TARGET == HWY_AVX3
+    asm("" : "+v"(v.raw));
+#    elif HWY_ARCH_X86
+    asm("" : "+x"(v.raw));
+#    endif
+    return v;
+}
+
 // --- Loads and stores ---------------------------------------------------------------------------------
 
+// As bytes: pixels may lie anywhere, and on 32-bit Arm the type of a lane promises an alignment.
 template <class D>
 HWY_INLINE auto loadAt(D d, const uint8_t* p) {
-    return hn::LoadU(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+    return as(d, hn::LoadU(hn::Repartition<uint8_t, D>(), p));
 }
 
 template <class D, class V>
-HWY_INLINE void storeAt(D d, V v, uint8_t* p) {
-    hn::StoreU(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+HWY_INLINE void storeAt(D, V v, uint8_t* p) {
+    const hn::Repartition<uint8_t, D> bytes;
+    hn::StoreU(as(bytes, v), bytes, p);
 }
 
 // Loads what a step will need a little later. A hint that touches no memory in the language's sense: it may
@@ -640,6 +653,14 @@ HWY_INLINE V32 load24(const uint8_t* p, Lanes) {
 }
 #    endif
 
+#    if HWY_TARGET == HWY_AVX3
+// Each lane's low half, stored where the mask has the lane.
+HWY_INLINE void storeWordsWhere(V32 v, M32 mask, uint8_t* p) {
+    const auto words = hn::TruncateTo(hn::Rebind<uint16_t, D32>(), v);
+    _mm256_mask_storeu_epi16(p, static_cast<__mmask16>(mask.raw), words.raw);
+}
+#    endif
+
 // Each lane's low three bytes, one after the other; zeros behind the last.
 HWY_INLINE V32 pack24(V32 v) {
     const D32 d32;
@@ -965,7 +986,11 @@ HWY_INLINE hn::Mask<D> notZero(D d, hn::Vec<D> v) {
 // The lanes of the destination that a step stores, and so reads.
 template <class D>
 struct StoreSet {
-    static constexpr bool kStoresMasked = kMasksStores<hn::TFromD<D>>;
+    // How many steps are drawn together: those of 64 bytes, or of one vector where the lanes are stored one
+    // by one at some cost.
+    static constexpr size_t kTogether = kMasksStores<hn::TFromD<D>>  ? 0
+                                        : sizeof(hn::TFromD<D>) >= 4 ? 64 / HWY_MAX_BYTES
+                                                                     : 1;
 
     D d;
     hn::Mask<D> lanes;
@@ -974,6 +999,10 @@ struct StoreSet {
     template <class To, class Lanes>
     HWY_INLINE auto loadOld(To to, const uint8_t* p, const Lanes& step) const {
         return as(to, step.loadOldWhere(d, lanes, p));
+    }
+    template <class V, class Lanes>
+    HWY_INLINE void store(V v, uint8_t* p, const Lanes& step) const {
+        step.storeWhere(d, v, lanes, p);
     }
 };
 
@@ -989,31 +1018,21 @@ template <int Bytes>
 struct GenericPixels;
 
 template <>
-struct GenericPixels<4> : StoreSet<D32> {
-
-    template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, const Lanes& step) const {
-        return step.loadOldWhere(d, lanes, p);
-    }
-    template <class Lanes>
-    HWY_INLINE void store(V32 v, uint8_t* p, const Lanes& step) const {
-        step.storeWhere(d, v, lanes, p);
-    }
-};
+struct GenericPixels<4> : StoreSet<D32> {};
 
 // 24-bit pixels: a store takes the byte behind the pixel along and sets it to 0, and stays so unless the next
 // pixel is drawn, too. Old pixels come from one byte further on, see loadOldPixel(); a pixel's own store
 // never changes what a later one reads there.
 template <>
 struct GenericPixels<3> : StoreSet<D32> {
-    static constexpr bool kStoresMasked = kMasks;
+    static constexpr size_t kTogether = kMasks ? 0 : 1;
 
 #    if HWY_TARGET == HWY_AVX3
     // Three bits for each pixel drawn.
     HWY_INLINE uint64_t bytes() const { return _pdep_u64(_cvtmask16_u32(lanes.raw), 0x0000249249249249) * 7; }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes) const {
         return spread24(V32{_mm512_maskz_loadu_epi8(_cvtu64_mask64(bytes()), p + 1)});
     }
     // In stores that end where the next step's begins: a load that overlaps the span of a masked store waits
@@ -1031,10 +1050,10 @@ struct GenericPixels<3> : StoreSet<D32> {
             p[48] = 0;
     }
 #    else
-    HWY_INLINE V32 loadOld(const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Stored step) const { return load24(p + 1, step); }
 
     template <class Lanes>
-    HWY_INLINE V32 loadOld(const uint8_t* p, Lanes step) const {
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes step) const {
         return load24(oldAt(d, lanes, p + 1), step);
     }
 
@@ -1119,9 +1138,9 @@ HWY_INLINE void drawVector(const Step& step, const uint8_t* src, uint8_t* dst, c
                 return stored.lanes;
         }();
         if (__builtin_expect(hn::AllTrue(stored.d, drawn), true))
-            step.draw(weighed, dst, third, Drawn<Lanes>());
+            stored.store(step.mix(weighed, dst, third, Drawn<Lanes>()), dst, Drawn<Lanes>());
         else if (!hn::AllFalse(stored.d, drawn))
-            step.draw(weighed, dst, third, lanes);
+            stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
     } else {
         step.draw(weighed, dst, third, lanes);
     }
@@ -1146,7 +1165,11 @@ template <class Step>
 HWY_INLINE void drawLeft(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                          size_t pixels) {
     const First lanes{pixels};
-    step.draw(step.weigh(src, third, lanes), dst, third, lanes);
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; })
+        weighed.stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
+    else
+        step.draw(weighed, dst, third, lanes);
 }
 
 // Walks the rows of a block; see drawRows().

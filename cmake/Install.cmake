@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Zlib
 # What `cmake --install` puts where. Components: `libraries` (what programs need to run), `development` (headers,
-# static libraries, the CMake package, pkg-config files), `documentation` and `program` (Korvalen).
+# static libraries, the CMake package, pkg-config files), `documentation` and `program` (Korvalen and ormsel-run).
 include(CMakePackageConfigHelpers)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/ormsel")
 set(native_include_dir "${CMAKE_INSTALL_INCLUDEDIR}/ormsel-native")
@@ -22,7 +22,8 @@ install_library(ormsel_native native "${native_include_dir}")
 
 install(DIRECTORY include/ormsel DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development)
 # The platform's headers keep their own names, so they get a folder of their own.
-install(DIRECTORY platform/include/ DESTINATION "${native_include_dir}" COMPONENT development)
+install(DIRECTORY platform/include/ DESTINATION "${native_include_dir}" COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 
 configure_package_config_file(cmake/ormsel-config.cmake.in ormsel-config.cmake INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file(ormsel-config-version.cmake COMPATIBILITY SameMajorVersion)

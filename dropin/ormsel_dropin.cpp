@@ -2,9 +2,9 @@
 //
 // Preloaded into a program that draws with SDL 1.2, takes the place of SDL_BlitSurface, counts and compares.
 // ormsel-run sets the environment:
-//   ORMSEL_RUN=stats     prints at exit how many blits were served, by kind, and what was left to SDL
-//   ORMSEL_RUN=compare   does every served blit twice, by SDL and here, and prints both times and what
-//   differs ORMSEL_RUN_REPORT    the file to print to, written every second; else standard error, at exit
+// ORMSEL_RUN=stats: prints at exit how many blits were served, by kind, and what was left to SDL.
+// ORMSEL_RUN=compare: does every served blit twice, by SDL and here, and prints both times and what differs.
+// ORMSEL_RUN_REPORT: the file to print to, written every second; else standard error, at exit.
 //
 // Programs may blit from any thread: all state is in the tables below, guarded by one lock, and the blits
 // themselves touch none of it.
@@ -21,37 +21,55 @@
 #include <ormsel/ormsel_sdl.h>
 #include <ormsel/ormsel_target.h>
 
-using UpperBlit = int (*)(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
+using Blit = int (*)(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
 
 namespace {
 
-std::atomic<UpperBlit> sdlBlit{nullptr};
+// A function of the program's SDL, looked up when it is first called.
+class SdlFunction {
+public:
+    constexpr explicit SdlFunction(const char* name) : name_(name) {}
+
+    Blit get() {
+        const Blit found = function_.load(std::memory_order_relaxed);
+        return found ? found : find();
+    }
+
+private:
+    Blit find() {
+        void* found = dlsym(RTLD_NEXT, name_);
+        if (!found) // a program that loaded SDL itself, for its own eyes only
+            if (void* sdl = dlopen("libSDL-1.2.so.0", RTLD_LAZY | RTLD_NOLOAD))
+                found = dlsym(sdl, name_);
+        if (!found) {
+            std::fprintf(stderr, "ormsel-run: this program has no %s\n", name_);
+            std::abort();
+        }
+        Blit function;
+        std::memcpy(&function, &found, sizeof function);
+        function_.store(function, std::memory_order_relaxed);
+        return function;
+    }
+
+    const char* name_;
+    std::atomic<Blit> function_{nullptr};
+};
+constinit SdlFunction sdlUpperBlit{"SDL_UpperBlit"}, sdlLowerBlit{"SDL_LowerBlit"};
 
 // Whether this thread's last blit went to SDL: it does so by ormsel_BlitSurface's own judgement, too.
 [[gnu::tls_model("initial-exec")]] thread_local bool wasLeftToSdl = false;
 
-UpperBlit findSdlBlit() {
-    void* found = dlsym(RTLD_NEXT, "SDL_UpperBlit");
-    if (!found) // a program that loaded SDL itself, for its own eyes only
-        if (void* sdl = dlopen("libSDL-1.2.so.0", RTLD_LAZY | RTLD_NOLOAD))
-            found = dlsym(sdl, "SDL_UpperBlit");
-    if (!found) {
-        std::fputs("ormsel-run: this program has no SDL_UpperBlit\n", stderr);
-        std::abort();
-    }
-    UpperBlit blit;
-    std::memcpy(&blit, &found, sizeof blit);
-    sdlBlit.store(blit, std::memory_order_relaxed);
-    return blit;
-}
-
 } // namespace
 
-// SDL's own blit: also what ormsel_BlitSurface calls when it leaves a blit to SDL.
+// SDL's own functions under the names by which ormsel_BlitSurface calls them here.
 extern "C" int ormsel_SdlUpperBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
-    const UpperBlit blit = sdlBlit.load(std::memory_order_relaxed);
     wasLeftToSdl = true;
-    return (blit ? blit : findSdlBlit())(src, srcrect, dst, dstrect);
+    return sdlUpperBlit.get()(src, srcrect, dst, dstrect);
+}
+
+extern "C" int ormsel_SdlLowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+    wasLeftToSdl = true;
+    return sdlLowerBlit.get()(src, srcrect, dst, dstrect);
 }
 
 namespace {
@@ -332,6 +350,8 @@ int compare(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dst
         if (dstrect)
             *dstrect = asked;
         wasLeftToSdl = false;
+        // What restoring stored is in the cache by then: wide loads wait for narrow stores on their way there.
+        std::atomic_thread_fence(std::memory_order_seq_cst);
         const uint64_t start = now();
         result = (way ? ormsel_BlitSurface : ormsel_SdlUpperBlit)(src, srcrect, dst, dstrect);
         spent[way] = since(start);

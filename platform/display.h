@@ -22,9 +22,9 @@ struct InputEvent {
         kKey,
         // `code`: SELECTDOWN and so on.
         kButton,
-        // Of the mouse.
+        // The mouse was moved.
         kMotion,
-        // `wheelX`, `wheelY`.
+        // The wheel was turned by `wheelX`, `wheelY`.
         kWheel,
         // The window got (`code` 1) or lost (0) the keyboard.
         kFocus,

@@ -57,7 +57,7 @@ struct ScreenRecord : Screen {
     // The window that was activated last.
     WindowRecord* chosen = nullptr;
     bool custom = false;
-    // Of a public screen.
+    // How often the screen is locked as a public one.
     long locks = 0;
 
     ScreenRecord() : Screen{} {}
@@ -78,7 +78,7 @@ struct Intuition {
     // thread may look whether it is the one.
     int connections = 0;
     std::atomic<std::thread::id> displayThread{};
-    // Of the connected display.
+    // The size of the connected display's desktop.
     Size desktop = kDefaultDesktop;
     // Front to back; the Workbench is among them while it exists.
     std::vector<ScreenRecord*> screens;
@@ -91,15 +91,13 @@ struct Intuition {
 
 Intuition& intuition();
 
-// --- screens.cpp
-// ---------------------------------------------------------------------------------------------
+// --- screens.cpp --------------------------------------------------------------------------------------
 
 // The Workbench, which opens when it is first needed and closes when nothing uses it.
 ScreenRecord* openWorkbench();
 void closeUnusedWorkbench();
 
-// --- input.cpp
-// -----------------------------------------------------------------------------------------------
+// --- input.cpp ----------------------------------------------------------------------------------------
 
 // Sends a message, if the window asked for its class and memory is not short.
 void post(WindowRecord& window, uint32 messageClass, uint16 code, const InputEvent& event = {}) noexcept;

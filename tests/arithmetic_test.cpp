@@ -17,15 +17,6 @@ namespace {
 using model::Channel;
 using model::Format;
 
-// A format of the library's, or another one by its channels; those have no code.
-Format formatOf(const std::string& name) {
-#define NAME(known, stem, code, ...)                                                                         \
-    if (name == #known)                                                                                      \
-        return model::formatNamed(name, RGBFB_##known);
-    ORMSEL_FORMATS(NAME)
-    return model::formatNamed(name, RGBFB_NONE);
-}
-
 // What carries the alpha of a triple: the source pixel or, where it has none, the constant alpha; or a mask.
 struct Pair {
     std::string from, onto;
@@ -54,8 +45,8 @@ const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and others
 class Arithmetic : public testing::TestWithParam<Pair> {
 protected:
     Arithmetic() {
-        blit_.src = image(formatOf(GetParam().from), arena_.begin());
-        blit_.dst = image(formatOf(GetParam().onto), arena_.begin() + kMost * 4 + 4);
+        blit_.src = image(model::formatNamed(GetParam().from), arena_.begin());
+        blit_.dst = image(model::formatNamed(GetParam().onto), arena_.begin() + kMost * 4 + 4);
         blit_.mask = image({0, 1, {}, {}, {}, {}}, blit_.dst.first + kMost * 4 + 4);
         blit_.masked = GetParam().masked;
         blit_.width = 64;
@@ -122,7 +113,7 @@ private:
 };
 
 TEST_P(Arithmetic, EveryTriple) {
-    const Format from = formatOf(GetParam().from), onto = formatOf(GetParam().onto);
+    const Format from = model::formatNamed(GetParam().from), onto = model::formatNamed(GetParam().onto);
     const bool constant = from.bytes != 4 && !GetParam().masked;
     // as many as the widest channel has; R5G6B5 has 64
     const auto values = [](const Format& f) { return 256U >> std::min({f.r.loss, f.g.loss, f.b.loss}); };

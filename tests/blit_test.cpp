@@ -12,7 +12,7 @@ static void compareWithModel(long cases, std::string (*blit)(Random&, Arena&)) {
     Arena arena(3, kBlitArea);
     const std::string wrong = forCases(cases, [&](Random& random) { return blit(random, arena); });
     EXPECT_TRUE(wrong.empty()) << wrong;
-    EXPECT_EQ(liveAllocations(), 0);
+    EXPECT_EQ(liveAllocations, 0);
 }
 
 TEST(Blit, EntryPointsEqualTheModel) {

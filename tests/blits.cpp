@@ -13,6 +13,7 @@
 
 #include "blt/blt_fallback.h"
 #include "blt/blt_routines.h"
+#include "blt/blt_rules.h"
 #include "tests/faults.h"
 
 // --- Entry points -------------------------------------------------------------------------------------
@@ -86,9 +87,14 @@ struct Route {
     const char* name;
     uint32_t from, onto;
     BltRoutine run;
+    bool (*copiesRows)(const model::Blit&); // which takes memory
 };
 #define ROUTE(source, destination, rule)                                                                     \
-    {"BLT_" #source "_" #destination, RGBFB_##source, RGBFB_##destination, BLT_##source##_##destination},
+    {"BLT_" #source "_" #destination, RGBFB_##source, RGBFB_##destination, BLT_##source##_##destination,     \
+     [](const model::Blit& b) {                                                                              \
+         using Rule = ormsel::RuleOfRoute<ormsel::source, ormsel::destination, true>::Type;                  \
+         return Rule::rowCopyBytes(static_cast<size_t>(b.width), Rule::fades(b.alpha), b.dst.onBoard) != 0;  \
+     }},
 constexpr Route kRoutes[] = {ORMSEL_ROUTES(ROUTE)};
 
 struct Generic {
@@ -185,8 +191,10 @@ private:
         const Window page = pageOfDestination(), &all = windows_[1];
         const bool written = arena_.writes({std::max(page.from, all.from), std::min(page.to, all.to)});
         // A fault would leave images locked and row copies allocated.
-        const bool mayFault = !entry_ && !(blit_.dst.format.code == RGBFB_R5G6B5 && !blit_.masked &&
-                                           !generic_ && (blit_.dst.onBoard || blit_.src.format.bytes < 4));
+        const bool mayFault = !entry_ && std::none_of(std::begin(kRoutes), std::end(kRoutes), [&](auto& r) {
+            return !generic_ && !blit_.masked && r.from == blit_.src.format.code &&
+                   r.onto == blit_.dst.format.code && r.copiesRows(blit_);
+        });
         const bool mustFault = written && mayFault && random_.oneIn(2);
         // A routine that stores nothing doesn't even look at the destination.
         const bool untouched = mayFault && !arena_.writes(all) && all.from >= arena_.begin(1) &&
@@ -194,17 +202,17 @@ private:
         if (mustFault || !written)
             arena_.protect(page, untouched ? PROT_NONE : PROT_READ);
         // One allocation must do for a whole blit.
-        failAllocations(blit_.noMemory ? 0 : allocations_, 1000000);
+        allocationFault.arm(blit_.noMemory ? 0 : allocations_, 1000000);
         unsigned long result = 0;
         bool fault = false;
         std::string wrong = printedBy([&] { fault = faults([&] { result = work(); }); });
-        failAllocations(0, 0);
+        allocationFault.disarm();
         arena_.protect(page, PROT_READ | PROT_WRITE);
         if (fault != mustFault)
             wrong += fault ? "touches what it must not\n" : "leaves out a store\n";
         if (result != 0)
             wrong += "its result is not 0\n";
-        if (heldBitMapLocks() != 0)
+        if (heldBitMapLocks != 0)
             wrong += "leaves a bitmap locked\n";
         for (const Window& window : windows_)
             if (wrong.empty() && !fault)

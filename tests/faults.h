@@ -1,22 +1,36 @@
 // SPDX-License-Identifier: Zlib
-// Faults on demand in the provider's calls, and what is allocated and locked. The linker puts these in the
-// place of the calls (`--wrap`), so the library knows nothing of them.
+// Faults on demand, and what is allocated and locked. The linker puts these in the place of the provider's
+// calls
+// (`--wrap`), so the library knows nothing of them.
 #pragma once
 
-struct BitMap;
+#include <atomic>
 
-// After `skip` more allocations of memory for programs, bitmaps or pixels (the provider's own included)
-// `count` ones fail.
-void failAllocations(long skip, long count);
+// Fails calls from the (skip + 1)-th on, `count` of them.
+class Fault {
+public:
+    void arm(long skip, long count) {
+        struck_ = 0;
+        skip_ = skip;
+        count_ = count;
+    }
+    void disarm() { count_ = 0; }
+    // Counts a call; true when it has to fail.
+    bool strikes() {
+        const bool now = count_ > 0 && skip_.fetch_sub(1) <= 0 && count_.fetch_sub(1) > 0;
+        struck_ += now;
+        return now;
+    }
+    long struck() const { return struck_; } // since arm()
 
-// After `skip` more calls of p96LockBitMap() `count` ones fail.
-void failLocks(long skip, long count);
+private:
+    std::atomic<long> skip_{0}, count_{0}, struck_{0};
+};
 
-// While `lost`, the bitmap cannot be locked. One at a time.
-void losePixels(BitMap* bitmap, bool lost);
+extern Fault allocationFault; // of memory for programs, bitmaps or pixels, the provider's own included
+extern Fault lockFault;       // of p96LockBitMap()
+extern Fault heapFault; // of malloc() and its kin, for everything in the process: with allocator.cpp alone
 
-// p96LockBitMap() calls not yet undone.
-long heldBitMapLocks();
-
-// Allocations of memory, bitmaps and pixels not yet freed.
-long liveAllocations();
+// Allocations of memory, bitmaps and pixels not yet freed; p96LockBitMap() calls not yet undone; blocks of
+// the heap, as far as allocator.cpp counts them.
+extern std::atomic<long> liveAllocations, heldBitMapLocks, liveBlocks;

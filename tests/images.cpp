@@ -50,11 +50,6 @@ void Random::fill(uint8_t* bytes, long count) {
     }
 }
 
-// --- Formats ------------------------------------------------------------------------------------------
-
-#define NAME(name, stem, code, ...) {RGBFB_##name, #name},
-static constexpr std::pair<uint32_t, const char*> kNames[] = {ORMSEL_FORMATS(NAME)};
-
 // --- Memory -------------------------------------------------------------------------------------------
 
 long Arena::page() {
@@ -96,13 +91,10 @@ bool Arena::writes(Window window) const {
 
 static std::ostream& operator<<(std::ostream& out, const model::Image& image) {
     const model::Format& f = image.format;
-    const char* name = "unknown format";
-    for (const auto& [code, known] : kNames)
-        if (code == f.code)
-            name = known;
-    return out << name << ", " << f.bytes << " bytes, masks " << std::hex << f.r.mask << " " << f.g.mask
-               << " " << f.b.mask << " " << f.a.mask << std::dec << ", " << image.width << "x" << image.height
-               << ", pitch " << image.pitch << (image.onBoard ? ", on board\n" : "\n");
+    return out << "format '" << model::nameOf(f.code) << "', " << f.bytes << " bytes, masks " << std::hex
+               << f.r.mask << " " << f.g.mask << " " << f.b.mask << " " << f.a.mask << std::dec << ", "
+               << image.width << "x" << image.height << ", pitch " << image.pitch
+               << (image.onBoard ? ", on board\n" : "\n");
 }
 
 std::string describe(const model::Blit& b) {
@@ -162,7 +154,7 @@ const std::vector<Kind> kSurfaceKinds = {
     Kind{24, 0xFF, 0xFF, 0xFF, 0}, Kind{16, 0x7E0, 0x7E0, 0x1F, 0xF800}};
 
 // With the channels that the model reads from a format's name.
-#define KIND(name, stem, code, ...) kindOf(model::formatNamed(#name, RGBFB_##name)),
+#define KIND(name, stem, code, ...) kindOf(model::formatNamed(#name)),
 static Kind kindOf(const model::Format& f) {
     return {static_cast<int>(8 * f.bytes), f.r.mask, f.g.mask, f.b.mask, f.a.mask, f.code};
 }
@@ -195,24 +187,17 @@ long memoryOf(const Kind& kind, long width, long height, long pitch) {
     return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
 }
 
-// SDL's surface. Where SDL is a layer over SDL 2 it refuses layouts that SDL 2 has no name for, or takes
-// others for them, and refuses rows that are shorter than their pixels: then an empty surface of this depth
-// is given what SDL 1.2 would have found.
+// A surface with what SDL finds in these masks. An empty one is made and filled in: where SDL is a layer over
+// SDL 2 it refuses layouts that SDL 2 has no name for, or takes others for them, and refuses rows that are
+// shorter than their pixels.
 static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixels, int width, int height,
                                                 int pitch) {
-    const auto create = [&](int w, const Kind& k) {
-        return std::shared_ptr<SDL_Surface>(
-            SDL_CreateRGBSurfaceFrom(pixels, w, height, k.depth, pitch, k.r, k.g, k.b, k.a), SDL_FreeSurface);
-    };
-    if (auto surface = create(width, kind)) {
-        const SDL_PixelFormat& f = *surface->format;
-        if (f.Rmask == kind.r && f.Gmask == kind.g && f.Bmask == kind.b && f.Amask == kind.a)
-            return surface;
-    }
-    auto surface = create(0, {kind.depth, 0, 0, 0, 0});
+    std::shared_ptr<SDL_Surface> surface(
+        SDL_CreateRGBSurfaceFrom(pixels, 0, height, kind.depth, pitch, 0, 0, 0, 0), SDL_FreeSurface);
     if (!surface)
         std::abort();
     surface->w = width;
+    surface->flags |= kind.a ? SDL_SRCALPHA : 0;
     const auto set = [](uint32_t from, Uint32& mask, Uint8& shift, Uint8& loss) {
         mask = from;
         shift = static_cast<Uint8>(from ? std::countr_zero(from) : 0);
@@ -233,9 +218,8 @@ Picture::Picture(const Kind& kind, uint8_t* pixels, long width, long height, lon
         bitmap_.reset(HOST_WrapBitMap(pixels, static_cast<uint32_t>(w), static_cast<uint32_t>(h), step,
                                       kind.code, onBoard),
                       FreeBitMap);
-        for (const auto& [code, name] : kNames)
-            if (code == kind.code)
-                image_.format = model::formatNamed(name, code);
+        if (!model::nameOf(kind.code).empty())
+            image_.format = model::formatOf(kind.code);
         return;
     }
     surface_ = surfaceOver(kind, pixels, w, h, step);

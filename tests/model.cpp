@@ -69,18 +69,8 @@ struct Colour {
     int a, r, g, b;
 };
 
-#define NAME(name, stem, code, ...)                                                                          \
-    case RGBFB_##name:                                                                                       \
-        return formatNamed(#name, code);
-
-// By the code alone: these routines don't look at an image's masks.
-Format formatOf(uint32_t code) {
-    switch (code) {
-        ORMSEL_FORMATS(NAME)
-    default:
-        return {};
-    }
-}
+#define NAME(name, ...) {RGBFB_##name, #name},
+constexpr std::pair<uint32_t, std::string_view> kNames[] = {ORMSEL_FORMATS(NAME)};
 
 Colour coloursOf(uint32_t pixel, const Format& f) {
     const auto at = [pixel](const Channel& c) { return static_cast<int>(pixel >> c.shift & 255); };
@@ -191,8 +181,21 @@ void AlphaOntoA8R8G8B8(Memory& memory, const Blit& blit) {
 
 } // namespace
 
-Format formatNamed(std::string_view name, uint32_t code) {
-    Format f{code, 0, {}, {}, {}, {}};
+std::string_view nameOf(uint32_t code) {
+    const auto* const known = std::find_if(std::begin(kNames), std::end(kNames),
+                                           [=](const auto& row) { return row.first == code; });
+    return known == std::end(kNames) ? std::string_view() : known->second;
+}
+
+Format formatOf(uint32_t code) {
+    return formatNamed(nameOf(code));
+}
+
+Format formatNamed(std::string_view name) {
+    Format f{};
+    for (const auto& [code, known] : kNames)
+        if (known == name)
+            f.code = code;
     uint32_t shift = 0;
     for (size_t i = name.size(); i > 1; i -= 2) { // from the least significant channel up
         const auto width = static_cast<uint32_t>(name[i - 1] - '0');
@@ -202,7 +205,7 @@ Format formatNamed(std::string_view name, uint32_t code) {
         shift += width;
     }
     f.bytes = (shift + 7) / 8;
-    if (code == RGBFB_R5G5B5) // its alpha bit is taken out from the wrong place, with the old result
+    if (f.code == RGBFB_R5G5B5) // its alpha bit is taken out from the wrong place, with the old result
         f.a = {0x8000, 11, 7};
     return f;
 }

@@ -54,8 +54,11 @@ void draw(Memory& memory, const Blit& blit);
 // What the generic routines do; alphaFill is ORed into the source's alpha.
 void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill);
 
-// The channels of a bitmap format, read from its name, such as "A8R8G8B8".
-Format formatNamed(std::string_view name, uint32_t code);
+// A format by the channels in its name, such as "A8R8G8B8". One that isn't a bitmap's has no code.
+Format formatNamed(std::string_view name);
+// A bitmap's format by its code, and its name; empty for others.
+Format formatOf(uint32_t code);
+std::string_view nameOf(uint32_t code);
 
 // The value of an image's pixel.
 uint32_t load(const uint8_t* memory, const Image& image, long x, long y);

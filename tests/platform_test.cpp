@@ -28,6 +28,7 @@
 #include <proto/layers.h>
 #include <proto/utility.h>
 
+#include "ormsel/ormsel_utils.h"
 #include "platform/keymap.h"
 #include "tests/faults.h"
 
@@ -38,12 +39,12 @@ class Platform : public testing::Test {
 protected:
     void SetUp() override { setenv("SDL_VIDEODRIVER", "dummy", 1); }
     void TearDown() override {
-        EXPECT_EQ(liveAllocations(), before);
-        EXPECT_EQ(heldBitMapLocks(), 0);
+        EXPECT_EQ(liveAllocations, before);
+        EXPECT_EQ(heldBitMapLocks, 0);
         EXPECT_EQ(SDL_WasInit(SDL_INIT_VIDEO), 0U);
     }
     int within(int low, int high) { return std::uniform_int_distribution(low, high)(random); }
-    const long before = liveAllocations();
+    const long before = liveAllocations;
     std::mt19937 random{1};
 };
 
@@ -87,21 +88,12 @@ TEST_F(Platform, BitMapFormatsComeFromDepth) {
     ASSERT_FALSE(makeBitMap(16384, 1, RGBFB_A8R8G8B8) || makeBitMap(1, 32768, RGBFB_CLUT));
 }
 
-TEST_F(Platform, AllocationsAndLocksAreCountedAndFailOnDemand) {
+TEST_F(Platform, MemoryIsClearedAndLocksNeedRoom) {
     const OwnBitMap bm = makeBitMap(4, 4, RGBFB_R5G6B5);
     RenderInfo info;
-    const auto lock = [&] { return p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info); };
     EXPECT_EQ(p96LockBitMap(bm.get(), reinterpret_cast<uint8*>(&info), sizeof info - 1), 0);
-    failLocks(1, 1);
-    const int32 locks[] = {lock(), lock(), lock()};
-    EXPECT_TRUE(locks[0] && !locks[1] && locks[2] && heldBitMapLocks() == 2);
-    for (const int32 held : locks)
-        p96UnlockBitMap(bm.get(), held);
-    failAllocations(1, 2);
     auto* const memory = static_cast<uint8*>(AllocVec(1000, MEMF_CLEAR));
     EXPECT_EQ(std::count(memory, memory + 1000, 0), 1000);
-    EXPECT_TRUE(!AllocVec(8, MEMF_ANY) && !makeBitMap(4, 4, RGBFB_CLUT));
-    EXPECT_EQ(liveAllocations(), before + 3) << "a bitmap has its record and its pixels";
     FreeVec(memory);
 }
 
@@ -201,7 +193,9 @@ TEST_F(Platform, MessagesAndSignals) {
     EXPECT_EQ(Wait(bit | replyBit | SIGBREAKF_CTRL_C), bit);
     while (Message* const message = GetMsg(port))
         ReplyMsg(message);
-    EXPECT_EQ(Wait(bit | replyBit), replyBit) << "the first Wait took the port's own signal";
+    PutMsg(port, &messages[2]);
+    EXPECT_TRUE(Wait(bit) == bit && GetMsg(port) == &messages[2]);
+    EXPECT_EQ(Wait(bit | replyBit), replyBit) << "others' signals stay, and the port's own is taken";
     EXPECT_TRUE(GetMsg(replies) == &messages[0] && GetMsg(replies) == &messages[1]);
     for (int n = 0; n < 2; ++n) {
         std::raise(SIGINT);
@@ -210,164 +204,6 @@ TEST_F(Platform, MessagesAndSignals) {
     const auto sent = std::async(std::launch::async, [&] { PutMsg(port, &messages[2]); });
     EXPECT_TRUE(Wait(SIGBREAKF_CTRL_C | bit) == bit && GetMsg(port) == &messages[2]);
     std::for_each(ports.begin(), ports.end(), DeleteMsgPort);
-}
-
-// --- Layers ------------------------------------------------------------------------------------------------
-
-constexpr Rectangle kScreenArea = {0, 0, 89, 59};
-
-// Pixels of a layer, row by row from its top-left corner.
-using PixelSet = std::bitset<60 * 40>;
-
-struct ModelLayer {
-    Layer* layer;
-    // Of a super-bitmap layer; what the layer shows.
-    OwnBitMap super, plain;
-    // Of a simple-refresh layer: what could not be seen last, and what is to be drawn again.
-    PixelSet hidden, damaged;
-
-    std::size_t at(int x, int y) const {
-        return static_cast<std::size_t>((y - layer->bounds.MinY) * 60 + x - layer->bounds.MinX);
-    }
-};
-
-// What is in front at a place of the screen.
-Layer* topmost(const std::vector<ModelLayer>& layers, int x, int y) {
-    for (const ModelLayer& l : layers)
-        if (contains(kScreenArea, x, y) && contains(l.layer->bounds, x, y))
-            return l.layer;
-    return nullptr;
-}
-
-void checkLayers(std::vector<ModelLayer>& layers, BitMap* screen) {
-    for (const auto& [x, y] : points(kScreenArea))
-        ASSERT_TRUE(topmost(layers, x, y) || Pixels(screen).word(x, y) == 0) << x << ',' << y;
-    for (ModelLayer& model : layers) {
-        const auto& [layer, super, plain, wasHidden, damaged] = model;
-        const Rectangle& b = layer->bounds;
-        PixelSet seen, nowHidden, known;
-        for (const ClipRect* piece = layer->ClipRect; piece; piece = piece->Next) {
-            const Rectangle& p = piece->bounds;
-            const bool hidden = piece->lobs, lost = hidden && layer->Flags & LAYERSIMPLE;
-            ASSERT_EQ(piece->BitMap != nullptr, hidden && !lost);
-            const Pixels pixels(piece->BitMap ? piece->BitMap : screen);
-            const int left = !hidden ? 0 : super ? b.MinX : p.MinX & ~15;
-            const int top = !hidden ? 0 : super ? b.MinY : p.MinY;
-            for (const auto& [x, y] : points(p)) {
-                const std::size_t place = model.at(x, y);
-                ASSERT_TRUE(contains(b, x, y) && !seen[place]) << "the pieces fill the layer once";
-                seen.set(place);
-                nowHidden[place] = hidden;
-                ASSERT_EQ(hidden, topmost(layers, x, y) != layer) << x << ',' << y;
-                uint16& value = Pixels(plain.get()).word(x - b.MinX, y - b.MinY);
-                value = lost ? 0 : value;
-                ASSERT_TRUE(lost || pixels.word(x - left, y - top) == value) << x << ',' << y;
-            }
-        }
-        ASSERT_EQ(seen.count(), points(b).size());
-        for (const auto* area = layer->DamageList->RegionRectangle; area; area = area->Next)
-            for (const auto& [x, y] : points(area->bounds)) {
-                const std::size_t place = model.at(x + b.MinX, y + b.MinY);
-                ASSERT_FALSE(known[place]) << "damaged twice";
-                known.set(place);
-            }
-        if (layer->Flags & LAYERSIMPLE)
-            model.damaged |= wasHidden & ~nowHidden;
-        model.hidden = nowHidden;
-        ASSERT_EQ(known, damaged);
-        ASSERT_EQ(damaged.any(), (layer->Flags & LAYERREFRESH) != 0);
-    }
-}
-
-// A program draws all of a layer anew: only what is damaged and visible changes.
-void repair(ModelLayer& model, BitMap* screen) {
-    Layer* const layer = model.layer;
-    SetRPAttrs(layer->rp, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
-    const bool any = BeginUpdate(layer);
-    RectFill(layer->rp, 0, 0, 99, 99);
-    EndUpdate(layer, TRUE);
-    bool expected = false;
-    for (const auto& [x, y] : points(layer->bounds)) {
-        if (!model.damaged[model.at(x, y)] || model.hidden[model.at(x, y)])
-            continue;
-        expected = true;
-        Pixels(model.plain.get()).word(x - layer->bounds.MinX, y - layer->bounds.MinY) = 0xFFFF;
-        ASSERT_EQ(Pixels(screen).word(x, y), 0xFFFF);
-    }
-    ASSERT_EQ(any, expected);
-    model.damaged.reset();
-}
-
-TEST_F(Platform, LayersKeepTheirPicturesWhenRearranged) {
-    constexpr uint32 kKinds[] = {LAYERSIMPLE, LAYERSMART, LAYERSUPER};
-    const OwnBitMap screen = makeBitMap(90, 60, RGBFB_R5G6B5);
-    Layer_Info* const info = NewLayerInfo();
-    std::vector<ModelLayer> layers; // front to back
-    const auto reorder = [&](auto which, bool front) {
-        front ? std::rotate(layers.begin(), which, which + 1) : std::rotate(which, which + 1, layers.end());
-        std::stable_partition(layers.begin(), layers.end(),
-                              [](auto& l) { return !(l.layer->Flags & LAYERBACKDROP); });
-    };
-    for (int step = 0; step < 1500 && !HasFatalFailure(); ++step) {
-        SCOPED_TRACE(step);
-        const int count = static_cast<int>(layers.size()), action = count ? within(0, 9) : 0;
-        const auto which = layers.begin() + within(0, std::max(0, count - 1));
-        const int x = within(-30, 40), y = within(-20, 30), w = within(1, 60), h = within(1, 40),
-                  front = within(0, 1);
-        const OwnBitMap picture = makeBitMap(w, h, RGBFB_R5G6B5);
-        // Sometimes memory runs out on the way: nothing may change then.
-        if (action < 7 && within(0, 4) == 0)
-            failAllocations(within(0, 12), 1);
-        if (action == 0 && count < 7) {
-            const uint32 kind = kKinds[within(0, 2)], backdrop = within(0, 5) ? 0 : LAYERBACKDROP;
-            const OwnBitMap super = kind == LAYERSUPER ? makeBitMap(w, h, RGBFB_R5G6B5) : nullptr;
-            if (Layer* const layer = (front ? CreateUpfrontLayer : CreateBehindLayer)(
-                    info, screen.get(), x, y, x + w - 1, y + h - 1, kind | backdrop, super.get())) {
-                layers.push_back({layer, super, picture, {}, {}});
-                reorder(layers.end() - 1, front);
-            }
-        } else if (action == 1 && DeleteLayer(0, which->layer)) {
-            // A super bitmap holds now what was seen, too.
-            const Pixels plain(which->plain.get()), kept((which->super ? which->super : which->plain).get());
-            EXPECT_TRUE(std::equal(plain.row(0), plain.row(which->plain->Rows), kept.row(0)));
-            layers.erase(which);
-        } else if (action >= 2 && action <= 4 && (front ? UpfrontLayer : BehindLayer)(0, which->layer)) {
-            reorder(which, front);
-        } else if (action == 5 || action == 6) {
-            MoveLayer(0, which->layer, x, y);
-        } else if (action == 7) {
-            repair(*which, screen.get());
-        } else if (action >= 8) {
-            std::generate(Pixels(picture.get()).row(0), Pixels(picture.get()).row(h), std::ref(random));
-            BltBitMap(picture.get(), 0, 0, which->plain.get(), x, y, w, h, 0xC0, 0xFF, nullptr);
-            BltBitMapRastPort(picture.get(), 0, 0, which->layer->rp, x, y, w, h, 0xC0);
-        }
-        failAllocations(0, 0);
-        checkLayers(layers, screen.get());
-    }
-    DisposeLayerInfo(info);
-}
-
-TEST_F(Platform, LayerLocksExcludeOtherThreads) {
-    const OwnBitMap screen = makeBitMap(40, 40, RGBFB_R5G6B5);
-    Layer_Info* const info = NewLayerInfo();
-    Layer* const layer = CreateUpfrontLayer(info, screen.get(), 0, 0, 29, 29, LAYERSMART, nullptr);
-    LockLayerRom(layer);
-    LockLayerRom(layer);
-    auto mover = std::async(std::launch::async, [&] { return MoveLayer(0, layer, 1, 1); });
-    const auto locker = std::async(std::launch::async, [&] { LockLayerRom(layer), UnlockLayerRom(layer); });
-    SetRPAttrs(layer->rp, RPTAG_APenColor, 0xFFFFFFFF, TAG_DONE);
-    const auto drawer = std::async(std::launch::async, [&] { RectFill(layer->rp, 0, 0, 29, 29); });
-    UnlockLayerRom(layer);
-    EXPECT_EQ(locker.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout) << "one is held";
-    EXPECT_EQ(layer->bounds.MinX, 0);
-    EXPECT_EQ(Pixels(screen.get()).word(15, 15), 0) << "drawing waits, too";
-    UnlockLayerRom(layer);
-    locker.wait();
-    drawer.wait();
-    EXPECT_EQ(Pixels(screen.get()).word(15, 15), 0xFFFF);
-    EXPECT_TRUE(mover.get() && layer->bounds.MinX == 1);
-    DisposeLayerInfo(info);
 }
 
 // --- Screens, windows, input -------------------------------------------------------------------------------
@@ -452,19 +288,43 @@ TEST_F(Platform, ScreensAndWindowsOpenClampedAndClose) {
     Screen* const own = OpenScreenTags(nullptr, SA_Width, 800, SA_Height, 600, SA_Depth, 24, TAG_DONE);
     ASSERT_TRUE(desktop && own && !LockPubScreen("Workbench2"));
     using Bounds = std::vector<int16>;
-    for (const auto& [screen, left, top, width, height, bounds] :
-         {std::tuple{desktop, 112, 84, 800, 600, Bounds{112, 84, 911, 683}},
-          {desktop, -488, 700, 2000, 100, {0, 668, 1023, 767}},
-          {own, -4, 0, 10, 5000, {0, 0, 9, 599}}}) {
-        Window* const window = OpenWindowTags(nullptr, WA_Left, left, WA_Top, top, WA_InnerWidth, width,
-                                              WA_InnerHeight, height, WA_CustomScreen, screen, TAG_DONE);
+    const OwnBitMap super = makeBitMap(10, 600, RGBFB_A8R8G8B8);
+    for (const auto& [screen, left, top, width, height, bounds, flags, kind] :
+         {std::tuple{desktop, 112, 84, 800, 600, Bounds{112, 84, 911, 683}, WFLG_SIMPLE_REFRESH, LAYERSIMPLE},
+          {desktop, -488, 700, 2000, 100, {0, 668, 1023, 767}, WFLG_SMART_REFRESH, LAYERSMART},
+          {own, -4, 0, 10, 5000, {0, 0, 9, 599}, WFLG_SUPER_BITMAP, LAYERSUPER}}) {
+        BitMap* const given = kind == LAYERSUPER ? super.get() : nullptr;
+        Window* const window =
+            OpenWindowTags(nullptr, WA_Left, left, WA_Top, top, WA_InnerWidth, width, WA_InnerHeight, height,
+                           WA_Flags, flags, WA_SuperBitMap, given, WA_CustomScreen, screen, TAG_DONE);
         ASSERT_NE(window, nullptr);
         const Rectangle& b = window->WLayer->bounds;
         EXPECT_EQ((Bounds{b.MinX, b.MinY, b.MaxX, b.MaxY}), bounds);
+        EXPECT_EQ(window->WLayer->Flags & (LAYERSIMPLE | LAYERSMART | LAYERSUPER), kind);
+        EXPECT_EQ(window->WLayer->SuperBitMap, given);
+        MoveWindow(window, -5000, 5000);
+        EXPECT_EQ(std::pair(b.MinX, b.MaxY), std::pair(int16{0}, static_cast<int16>(screen->Height - 1)));
         EXPECT_FALSE(CloseScreen(screen)) << "a window is open";
         CloseWindow(window);
     }
     EXPECT_TRUE(CloseScreen(own));
+    for (const auto& [width, height, depth, flags] :
+         {std::tuple{800, 600, 16, 1}, {800, 600, 32, 1}, {800, 600, 16, 2}, {5000, 4000, 16, 0}}) {
+        ORU_VideoInfo* const video =
+            ORU_InitVideo(static_cast<unsigned>(width), static_cast<unsigned>(height),
+                          static_cast<unsigned>(depth), static_cast<unsigned>(flags));
+        ASSERT_TRUE(video);
+        const auto& [screen, window, fullscreen] = *video;
+        EXPECT_EQ(fullscreen != FALSE, flags == 1) << "only the lowest bit means full screen";
+        EXPECT_EQ(window->Width, width > 800 ? screen->Width : 800);
+        EXPECT_EQ(window->Height, height > 600 ? screen->Height : 600);
+        EXPECT_EQ(window->LeftEdge, (screen->Width - window->Width) / 2);
+        EXPECT_EQ(window->TopEdge, (screen->Height - window->Height) / 2);
+        const uint32 bits = p96GetBitMapAttr(screen->RastPort.BitMap, P96BMA_DEPTH);
+        EXPECT_TRUE(!fullscreen || (bits == 16) == (depth == 16)) << bits;
+        ORU_CloseVideo(video);
+    }
+    ORU_CloseVideo(nullptr);
     UnlockPubScreen("Workbench", desktop);
     setenv("SDL_VIDEODRIVER", "no such driver", 1);
     EXPECT_FALSE(OpenWindowTags(nullptr, WA_IDCMP, ~0U, TAG_DONE) || OpenScreenTags(nullptr, TAG_DONE));

@@ -1,29 +1,26 @@
 # SPDX-License-Identifier: Zlib
 # Sourced by run-tests and tools/compare-games, behind setup.sh: runs games on screens of their own.
 
-# screenshots GAME DEPTH MODE FOLDER: lets a game run on a screen of its own, which shows its title by then, and
-# takes two pictures of it, some time apart. (A server that resets itself between two connections of a game would
-# turn the second one down.)
-screenshots() {
-    local game=$1 depth=$2 mode=$3 folder=$4 screen=$4/screen server program picture
+# during_game GAME DEPTH MODE FOLDER COMMAND...: lets a game run on a screen of its own while a command runs, which
+# finds the screen in DISPLAY. What the game drew with is told in FOLDER/report, every second.
+during_game() {
+    local game=$1 depth=$2 mode=$3 folder=$4 server program
     mkdir -p "$folder/home"
-    Xvfb -displayfd 3 -screen 0 "1024x768x$depth" -nolisten tcp -noreset 3> "$screen" 2> /dev/null &
+    # A server that resets itself between two connections of a game would turn the second one down.
+    Xvfb -displayfd 3 -screen 0 "1024x768x$depth" -nolisten tcp -noreset 3> "$folder/screen" 2> /dev/null &
     server=$!
-    for ((i = 0; i < 200; ++i)); do
-        [[ -s $screen ]] && break
+    for ((i = 0; i < 600; ++i)); do
+        [[ -s $folder/screen ]] && break
         sleep 0.1
     done
     # Games stay in their folder of scores and settings.
     (
         cd "$folder/home"
-        export DISPLAY=:$(< "$screen") HOME=$PWD SDL_AUDIODRIVER=dummy PATH=$PATH:/usr/games
+        export DISPLAY=:$(< "$folder/screen") HOME=$PWD SDL_AUDIODRIVER=dummy PATH=$PATH:/usr/games
         exec "$root/build/release/dropin/ormsel-run" "--$mode" --report "$folder/report" "$game"
     ) > "$folder/log" 2>&1 &
     program=$!
-    for picture in first second; do
-        sleep "${seconds:-10}"
-        DISPLAY=:$(< "$screen") import -window root "$folder/$picture.png"
-    done
+    DISPLAY=:$(< "$folder/screen") "${@:5}" || die "$game at depth $depth, $mode: not what $5 waits for"
     if kill "$program" 2> /dev/null; then
         wait "$program" || true # by the signal, or by SDL's word for it
     else
@@ -31,4 +28,32 @@ screenshots() {
         die "$game at depth $depth, $mode: it has ended by itself"
     fi
     kill "$server" && wait "$server" || true
+}
+
+shoot() { import -window root "$1"; }
+
+# still_picture FILE: takes a picture once the screen shows one that stays for ten seconds; gives up after two minutes.
+still_picture() {
+    local same=0
+    for ((i = 0; i < 120 && same < 10; ++i)); do
+        sleep 1
+        shoot "$1.new.png"
+        if cmp -s "$1" "$1.new.png" && [[ $(identify -format %k "$1") -gt 16 ]]; then
+            same=$((same + 1))
+        else
+            same=0
+            mv "$1.new.png" "$1"
+        fi
+    done
+    ((same == 10))
+}
+
+# picture_like WANTED FILE: takes pictures of the screen until one is the same, for two minutes.
+picture_like() {
+    for ((i = 0; i < 120; ++i)); do
+        sleep 1
+        shoot "$2"
+        ! cmp -s "$1" "$2" || return 0
+    done
+    return 1
 }

@@ -59,10 +59,24 @@ def sentences(text):
     return [line if not line.startswith((".", "\\(aq")) else "\\&" + line for line in lines if line.strip()]
 
 
+def split(para):
+    """A paragraph as several, in which each list or listing stands alone."""
+    parts = [ElementTree.Element("para")]
+    parts[0].text = para.text
+    for child in para:
+        if child.tag in BLOCKS:
+            parts += [ElementTree.Element("para"), ElementTree.Element("para")]
+            parts[-2].append(child)
+            parts[-1].text = child.tail
+        else:
+            parts[-1].append(child)
+    return parts
+
+
 def paragraphs(node, functions, first=".PP"):
     """A description's paragraphs, lists and listings; parameters and results stand elsewhere."""
     lines = []
-    for para in node.findall("para"):
+    for para in (part for whole in node.findall("para") for part in split(whole)):
         text = inline(para, functions)
         if text:
             lines += [first] * bool(first) + sentences(text)
@@ -147,8 +161,9 @@ class Function:
         if result is not None:
             text = inline(result, functions)
             lines += [".SH RETURN VALUE"] + sentences(text[:1].upper() + text[1:].rstrip(".") + ".")
-        if self.params and self.file.endswith("/" + MAIN_HEADER):
-            lines += [".SH COMMON TO ALL BLITS"] + common
+        title = "COMMON TO ALL BLITS" if self.file.endswith("/" + MAIN_HEADER) else "NOTES"
+        if self.params and common:
+            lines += [f".SH {title}"] + common
         return lines + [".SH SEE ALSO", ".BR ormsel (3)"]
 
 
@@ -180,8 +195,10 @@ def main():
             if member.get("kind") == "function":
                 functions[member.findtext("name")] = Function(member, file.find("location").get("file"))
     output.mkdir(parents=True, exist_ok=True)
-    common = paragraphs(files[MAIN_HEADER].find("detaileddescription"), functions, None)
-    pages = {name: function.page(version, functions, common) for name, function in functions.items()}
+    common = {file.find("location").get("file"): paragraphs(file.find("detaileddescription"), functions, None)
+              for name, file in files.items() if name != TARGET_HEADER}  # that one's stands in ormsel.3
+    pages = {name: function.page(version, functions, common.get(function.file))
+             for name, function in functions.items()}
     pages["ormsel"] = main_page(files, functions, pathlib.Path(readme).read_text(), version)
     for name, lines in pages.items():
         (output / f"{name}.3").write_text("\n".join(lines) + "\n")

@@ -8,7 +8,7 @@
  *     #define ORMSEL_REPLACES_SDL_BLITS
  *     #include <ormsel/ormsel_sdl.h>
  *
- * and a program that can't be changed with the command `ormsel-run PROGRAM`.
+ * A program that can't be changed gets it by the command `ormsel-run PROGRAM`.
  *
  * These calls blend as SDL does, not as SDL_BlitAlphaSurface() of ormsel.h: a surface's own alpha counts only
  * where it has no per-pixel alpha, clip rectangle and colour key are observed, and the rectangle drawn is
@@ -29,6 +29,9 @@ extern "C" {
  * Does what SDL_BlitSurface() does, to the letter: rectangles, clipping, result, text of the error, and every
  * bit of the pixels, which are those of SDL's plain C code. Blits that ormsel_Serves() names are drawn here;
  * all others, refusals, and blits of a few pixels are handed to SDL.
+ *
+ * Where SDL 1.2 is a layer over SDL 2 (sdl12-compat), what is handed to SDL is drawn by SDL 2's rules, and a lock,
+ * which such a layer keeps to itself, hinders nothing that is drawn here.
  *
  * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so.
  *

@@ -5,6 +5,7 @@
 
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_formats.h>
+#include <ormsel/ormsel_sdl.h>
 #include <ormsel/ormsel_target.h>
 
 #if defined(EXPECTED_CPLUSPLUS) && __cplusplus != EXPECTED_CPLUSPLUS
@@ -19,14 +20,17 @@ int main(int argc, char** argv) {
     Uint16* pixels;
 
     sprintf(version, "%d.%d.%d", ORMSEL_VERSION_MAJOR, ORMSEL_VERSION_MINOR, ORMSEL_VERSION_PATCH);
-    if (!sprite || !canvas || !ormsel_TargetName() || (argc > 1 && strcmp(argv[1], version) != 0))
+    if (!sprite || !canvas || ORMSEL_BLIT_COPY != 4 || !ormsel_TargetName() ||
+        (argc > 1 && strcmp(argv[1], version) != 0))
         return 1;
 
     /* Opaque red, and green that can't be seen. */
     ((Uint32*)sprite->pixels)[0] = 0xFFFF0000;
     ((Uint32*)sprite->pixels)[1] = 0x0000FF00;
     SDL_FillRect(canvas, NULL, 0x001F);
+    BLT_SetupBltEngine();
     SDL_BlitAlphaSurface(sprite, NULL, canvas, NULL);
+    BLT_ShutDownBltEngine();
     pixels = (Uint16*)canvas->pixels;
     printf("%04X %04X\n", (unsigned)pixels[0], (unsigned)pixels[1]);
     return pixels[0] == 0xF800 && pixels[1] == 0x001F ? 0 : 2;

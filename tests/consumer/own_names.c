@@ -1,40 +1,42 @@
 /* SPDX-License-Identifier: Zlib */
-/* A program whose own functions have names of the platform's: neither side may get the other's. */
-#include <stdlib.h>
+/* A program whose own functions have names of the platform's: the libraries neither clash with them nor call
+ * them. */
+#include <stdio.h>
 
 #include <ormsel/ormsel.h>
+#include <ormsel/ormsel_utils.h>
+
+static int called;
 
 #define OWN(name)                                                                                            \
-    int name(int argument);                                                                                  \
-    int name(int argument) {                                                                                 \
-        if (argument != 42)                                                                                  \
-            abort();                                                                                         \
-        return 1;                                                                                            \
+    void name(void);                                                                                         \
+    void name(void) {                                                                                        \
+        ++called;                                                                                            \
     }
 OWN(Wait)
 OWN(RectFill)
 OWN(MoveWindow)
 OWN(AllocVec)
 OWN(FreeVec)
-OWN(DebugPrintF)
 OWN(AllocBitMap)
 OWN(FindTagItem)
+OWN(GetTagData)
+OWN(DebugPrintF)
+OWN(LockLayerRom)
+OWN(CloseWindow)
+OWN(p96LockBitMap)
 
 int main(void) {
-    SDL_Surface* canvas = SDL_CreateRGBSurface(SDL_SWSURFACE, 4, 4, 16, 0xF800, 0x07E0, 0x001F, 0);
-    SDL_Surface* runs = SDL_CreateRGBSurface(SDL_SWSURFACE, 4, 4, 16, 0xF800, 0x07E0, 0x001F, 0);
-    if (!canvas || !runs)
-        return 1;
-    SDL_FillRect(runs, NULL, 0xFFFF);
-    SDL_BlitAlphaSurface(runs, NULL, canvas, NULL);
-    /* A refused surface: the library says so on its debug output. */
-    runs->flags |= SDL_RLEACCEL;
-    SDL_BlitAlphaSurface(runs, NULL, canvas, NULL);
-    if (((Uint16*)canvas->pixels)[15] != 0xFFFF)
-        return 2;
-    return Wait(42) + RectFill(42) + MoveWindow(42) + AllocVec(42) + FreeVec(42) + DebugPrintF(42) +
-                       AllocBitMap(42) + FindTagItem(42) ==
-                   8
-               ? 0
-               : 3;
+    SDL_Surface* const source = SDL_CreateRGBSurface(0, 40, 1, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000);
+    SDL_Surface* const target = SDL_CreateRGBSurface(0, 40, 1, 16, 0xF800, 0x7E0, 0x1F, 0);
+    ORU_VideoInfo* video;
+    SDL_FillRect(source, NULL, 0xFFFFFFFF);
+    SDL_BlitAlphaSurface(source, NULL, target, NULL);
+    /* Refused: says so on the debug output. */
+    SDL_BlitSurfaceAlphaMask(source, 0, 0, target, 0, 0, 40, 1, target, 0, 0);
+    SDL_putenv("SDL_VIDEODRIVER=dummy");
+    video = ORU_InitVideo(320, 200, 16, 0);
+    ORU_CloseVideo(video);
+    printf("pixel %04x, calls %d, display %d\n", ((Uint16*)target->pixels)[39], called, video != NULL);
+    return ((Uint16*)target->pixels)[39] != 0xFFFF || called != 0 || !video;
 }
