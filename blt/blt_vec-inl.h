@@ -1152,8 +1152,8 @@ HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, 
                             size_t steps, Lanes lanes) {
     constexpr size_t kSrc = Step::kSrcBytes, kDst = Step::kDstBytes, kThird = Step::kThirdBytes;
     ptrdiff_t toSrc = src - dst, toThird = third - dst;
+    asm("" : "+r"(toSrc), "+r"(toThird));
     for (; steps; --steps) {
-        asm("" : "+r"(toSrc), "+r"(toThird)); // not three that run, please
         drawVector(step, kSrc == kDst ? dst + toSrc : src, dst, kThird == kDst ? dst + toThird : third,
                    lanes);
         src += Step::kPixels * kSrc, dst += Step::kPixels * kDst, third += Step::kPixels * kThird;
