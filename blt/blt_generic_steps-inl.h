@@ -175,7 +175,7 @@ struct GenericStore {
         } else {
             const V32 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, lanes.load(H8(), mask)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
-            return Pixels{argb, e, own, {d32, lanes.only(d32, hn::Ne(as(d32, e), hn::Zero(d32)))}};
+            return Pixels{argb, e, own, {d32, lanes.only(d32, notZero(d32, as(d32, e)))}};
         }
     }
 
@@ -343,8 +343,9 @@ struct ToShortStep {
         template <class Lanes>
         HWY_INLINE Pixels(const ToShortStep& step, const uint8_t* from, const uint8_t* mask, Lanes lanes)
             : s(step.src.load(from, lanes)), own(step.ownAlpha(s, mask, lanes)),
-              e(hn::MulHigh(hn::ShiftLeft<8>(own), step.factor)),
-              stored{D16(), lanes.only(D16(), hn::Ne(e, hn::Zero(D16())))} {}
+              e(hn::MulHigh(hn::ShiftLeft<8>(own), step.factor)), stored{
+                                                                      D16(),
+                                                                      lanes.only(D16(), notZero(D16(), e))} {}
     };
 
     template <class Lanes>

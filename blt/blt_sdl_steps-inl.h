@@ -88,9 +88,9 @@ public:
           lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
           alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
           roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),
-          cut_(hn::Set(D32(), b.cut)), colours_(hn::Set(D32(), b.colours)), kept_(hn::Set(D32(), b.kept)),
-          ones_(hn::Set(D32(), b.ones)), opaqueOnes_(hn::Set(D32(), b.opaqueOnes)), keyed_(b.keyed),
-          notesFall_(b.notesFall) {}
+          cut_(hn::Set(D32(), b.cut)), colours_(hn::Set(D32(), b.colours & ~b.ones)),
+          kept_(hn::Set(D32(), b.kept)), ones_(hn::Set(D32(), b.ones)),
+          opaqueOnes_(hn::Set(D32(), b.opaqueOnes)), keyed_(b.keyed), notesFall_(b.notesFall) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {
@@ -285,7 +285,8 @@ template <SdlLayout Layout>
 class SdlCopyStep {
 public:
     explicit HWY_INLINE SdlCopyStep(const SdlBlit& b)
-        : key_(hn::Set(D32(), b.key)), colours_(hn::Set(D32(), b.colours)), ones_(hn::Set(D32(), b.ones)) {}
+        : key_(hn::Set(D32(), b.key)), colours_(hn::Set(D32(), b.colours & ~b.ones)),
+          ones_(hn::Set(D32(), b.ones)) {}
 
     template <class Lanes>
     HWY_INLINE void operator()(const uint8_t* src, uint8_t* dst, Lanes lanes) const {

@@ -8,19 +8,23 @@
 #    define HWY_DISABLE_PCLMUL_AES
 #    define HWY_DISABLE_F16C
 #    define HWY_DISABLED_TARGETS (HWY_SSSE3 | HWY_AVX3_DL | HWY_SVE | HWY_SVE2 | HWY_SVE_256 | HWY_SVE2_128)
-#    include <hwy/detect_compiler_arch.h>
-#    if HWY_ARCH_X86_32
+#    ifdef ORMSEL_ALTIVEC // the only target for its processors, and none of Highway's
+#        include "blt_altivec-inl.h"
+#    else
+#        include <hwy/detect_compiler_arch.h>
+#        if HWY_ARCH_X86_32
 // AVX-512 has instructions for 64-bit registers. AVX2 compiles, although Highway has its doubts.
-#        define HWY_BROKEN_TARGETS (HWY_AVX3 | HWY_AVX3_DL)
-#    elif HWY_ARCH_ARM_V7
+#            define HWY_BROKEN_TARGETS (HWY_AVX3 | HWY_AVX3_DL)
+#        elif HWY_ARCH_ARM_V7
 // Not every such processor has NEON, and here nothing asks: what the whole build is for decides.
-#        define HWY_COMPILE_ONLY_STATIC
-#    endif
-#    undef HWY_TARGET_INCLUDE
-#    define HWY_TARGET_INCLUDE "blt_simd.cpp"
-#    include <hwy/foreach_target.h>
+#            define HWY_COMPILE_ONLY_STATIC
+#        endif
+#        undef HWY_TARGET_INCLUDE
+#        define HWY_TARGET_INCLUDE "blt_simd.cpp"
+#        include <hwy/foreach_target.h>
 
-#    include <hwy/highway.h>
+#        include <hwy/highway.h>
+#    endif
 
 #    if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
@@ -53,6 +57,8 @@ Kernel narrowOr(const Block& b) {
 #            define ORMSEL_TARGET_NAME "avx2"
 #        elif HWY_TARGET == HWY_SSE4
 #            define ORMSEL_TARGET_NAME "sse4"
+#        elif HWY_TARGET == HWY_ALTIVEC
+#            define ORMSEL_TARGET_NAME "altivec"
 #        else
 #            define ORMSEL_TARGET_NAME "neon"
 #        endif
@@ -82,6 +88,8 @@ HWY_AFTER_NAMESPACE();
 #    include <algorithm>
 #    include <iterator>
 
+#    include <proto/exec.h>
+
 #    include "blt_kernels.h"
 
 namespace ormsel {
@@ -107,7 +115,12 @@ namespace ormsel {
 #        else
 #            define IF_NEON(X)
 #        endif
-#        define VECTOR_TARGETS(X) IF_AVX3(X) IF_AVX2(X) IF_SSE4(X) IF_NEON(X)
+#        ifdef ORMSEL_ALTIVEC
+#            define IF_ALTIVEC(X) X(N_ALTIVEC)
+#        else
+#            define IF_ALTIVEC(X)
+#        endif
+#        define VECTOR_TARGETS(X) IF_AVX3(X) IF_AVX2(X) IF_SSE4(X) IF_NEON(X) IF_ALTIVEC(X)
 #    else
 #        define VECTOR_TARGETS(X)
 #    endif
@@ -126,6 +139,10 @@ namespace {
     const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
                         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
     return avx512 ? 0 : avx2 ? 1 : sse4 ? 2 : 3;
+#    elif defined(ORMSEL_ALTIVEC)
+    uint32 unit = VECTORTYPE_NONE;
+    GetCPUInfoTags(GCIT_VectorUnit, &unit, TAG_DONE);
+    return unit == VECTORTYPE_ALTIVEC ? 0 : 1;
 #    else
     return 0;
 #    endif

@@ -95,6 +95,10 @@ void drawRows(const Block& b) {
     constexpr size_t kRun = kLooks ? kRunPixels : kTogether;
     const Walk walk(b);
     const Step& step = walk.step;
+#    if HWY_TARGET == HWY_ALTIVEC
+    drawRowsByVectors(b, step, walk.third, walk.thirdPitch);
+    return;
+#    endif
     const size_t left = b.width % kPixels, whole = b.width - left;
     const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch, thirdPitch = walk.thirdPitch;
     const uint8_t* src = b.src;
@@ -158,50 +162,31 @@ struct RouteWalk {
 
 // --- 8-bit channels -----------------------------------------------------------------------------------
 
-// The byte of a 32-bit lane in memory that holds the channel at a bit position. Vectors are little-endian on
-// every target used here.
+// The byte of a 32-bit lane that holds the channel at a bit position.
 constexpr uint8_t byteAt(unsigned shift) {
     return static_cast<uint8_t>(shift / 8);
-}
-
-// Blends channels of 8 bits, one in each 16-bit lane: d + floor((s - d) * a / 256) in the high byte, a from 0
-// to 256 and rest = 256 - a. The sum is a mean of s and d times 256, at most 65280.
-HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 a, V16 rest) {
-    return s * a + d * rest;
-}
-
-// Blends A8R8G8B8 pixels as mixColours32() does. a holds the weight in both 16-bit lanes of each pixel. Of
-// the mixed green and alpha, the bits of `taken` stay.
-HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a, V32 taken) {
-    const D16 d16;
-    const D32 d32;
-    const V16 low = hn::Set(d16, 0x00FF), s16 = as(d16, s), old = as(d16, d), rest = hn::Set(d16, 256) - a;
-    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(old, low), a, rest));
-    const V16 ag = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(old), a, rest);
-    return addBits(taken, as(d32, ag), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
 }
 
 // The vector form of AlphaOntoA8R8G8B8.
 template <class L, bool Faded>
 struct AlphaOntoA8R8G8B8Step {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4, kThirdBytes = 4;
+    using Weights = AlphaWeights<byteAt(L::kA)>;
 
     explicit HWY_INLINE AlphaOntoA8R8G8B8Step(uint32_t constantAlpha)
         : glance(0xFFU << L::kA, 255 / constantAlpha), // A * C < 256
-          constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
-          alphaHigh(shuffleOfBytes(bytesFrom(0x80, byteAt(L::kA), 0x80, byteAt(L::kA)))),
+          weights(constantAlpha),
           toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class Lanes>
     struct Pixels {
         V32 s;
-        V16 a; // 256 * A * C >> 16 = A * C >> 8, in both halves of each pixel
+        typename Weights::Type a;
         using Set = decltype(pairsOf(V32(), Lanes()));
         Set stored;
 
         HWY_INLINE Pixels(const AlphaOntoA8R8G8B8Step& step, const uint8_t* src, Lanes lanes)
-            : s(lanes.load(D32(), src)), a(hn::MulHigh(as(D16(), step.alphaHigh(s)), step.constant)),
-              stored(pairsOf(as(D32(), a), lanes)) {}
+            : s(lanes.load(D32(), src)), a(step.weights(s)), stored(pairsOf(as(D32(), a), lanes)) {}
     };
 
     template <class Lanes>
@@ -216,13 +201,12 @@ struct AlphaOntoA8R8G8B8Step {
     template <class P, class Lanes>
     HWY_INLINE auto mix(const P& w, const uint8_t*, const uint8_t* old, Lanes lanes) const {
         const V32 d = w.stored.loadOld(D32(), old, lanes);
-        return as(w.stored.d, mixColours(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a,
-                                         greenAndKeptAlpha(w.a)));
+        return as(w.stored.d, weights.mix(L::kA == 24 && L::kR == 16 ? w.s : toColours(w.s), d, w.a, lanes));
     }
 
     Glance glance;
-    V16 constant;
-    Shuffle alphaHigh, toColours;
+    Weights weights;
+    Shuffle toColours;
 };
 
 // --- R5G6B5 -------------------------------------------------------------------------------------------
@@ -290,18 +274,6 @@ struct Join {
     HWY_INLINE V16 mixed(V16 r, V16 g, V16 b) const { return addBits(red, r, addBits(green, g, b)); }
 };
 
-// Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
-struct Halves {
-    V16 low, high;
-
-    Halves() = default;
-    HWY_INLINE Halves(V32 first, V32 second) {
-        const D16 d16;
-        low = hn::ConcatEven(d16, as(d16, second), as(d16, first));
-        high = hn::ConcatOdd(d16, as(d16, second), as(d16, first));
-    }
-};
-
 // Halves to R5G6B5. Red and blue are their low bytes, either way round; green is the lower half's high byte.
 template <bool RedIsHigh>
 struct ToR5G6B5 {
@@ -330,20 +302,21 @@ struct AlphaOntoR5G6B5Step {
 
     explicit HWY_INLINE AlphaOntoR5G6B5Step(uint32_t constantAlpha)
         : glance(0xFFU << L::kA, Faded ? 2047 / constantAlpha : 7), // A * C < 2048
-          constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))),
-          alphaToTop(shuffleOfBytes(bytesFrom(1, 2, 3, 0))) {}
-
-    // Pixels with alpha on top, and green below the middle.
-    template <class Lanes>
-    HWY_INLINE V32 load(const uint8_t* src, Lanes lanes) const {
+          faded(constantAlpha) {
+        // Green is below the middle, with alpha on top.
         static_assert(L::kA == 24 ? L::kG == 8 : L::kA == 0 && L::kG == 16);
-        const V32 s = lanes.load(D32(), src);
-        return L::kA == 24 ? s : alphaToTop(s);
     }
 
-    // A * C >> 11 as A * 32 * C >> 16; or A >> 3. From 0 to 31.
+    template <class Lanes>
+    HWY_INLINE Halves load(const uint8_t* src, Lanes lanes) const {
+        const D32 d32;
+        return halves(lanes.firstHalf().load(d32, src),
+                      lanes.secondHalf().load(d32, src + lanes.secondSource(4 * kLanes32)));
+    }
+
+    // A * C >> 11, or A >> 3. From 0 to 31.
     HWY_INLINE V16 weightOf(const Halves& s) const {
-        return Faded ? hn::MulHigh(hn::ShiftRight<8>(s.high), constant32) : hn::ShiftRight<11>(s.high);
+        return Faded ? faded(s.high) : hn::ShiftRight<11>(s.high);
     }
 
     template <class Lanes>
@@ -354,9 +327,7 @@ struct AlphaOntoR5G6B5Step {
         Set stored;
 
         HWY_INLINE Pixels(const AlphaOntoR5G6B5Step& step, const uint8_t* src, Lanes lanes)
-            : s(step.load(src, lanes.firstHalf()),
-                step.load(src + lanes.secondSource(4 * kLanes32), lanes.secondHalf())),
-              a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
+            : s(step.load(src, lanes)), a5(step.weightOf(s)), stored(groupsOf(a5, lanes)) {}
     };
 
     template <class Lanes>
@@ -377,8 +348,9 @@ struct AlphaOntoR5G6B5Step {
     }
 
     Glance glance;
-    V16 constant32, thirty = kept16(30);
-    Shuffle alphaToTop;
+    AlphaOf32 faded;
+    HalvesAlphaHigh<L::kA == 0> halves;
+    V16 thirty = kept16(30);
     Weights weights;
     ToR5G6B5<(L::kR > L::kB)> toR5G6B5;
 };

@@ -10,11 +10,18 @@
 #        define ORMSEL_BLT_VEC_INL_H
 #    endif
 
-#    include <hwy/highway.h>
+#    ifdef ORMSEL_ALTIVEC
+#        include "blt_altivec-inl.h"
+#    else
+#        include <hwy/highway.h>
+#    endif
 
 #    include <cstdint>
 #    include <cstring>
 #    include <type_traits>
+
+#    include "blt_block.h"
+#    include "blt_formats.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -53,14 +60,19 @@ HWY_INLINE auto as(To d, V v) {
 
 // A constant as a value like any other: g++ builds constants anew before every inner loop, which takes longer
 // than the few steps of a short row.
-HWY_INLINE V16 kept16(uint16_t lanes) {
-    V16 v = hn::Set(D16(), lanes);
+template <class V>
+HWY_INLINE V kept(V v) {
 #    if HWY_TARGET == HWY_AVX3
     asm("" : "+v"(v.raw));
 #    elif HWY_ARCH_X86
     asm("" : "+x"(v.raw));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    asm("" : "+v"(v));
 #    endif
     return v;
+}
+HWY_INLINE V16 kept16(uint16_t lanes) {
+    return kept(hn::Set(D16(), lanes));
 }
 
 // The same for 32-bit lanes, on every processor for which g++ does so.
@@ -208,6 +220,8 @@ struct Glance {
 //   - firstHalf(), secondHalf(): the 16-bit lanes of a step as two vectors of 32-bit lanes
 //   - secondSource(bytes): from the first source pixel to that of the second half, given a half's bytes
 struct Whole {
+    static constexpr bool kStoresAll = false;
+
     HWY_INLINE Whole firstHalf() const { return {}; }
     HWY_INLINE Whole secondHalf() const { return {}; }
     static HWY_INLINE ptrdiff_t secondSource(ptrdiff_t bytes) { return bytes; }
@@ -257,6 +271,8 @@ struct Seen : Whole {
 
 // The same where every lane is known to be stored.
 struct Stored : Whole {
+    static constexpr bool kStoresAll = true;
+
     HWY_INLINE Stored firstHalf() const { return {}; }
     HWY_INLINE Stored secondHalf() const { return {}; }
 
@@ -278,6 +294,8 @@ struct Stored : Whole {
 // The empty asm statements: g++ would store with an extraction, which faults on pages that the mask leaves
 // out.
 struct First {
+    static constexpr bool kStoresAll = false;
+
     size_t count;
 
     HWY_INLINE First firstHalf() const { return {count < kLanes32 ? count : kLanes32}; }
@@ -370,6 +388,29 @@ struct TwoRows {
     }
 };
 #    else
+#        if HWY_TARGET == HWY_ALTIVEC
+// Copies so many bytes, without a call.
+HWY_INLINE void copyBytes(uint8_t* to, const uint8_t* from, size_t bytes) {
+    size_t i = 0;
+    for (; i + 4 <= bytes; i += 4)
+        ormsel::storeWord(to + i, ormsel::loadWord<uint32_t>(from + i));
+    for (; i < bytes; ++i)
+        to[i] = from[i];
+}
+
+// The first bytes of a vector; zeros behind them. Reads no other byte.
+template <class D>
+HWY_INLINE hn::Vec<D> loadBytes(D, const uint8_t* p, size_t bytes) {
+    hn::Vec<D> v = {};
+    copyBytes(reinterpret_cast<uint8_t*>(&v), p, bytes);
+    return v;
+}
+
+template <class D>
+HWY_INLINE void storeBytes(D, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+    copyBytes(p, reinterpret_cast<const uint8_t*>(&v), bytes);
+}
+#        else
 // So many bytes, 0 to 8, as the low ones of a word; zeros above. Which way is taken is the same for all rows.
 HWY_INLINE uint64_t loadFew(const uint8_t* p, size_t bytes) {
     if (bytes >= 8)
@@ -429,8 +470,12 @@ HWY_INLINE void storeBytes(D, hn::Vec<D> v, uint8_t* p, size_t bytes) {
     }
 }
 
+#        endif
+
 // The first few pixels of a row.
 struct First {
+    static constexpr bool kStoresAll = false;
+
     size_t count;
 
     HWY_INLINE First firstHalf() const { return {count < kLanes32 ? count : kLanes32}; }
@@ -473,6 +518,7 @@ struct First {
     }
 };
 
+#        if HWY_TARGET != HWY_ALTIVEC
 // The first few pixels of a row in the lower half of the lanes, and of the next row in the upper half.
 struct TwoRows {
     size_t count;
@@ -498,13 +544,87 @@ struct TwoRows {
         storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
     }
 };
+#        else
+struct TwoRows {
+    size_t count;
+    ptrdiff_t srcPitch, oldPitch, dstPitch;
+};
+#        endif
+#    endif
+
+#    if HWY_TARGET == HWY_ALTIVEC
+// The unit reads and writes vectors at multiples of 16 bytes. One at any address is the middle of two such,
+// if the bytes beside it are the image's, too: inside a row, but not at its ends.
+HWY_INLINE V8 loadInside(const uint8_t* p, int last) {
+    return __builtin_vec_perm(__builtin_vec_ld(0, p), __builtin_vec_ld(last, p), __builtin_vec_lvsl(0, p));
+}
+
+// All pixels of a step inside a row. OnVectors: they stand at multiples of 16 bytes, but for those of 24
+// bits.
+template <bool OnVectors>
+struct Inside : Whole {
+    HWY_INLINE Inside firstHalf() const { return {}; }
+    HWY_INLINE Inside secondHalf() const { return {}; }
+
+    template <class D>
+    static HWY_INLINE auto load(D d, const uint8_t* p) {
+        if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) < HWY_MAX_BYTES)
+            return loadAt(d, p);
+        else if constexpr (OnVectors)
+            return hn::Load(d, reinterpret_cast<const hn::TFromD<D>*>(p));
+        else
+            return as(d, loadInside(p, 15));
+    }
+    template <class D>
+    static HWY_INLINE auto loadOld(D d, const uint8_t* p) {
+        return load(d, p);
+    }
+    template <class D, class V>
+    static HWY_INLINE void store(D d, V v, uint8_t* p) {
+        if constexpr (OnVectors)
+            hn::Store(v, d, reinterpret_cast<hn::TFromD<D>*>(p));
+        else
+            storeAt(d, v, p);
+    }
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
+        return load(d, oldAt(d, mask, p));
+    }
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
+        if (hn::AllTrue(d, mask))
+            store(d, v, p);
+        else
+            storeLanes(d, v, mask, p);
+    }
+};
+
+// The same where every pixel is drawn.
+template <class Lanes>
+struct Drawn : Lanes {
+    static constexpr bool kStoresAll = true;
+
+    HWY_INLINE Drawn firstHalf() const { return {}; }
+    HWY_INLINE Drawn secondHalf() const { return {}; }
+
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return Lanes::loadOld(d, p);
+    }
+    template <class D, class V, class M>
+    static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
+        Lanes::store(d, v, p);
+    }
+};
 #    endif
 
 // One 24-bit pixel value in each 32-bit lane, from pixels packed at the vector's start. The top bytes are 0.
 HWY_INLINE V32 spread24(V32 packed) {
     const D8 d8;
-    alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
+    alignas(16) static constexpr uint8_t kLittle[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
                                                         6, 7, 8, 0x80, 9, 10, 11, 0x80};
+    alignas(16) static constexpr uint8_t kBig[16] = {0x80, 0, 1, 2, 0x80, 3, 4,  5, //
+                                                     0x80, 6, 7, 8, 0x80, 9, 10, 11};
 #    if HWY_TARGET == HWY_AVX3
     // Each block of 16 bytes gets its own three words.
     alignas(64) static constexpr int32_t kBlocks[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
@@ -513,12 +633,13 @@ HWY_INLINE V32 spread24(V32 packed) {
     alignas(32) static constexpr int32_t kBlocks[8] = {0, 1, 2, 2, 3, 4, 5, 5};
     packed = hn::TableLookupLanes(packed, hn::SetTableIndices(D32(), kBlocks));
 #    endif
-    return as(D32(), hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kSpread)));
+    return as(D32(),
+              hn::TableLookupBytesOr0(as(d8, packed), hn::LoadDup128(d8, kBigEndian ? kBig : kLittle)));
 }
 
 // Reads exactly 3 bytes a lane.
 HWY_INLINE V32 load24(const uint8_t* p, Whole) {
-    const D32 d32;
+    [[maybe_unused]] const D32 d32;
 #    if HWY_TARGET == HWY_AVX3
     return spread24(
         hn::MaskedLoad(hn::FirstN(d32, kLanes32 / 4 * 3), d32, reinterpret_cast<const uint32_t*>(p)));
@@ -530,6 +651,10 @@ HWY_INLINE V32 load24(const uint8_t* p, Whole) {
     const hn::Full128<uint8_t> block;
     const auto bytes = hn::Combine(D8(), loadAt(block, p + 8), loadAt(block, p));
     return as(d32, hn::TableLookupBytesOr0(bytes, hn::Load(D8(), kSpread)));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    V32 packed;
+    std::memcpy(&packed, p, 3 * kLanes32);
+    return spread24(packed);
 #    else
     const hn::Half<D64> half;
     return spread24(
@@ -546,6 +671,13 @@ HWY_INLINE V32 load24(const uint8_t* p, First lanes) {
 #    endif
 }
 
+#    if HWY_TARGET == HWY_ALTIVEC
+template <class Lanes>
+HWY_INLINE V32 load24(const uint8_t* p, Lanes) {
+    return spread24(as(D32(), loadInside(p, 3 * kLanes32 - 1)));
+}
+#    endif
+
 #    if HWY_TARGET == HWY_AVX3
 // Each lane's low half, stored where the mask has the lane.
 HWY_INLINE void storeWordsWhere(V32 v, M32 mask, uint8_t* p) {
@@ -558,9 +690,12 @@ HWY_INLINE void storeWordsWhere(V32 v, M32 mask, uint8_t* p) {
 HWY_INLINE V32 pack24(V32 v) {
     const D32 d32;
     const D8 d8;
-    alignas(16) static constexpr uint8_t kPack[16] = {0,  1,  2,  4,  5,    6,    8,    9,
-                                                      10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-    const auto packed = as(d32, hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kPack)));
+    alignas(16) static constexpr uint8_t kLittle[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                                        10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
+    alignas(16) static constexpr uint8_t kBig[16] = {1,  2,  3,  5,  6,    7,    9,    10,
+                                                     11, 13, 14, 15, 0x80, 0x80, 0x80, 0x80};
+    const auto packed =
+        as(d32, hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kBigEndian ? kBig : kLittle)));
 #    if HWY_TARGET == HWY_AVX3
     alignas(64) static constexpr int32_t kGather[16] = {0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, 3, 3, 3, 3};
     return hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kGather));
@@ -592,14 +727,27 @@ HWY_INLINE void store24(V32 v, uint8_t* p, First lanes) {
 struct Shuffle {
     V8 index;
 
-    HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
+    HWY_INLINE V32 operator()(V32 v) const {
+#    if HWY_TARGET == HWY_ALTIVEC
+        return as(D32(), __builtin_vec_perm(as(D8(), v), V8{}, index));
+#    else
+        return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index));
+#    endif
+    }
 };
 
-// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i.
+// The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i. A lane's bytes are counted
+// from its lowest.
 HWY_INLINE Shuffle shuffleOfBytes(uint32_t from) {
     alignas(16) static constexpr uint32_t kLane[4] = {0, 0x04040404, 0x08080808, 0x0C0C0C0C};
     const D32 d32;
-    return {as(D8(), hn::Set(d32, from) + hn::LoadDup128(d32, kLane))};
+    const uint32_t inMemory = kBigEndian ? from ^ 0x03030303 : from;
+    const V8 index = as(D8(), hn::Set(d32, inMemory) + hn::LoadDup128(d32, kLane));
+#    if HWY_TARGET == HWY_ALTIVEC
+    return {kept(hn::IndexOr0(index))};
+#    else
+    return {index};
+#    endif
 }
 
 // The argument of shuffleOfBytes() for four bytes, the lowest first; 0x80 gives a 0.
@@ -610,13 +758,15 @@ constexpr uint32_t bytesFrom(uint32_t b0, uint32_t b1, uint32_t b2, uint32_t b3)
 // For each 16-bit lane the sum of two products of its bytes: unsigned ones of x with those of w, which must
 // be at most 127. The sum must stay below 2^15.
 HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
-    const D16 d16;
+    [[maybe_unused]] const D16 d16;
 #    if HWY_TARGET == HWY_AVX3
     return V16{_mm512_maddubs_epi16(x.raw, w.raw)};
 #    elif HWY_TARGET == HWY_AVX2
     return V16{_mm256_maddubs_epi16(x.raw, w.raw)};
 #    elif HWY_TARGET == HWY_SSE4
     return V16{_mm_maddubs_epi16(x.raw, w.raw)};
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return __builtin_vec_mule(as(D8(), x), as(D8(), w)) + __builtin_vec_mulo(as(D8(), x), as(D8(), w));
 #    else
     const auto low = hn::Set(d16, 0xFF);
     return hn::And(x, low) * hn::And(w, low) + hn::ShiftRight<8>(x) * hn::ShiftRight<8>(w);
@@ -644,16 +794,20 @@ template <class V>
 HWY_INLINE V select(V mask, V a, V b) {
 #    if HWY_TARGET == HWY_AVX3
     return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xE2)}; // in a's place, which spares a copy
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return hn::IfThenElse(mask, a, b);
 #    else
     return hn::Or(hn::And(mask, a), hn::AndNot(mask, b));
 #    endif
 }
 
-// Bits of a where the mask has ones, and all bits of b.
+// Bits of a where the mask has ones, and those of b, which has none there.
 template <class V>
 HWY_INLINE V addBits(V mask, V a, V b) {
 #    if HWY_TARGET == HWY_AVX3
     return V{_mm512_ternarylogic_epi64(a.raw, mask.raw, b.raw, 0xEA)};
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return select(mask, a, b);
 #    else
     return hn::Or(hn::And(mask, a), b);
 #    endif
@@ -673,6 +827,80 @@ HWY_INLINE V32 greenAndKeptAlpha(V16 weights) {
 #    endif
 }
 
+// Blends channels of 8 bits, one in each 16-bit lane: d + floor((s - d) * a / 256) in the high byte, a from 0
+// to 256 and rest = 256 - a. The sum is a mean of s and d times 256, at most 65280.
+HWY_INLINE V16 mixBytes(V16 s, V16 d, V16 a, V16 rest) {
+    return s * a + d * rest;
+}
+
+// Blends A8R8G8B8 pixels as mixColours32() does. a holds the weight in both 16-bit lanes of each pixel. Of
+// the mixed green and alpha, the bits of `taken` stay.
+HWY_INLINE V32 mixColours(V32 s, V32 d, V16 a, V32 taken) {
+    const D16 d16;
+    const D32 d32;
+    const V16 low = hn::Set(d16, 0x00FF), s16 = as(d16, s), old = as(d16, d), rest = hn::Set(d16, 256) - a;
+    const V16 rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(old, low), a, rest));
+    const V16 ag = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(old), a, rest);
+    return addBits(taken, as(d32, ag), as(d32, rb)); // ........rrrrrrrrggggggggbbbbbbbb
+}
+
+// The weights of pixels onto A8R8G8B8: alpha A times a constant one, A * C >> 8. As 32-bit lanes they are 0
+// where nothing is drawn.
+#    if HWY_TARGET == HWY_ALTIVEC
+template <uint32_t AlphaByte>
+struct AlphaWeights {
+    using Type = V8; // the weight in the bytes of the colours, 0 in that of alpha
+
+    V8 constant, highBytes = kept(V8{0, 16, 2, 18, 4, 20, 6, 22, 8, 24, 10, 26, 12, 28, 14, 30});
+    Shuffle ofColours;
+
+    explicit HWY_INLINE AlphaWeights(uint32_t constantAlpha)
+        : constant(hn::Set(D8(), static_cast<uint8_t>(constantAlpha))),
+          ofColours(shuffleOfBytes(bytesFrom(AlphaByte | 1, AlphaByte | 1, AlphaByte | 1, 0x80))) {}
+
+    // Of the products of all bytes, the high bytes of those with A.
+    HWY_INLINE V8 operator()(V32 s) const {
+        const V8 bytes = as(D8(), s);
+        const V16 products =
+            AlphaByte % 2 ? __builtin_vec_mule(bytes, constant) : __builtin_vec_mulo(bytes, constant);
+        return as(D8(), ofColours(as(D32(), products)));
+    }
+
+    // Mixes by s * a + d * (256 - a), where the second factor is 0 for a weight of 0: it gives 0 then.
+    template <class Lanes>
+    HWY_INLINE V32 mix(V32 s, V32 d, V8 a, Lanes) const {
+        const V8 rest = -a, s8 = as(D8(), s), old = as(D8(), d);
+        const V16 even = __builtin_vec_mule(s8, a) + __builtin_vec_mule(old, rest);
+        const V16 odd = __builtin_vec_mulo(s8, a) + __builtin_vec_mulo(old, rest);
+        const V32 mixed = as(D32(), __builtin_vec_perm(as(D8(), even), as(D8(), odd), highBytes));
+        if constexpr (Lanes::kStoresAll)
+            return mixed;
+        else
+            return hn::IfThenElse(hn::Eq(as(D32(), a), V32{}), d, mixed);
+    }
+};
+#    else
+template <uint32_t AlphaByte>
+struct AlphaWeights {
+    using Type = V16; // in both halves of each pixel
+
+    V16 constant;
+    Shuffle alphaHigh;
+
+    explicit HWY_INLINE AlphaWeights(uint32_t constantAlpha)
+        : constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
+          alphaHigh(shuffleOfBytes(bytesFrom(0x80, AlphaByte, 0x80, AlphaByte))) {}
+
+    // 256 * A * C >> 16
+    HWY_INLINE V16 operator()(V32 s) const { return hn::MulHigh(as(D16(), alphaHigh(s)), constant); }
+
+    template <class Lanes>
+    static HWY_INLINE V32 mix(V32 s, V32 d, V16 a, Lanes) {
+        return mixColours(s, d, a, greenAndKeptAlpha(a));
+    }
+};
+#    endif
+
 // Two vectors of 32-bit lanes in the lanes' own order, from their low and their high halves. The 16-bit lanes
 // that the halves are made of have been put in the order that zipping block by block needs.
 HWY_INLINE V16 orderForZip(V16 v) {
@@ -690,15 +918,75 @@ struct Zipped {
     V32 first, second;
 
     HWY_INLINE Zipped(V16 low, V16 high)
-        : first(hn::ZipLower(D32(), low, high)), second(hn::ZipUpper(D32(), low, high)) {}
+        : first(kBigEndian ? hn::ZipLower(D32(), high, low) : hn::ZipLower(D32(), low, high)),
+          second(kBigEndian ? hn::ZipUpper(D32(), high, low) : hn::ZipUpper(D32(), low, high)) {}
+};
+
+// A weight of 32nds: A * C >> 11, alpha A in the high byte of 16-bit lanes.
+struct AlphaOf32 {
+#    if HWY_TARGET == HWY_ALTIVEC
+    V8 constant;
+
+    explicit HWY_INLINE AlphaOf32(uint32_t constantAlpha)
+        : constant(kept(hn::Set(D8(), static_cast<uint8_t>(constantAlpha)))) {}
+    HWY_INLINE V16 operator()(V16 high) const {
+        return hn::ShiftRight<11>(V16(__builtin_vec_mule(as(D8(), high), constant)));
+    }
+#    else
+    V16 constant32;
+
+    explicit HWY_INLINE AlphaOf32(uint32_t constantAlpha)
+        : constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))) {}
+    HWY_INLINE V16 operator()(V16 high) const { return hn::MulHigh(hn::ShiftRight<8>(high), constant32); }
+#    endif
+};
+
+// Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
+struct Halves {
+    V16 low, high;
+
+    Halves() = default;
+    HWY_INLINE Halves(V32 first, V32 second) {
+        const D16 d16;
+        const V16 lower = as(d16, first), upper = as(d16, second);
+        low = kBigEndian ? hn::ConcatOdd(d16, upper, lower) : hn::ConcatEven(d16, upper, lower);
+        high = kBigEndian ? hn::ConcatEven(d16, upper, lower) : hn::ConcatOdd(d16, upper, lower);
+    }
+};
+
+// Halves of pixels whose alpha is the lowest byte or the highest; the halves have it on top.
+template <bool AlphaIsLow>
+struct HalvesAlphaHigh {
+#    if HWY_TARGET == HWY_ALTIVEC
+    V8 low = kept(V8{1, 2, 5, 6, 9, 10, 13, 14, 17, 18, 21, 22, 25, 26, 29, 30}),
+       high = kept(V8{3, 0, 7, 4, 11, 8, 15, 12, 19, 16, 23, 20, 27, 24, 31, 28});
+
+    HWY_INLINE HalvesAlphaHigh() {}
+    HWY_INLINE Halves operator()(V32 first, V32 second) const {
+        if constexpr (AlphaIsLow) {
+            Halves halves;
+            halves.low = as(D16(), __builtin_vec_perm(as(D8(), first), as(D8(), second), low));
+            halves.high = as(D16(), __builtin_vec_perm(as(D8(), first), as(D8(), second), high));
+            return halves;
+        }
+#    else
+    Shuffle alphaToTop = shuffleOfBytes(bytesFrom(1, 2, 3, 0));
+
+    HWY_INLINE HalvesAlphaHigh() {}
+    HWY_INLINE Halves operator()(V32 first, V32 second) const {
+        if constexpr (AlphaIsLow)
+            return {alphaToTop(first), alphaToTop(second)};
+#    endif
+        return {first, second};
+    }
 };
 
 // A logical shift to the right by a count known at run time.
 struct RightShift {
-#    if HWY_TARGET == HWY_AVX3
+#    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_ALTIVEC
     V16 by; // one instruction; a single count takes two
 
-    explicit HWY_INLINE RightShift(uint32_t n) : by(hn::Set(D16(), static_cast<uint16_t>(n))) {}
+    explicit HWY_INLINE RightShift(uint32_t n) : by(kept16(static_cast<uint16_t>(n))) {}
     HWY_INLINE V16 operator()(V16 v) const { return v >> by; }
 #    else
     int by;
@@ -707,6 +995,16 @@ struct RightShift {
     HWY_INLINE V16 operator()(V16 v) const { return hn::ShiftRightSame(v, by); }
 #    endif
 };
+
+// The lanes that are not 0.
+template <class D>
+HWY_INLINE hn::Mask<D> notZero(D d, hn::Vec<D> v) {
+#    if HWY_TARGET == HWY_ALTIVEC
+    return (void)d, v;
+#    else
+    return hn::Ne(v, hn::Zero(d));
+#    endif
+}
 
 // --- Write sets ---------------------------------------------------------------------------------------
 
@@ -732,6 +1030,13 @@ struct StoreSet {
         step.storeWhere(d, v, lanes, p);
     }
 };
+
+#    if HWY_TARGET == HWY_ALTIVEC
+// With lanes that are not 0 for those stored, and such with something drawn, of which all are stored.
+struct DrawnSet : StoreSet<D32> {
+    V32 drawn;
+};
+#    endif
 
 // Pixels of a generic blit, which are stored one by one. drawn has one 32-bit lane a pixel.
 template <int Bytes>
@@ -779,23 +1084,30 @@ struct GenericPixels<3> : StoreSet<D32> {
     }
 
     // In plain stores, for the same reason.
-    HWY_INLINE void store(V32 v, uint8_t* p, Stored) const {
-        storeBytes(D8(), as(D8(), pack24(v)), p, 3 * kLanes32);
-        p[3 * kLanes32] = 0;
-    }
     template <class Lanes>
     HWY_INLINE void store(V32 v, uint8_t* p, Lanes) const {
+        if constexpr (Lanes::kStoresAll) {
+            storeBytes(D8(), as(D8(), pack24(v)), p, 3 * kLanes32);
+            p[3 * kLanes32] = 0;
+            return;
+        }
         // A store's fourth byte is the zero.
-        storeOneByOne<3>(d, hn::And(v, hn::Set(d, 0xFFFFFF)), lanes, p);
+        storeOneByOne<3>(d, kBigEndian ? hn::ShiftLeft<8>(v) : hn::And(v, hn::Set(d, 0xFFFFFF)), lanes, p);
     }
 #    endif
 };
 
 // Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0 in each lane to be drawn.
+#    if HWY_TARGET == HWY_ALTIVEC
+HWY_INLINE DrawnSet pairsOf(V32 drawn, Whole) {
+    return {{D32(), hn::Or(drawn, hn::Reverse2(D32(), drawn))}, drawn};
+}
+#    else
 HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
     const D64 d64;
     return {d64, hn::Ne(as(d64, drawn), hn::Zero(d64))};
 }
+#    endif
 
 // The end of a row: an odd last pixel stands alone. Lanes behind the row must hold 0.
 HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
@@ -811,9 +1123,17 @@ HWY_INLINE V32 besideJustOne(V16 drawn) {
     return hn::Reverse2(D32(), halvesDiffer(hn::Min(drawn, hn::Set(D16(), 1))));
 }
 
+#    if HWY_TARGET == HWY_ALTIVEC
+template <bool OnVectors>
+HWY_INLINE DrawnSet groupsOf(V16 drawn, Inside<OnVectors>) {
+    const V32 words = as(D32(), drawn);
+    return {{D32(), hn::Or(words, besideJustOne(drawn))}, words};
+}
+#    endif
+
 HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
     const D32 d32;
-    return {d32, hn::Ne(hn::Or(as(d32, drawn), besideJustOne(drawn)), hn::Zero(d32))};
+    return {d32, notZero(d32, hn::Or(as(d32, drawn), besideJustOne(drawn)))};
 }
 
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
@@ -826,6 +1146,104 @@ requires(!std::is_base_of_v<Whole, Lanes>) HWY_INLINE StoreSet<D16> groupsOf(V16
     const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));
     return {d16, hn::Ne(hn::Or(drawn, hn::And(words, lanes.grouped())), hn::Zero(d16))};
 }
+
+#    if HWY_TARGET == HWY_ALTIVEC
+// --- Rows ---------------------------------------------------------------------------------------------
+
+// Draws one step. A branch costs little here, and a store of some lanes much.
+template <class Step, class Lanes>
+HWY_INLINE void drawVector(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                           Lanes lanes) {
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; }) {
+        const auto& stored = weighed.stored;
+        const auto drawn = [&]() HWY_ATTR {
+            if constexpr (requires { stored.drawn; })
+                return stored.drawn;
+            else
+                return stored.lanes;
+        }();
+        if (__builtin_expect(hn::AllTrue(stored.d, drawn), true))
+            stored.store(step.mix(weighed, dst, third, Drawn<Lanes>()), dst, Drawn<Lanes>());
+        else if (!hn::AllFalse(stored.d, drawn))
+            stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
+    } else {
+        step.draw(weighed, dst, third, lanes);
+    }
+}
+
+// Draws so many steps. Images of pixels of one size are seen from the destination, so that one register runs.
+template <class Step, class Lanes>
+HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                            size_t steps, Lanes lanes) {
+    constexpr size_t kSrc = Step::kSrcBytes, kDst = Step::kDstBytes, kThird = Step::kThirdBytes;
+    ptrdiff_t toSrc = src - dst, toThird = third - dst;
+    asm("" : "+r"(toSrc), "+r"(toThird));
+    for (; steps; --steps) {
+        drawVector(step, kSrc == kDst ? dst + toSrc : src, dst, kThird == kDst ? dst + toThird : third,
+                   lanes);
+        src += Step::kPixels * kSrc, dst += Step::kPixels * kDst, third += Step::kPixels * kThird;
+    }
+}
+
+// Draws the end of a row.
+template <class Step>
+HWY_INLINE void drawLeft(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
+                         size_t pixels) {
+    const First lanes{pixels};
+    const auto weighed = step.weigh(src, third, lanes);
+    if constexpr (requires { weighed.stored; })
+        weighed.stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
+    else
+        step.draw(weighed, dst, third, lanes);
+}
+
+// Walks the rows of a block; see drawRows().
+template <class Step>
+HWY_INLINE void drawRowsByVectors(const Block& b, const Step& inMemory, const uint8_t* third,
+                                  ptrdiff_t thirdPitch) {
+    constexpr size_t kPixels = Step::kPixels, kSrc = Step::kPixels * Step::kSrcBytes,
+                     kDst = Step::kPixels * Step::kDstBytes, kThird = Step::kPixels * Step::kThirdBytes;
+    constexpr bool kHas24 = Step::kSrcBytes == 3 || Step::kDstBytes == 3;
+    const Step step = inMemory; // in registers
+    const size_t steps = b.width / kPixels, left = b.width % kPixels;
+    const ptrdiff_t srcPitch = b.srcPitch, dstPitch = b.dstPitch;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    const auto place = [](const uint8_t* p, ptrdiff_t pitch, size_t bytes) {
+        return bytes % 2 ? 0
+                         : (reinterpret_cast<uintptr_t>(p) | static_cast<uintptr_t>(pitch)) % HWY_MAX_BYTES;
+    };
+    const bool onVectors = (place(src, srcPitch, Step::kSrcBytes) | place(dst, dstPitch, Step::kDstBytes) |
+                            place(third, thirdPitch, Step::kThirdBytes)) == 0;
+    if (onVectors && !kHas24) {
+        for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+            drawVectors(step, src, dst, third, steps, Inside<true>());
+            if (left)
+                drawLeft(step, src + steps * kSrc, dst + steps * kDst, third + steps * kThird, left);
+        }
+        return;
+    }
+    // So many steps have a vector's bytes in each image: what lies between such ends of a row is inside.
+    constexpr size_t kEnd = kHas24 && kPixels == kLanes32 ? 2 : 1;
+    const size_t inside = steps > 2 * kEnd ? steps - 2 * kEnd : 0, first = inside ? kEnd : steps;
+    const auto draw = [&](size_t from, size_t count, auto lanes) HWY_ATTR {
+        drawVectors(step, src + from * kSrc, dst + from * kDst, third + from * kThird, count, lanes);
+    };
+    for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+        draw(0, first, Whole());
+        if (inside) {
+            if (onVectors)
+                draw(first, inside, Inside<true>());
+            else
+                draw(first, inside, Inside<false>());
+            draw(first + inside, kEnd, Whole());
+        }
+        if (left)
+            drawLeft(step, src + steps * kSrc, dst + steps * kDst, third + steps * kThird, left);
+    }
+}
+#    endif
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();

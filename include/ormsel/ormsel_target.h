@@ -4,7 +4,7 @@
  * @brief Which of the processor's instructions the blits use.
  *
  * A target is a set of routines for one kind of processor: "scalar" (plain code, on every one), "sse4",
- * "avx2", "avx512" or "neon". Every target gives the same results; they differ in speed alone.
+ * "avx2", "avx512", "neon" or "altivec". Every target gives the same results; they differ in speed alone.
  *
  * The target is chosen at the first blit: the best that the processor has, or the one that the environment
  * variable `ORMSEL_TARGET` names. A name that is unknown, or not available here, is reported on the debug

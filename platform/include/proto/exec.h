@@ -4,9 +4,11 @@
 #define PROTO_EXEC_H
 
 #include <dos/dos.h>
+#include <exec/exectags.h>
 #include <exec/memory.h>
 #include <exec/ports.h>
 #include <host/call.h>
+#include <host/tagcall.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -30,6 +32,14 @@ APTR AllocVec(uint32 size, uint32 attributes) HOST_CALL(AllocVec);
 
 /** Frees memory of AllocVec(); NULL is allowed. */
 void FreeVec(APTR memory) HOST_CALL(FreeVec);
+
+/**
+ * Tells of the processor.
+ * @param tags for each GCIT_... tag where to put what it asks for; others are passed over
+ */
+void GetCPUInfo(const struct TagItem* tags) HOST_CALL(GetCPUInfo);
+
+#define GetCPUInfoTags(...) GetCPUInfo(HOST_TAGLIST(__VA_ARGS__))
 
 /** A port of the calling thread with a signal of its own, or NULL. */
 struct MsgPort* CreateMsgPort(void) HOST_CALL(CreateMsgPort);
