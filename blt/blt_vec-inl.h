@@ -122,7 +122,8 @@ HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
     const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
     for (size_t i = 0; i < kCount; ++i)
-        ormsel::storeWord(other + ((way + static_cast<intptr_t>(Stride * i)) & intptr_t{kept[i]}), lanes[i]);
+        ormsel::storeWord(
+            other + ((way + static_cast<intptr_t>(Stride * i)) & static_cast<intptr_t>(kept[i])), lanes[i]);
     asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
 }
 
@@ -390,7 +391,7 @@ HWY_INLINE hn::Vec<D> loadBytes(D d, const uint8_t* p, size_t bytes) {
 }
 
 template <class D>
-HWY_INLINE void storeBytes(D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+HWY_INLINE void storeBytes([[maybe_unused]] D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
     constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
     if constexpr (kBytes <= 8) {
         using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
