@@ -59,7 +59,10 @@ const std::vector<Size>& allSizes() {
         {{800, 600}, kPicture, "800x600", "800x600", 3, true},
         {{3840, 2160}, kPicture, "3840x2160", "3840x2160", 2},
         {{1, 1}, kCall, "1x1", "call", 16},
+        {{8, 8}, kCall, "8x8", "call", 16},
         {{16, 16}, kCall, "16x16", "call", 16},
+        {{15, 16}, kCall, "15x16", "call", 16},
+        {{31, 16}, kCall, "31x16", "call", 16},
         {{8, 8}, kTile, "tile8", "tiles", 1},
         {{16, 16}, kTile, "tile16", "tiles", 1},
         {{32, 32}, kTile, "tile32", "tiles", 1},
@@ -170,7 +173,9 @@ ImageSet Case::makeSet(size_t number) {
         const int x = static_cast<int>(i) % sheet.width, y = static_cast<int>(i) / sheet.width;
         const auto colours = static_cast<uint32_t>(random());
         const uint32_t r = colours & 255, g = colours >> 8 & 255, b = colours >> 16 & 255;
-        const uint32_t a = sprite ? discAlpha(x + shift, y + shift, cell, number) : colours >> 24;
+        const uint32_t a = content == kClear ? 0
+                           : sprite          ? discAlpha(x + shift, y + shift, cell, number)
+                                             : colours >> 24;
         const auto times = [a](uint32_t v) { return (v * a + 127) / 255; };
         if (src.a)
             store(set.premultiplied, i, src.bytes, pack(src, times(r), times(g), times(b), a));

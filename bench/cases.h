@@ -71,6 +71,7 @@ const std::vector<Size>& allSizes();
 // The alphas of an image, or of its mask. Rows without alpha have random colours only.
 inline constexpr const char* kSprite = "sprite"; // discs: about 40 % transparent, 40 % opaque, 20 % edge
 inline constexpr const char* kRandom = "random"; // each alpha of its own
+inline constexpr const char* kClear = "clear";   // wholly transparent; only where peers are limited, too
 
 // Whether a name matches one of the patterns, separated by blanks or commas, and none that begins with '!'.
 bool listed(std::string patterns, const std::string& name);

@@ -2,6 +2,10 @@
 #include "bench/report.h"
 
 #include <algorithm>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <stdexcept>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -14,67 +18,49 @@ constexpr std::string_view kBest = "best"; // the processor's
 // What our target is compared with, beside a participant's name.
 constexpr std::string_view kFastest = "fastest peer";             // of all
 constexpr std::string_view kFastestStraight = "fastest straight"; // of those that do the same work
-constexpr std::string_view kOpaqueConstant = "itself by C 255";   // the same row without constant alpha
+// The same target in another case. Both move the same memory, so that their shares of the limit can be
+// compared.
+constexpr std::string_view kItself = "itself at ";
 
-constexpr double kEqual = 0.98; // what counts as not behind, in a measurement with noise
-
-constexpr const char* kOntoRgb16 = "argb32_rgb16 rgba32_rgb16 bgra32_rgb16 abgr32_rgb16";
-constexpr const char* kOntoRgb16Constant = "argb32_rgb16@* rgba32_rgb16@* bgra32_rgb16@* abgr32_rgb16@*";
-constexpr const char* kOntoArgb32 = "argb32 argb32@* ????32_argb32 ????32_argb32@*";
-constexpr const char* kConversions = "rgb16 rgb24_rgb16 bgr24_rgb16 argb32+copy fallback_rgb*";
-constexpr const char* kBlends = "* !rgb16 !rgb24_rgb16 !bgr24_rgb16 !argb32+copy !fallback_rgb*";
-constexpr const char* kHasSdl12 = "* !fallback_mask* !argb32@* !????32_*@*";
-
-// In every case of these rows and sizes, our target is at least `ratio` times as fast as the peer.
+// In every case of these rows, sizes and contents, our target is at least `ratio` times as fast as the peer.
 struct Promise {
-    const char *rows, *sizes; // patterns
-    std::string_view target, peer;
+    std::string rows, sizes, contents, target, peer; // the first three are patterns
     double ratio;
 };
 
-constexpr Promise kPromises[] = {
-    {kOntoArgb32, "800x600", kBest, "limit", 0.85},
-    {"argb32@*", "800x600", kBest, "SDL 2", 20},
-    {kOntoRgb16, "800x600", kBest, "libyuv", 6},
-    {kOntoRgb16, "800x600", kBest, "limit", 0.65},
-    {kOntoRgb16Constant, "800x600", kBest, "libyuv", 8},
-    {kOntoRgb16Constant, "800x600", kBest, "SDL 2", 70},
-    {kOntoRgb16Constant, "800x600", kBest, "limit", 0.65},
-    {"rgb16@100", "800x600", kBest, "SDL 2", 8},
-    {"rgb16@*", "800x600", kBest, "limit", 0.80},
-    {"rgb16 argb32+copy", "800x600", kBest, "libyuv", kEqual},
-    {"rgb16 argb32+copy", "800x600", kBest, "memmove", kEqual},
-    {"rgb16 argb32+copy", "800x600", kBest, "limit", 0.95},
-    {"rgb24_rgb16 bgr24_rgb16", "800x600", kBest, "libyuv", 5},
-    {"rgb24_rgb16 bgr24_rgb16", "800x600", kBest, "limit", 0.85},
-    {"rgb24_rgb16@* bgr24_rgb16@*", "800x600", kBest, "libyuv", 7},
-    {"rgb24_rgb16@* bgr24_rgb16@*", "800x600", kBest, "limit", 0.80},
-    {"fallback_mask_argb32_argb32", "800x600", kBest, "limit", 0.85},
-    {"fallback_mask_argb32_rgb16", "800x600", kBest, "libyuv", 4},
-    {"fallback_mask_argb32_rgb16", "800x600", kBest, "limit", 0.45},
-    {"fallback_argb32_rgb15", "800x600", kBest, "libyuv", 2},
-    {"fallback_argb32_rgb24", "800x600", kBest, "libyuv", 1},
-    {"fallback_rgb16_argb32", "800x600", kBest, "libyuv", 1},
-    {"fallback_rgb24_argb32", "800x600", kBest, "libyuv", 0.8},
-    // A constant alpha on top of the pixels' own costs at most 15 % more than none.
-    {"argb32@* ????32_*@*", "800x600", kBest, kOpaqueConstant, 1 / 1.15},
-    {"call*", "1x1", kBest, "SDL 1.2", 0.5},
-    {"call*", "16x16", kBest, "SDL 1.2", 5},
-    {"*", "64x64 3840x2160", kBest, kFastest, kEqual},
-    // AVX2 alone beats whoever does the same work; the lesser targets lose to nothing in SDL 1.2.
-    {kBlends, "800x600", "avx2", kFastestStraight, 1},
-    {kConversions, "800x600", "avx2", kFastestStraight, kEqual},
-    {kHasSdl12, "800x600", "sse4", "SDL 1.2", 1},
-    {kHasSdl12, "800x600", "scalar", "SDL 1.2", 1},
-};
+// The lines of promises.txt that say something; what several lines have in common may have a name there.
+std::vector<Promise> promises() {
+    std::vector<Promise> all;
+    std::map<std::string, std::string> names;
+    std::ifstream in(BENCH_DIR "/promises.txt");
+    for (std::string line; std::getline(in, line);) {
+        static const std::regex kBar(R"(\s*\|\s*)"), kIs(R"((\$\S+) = (.*))");
+        std::smatch is;
+        if (line.empty() || line[0] == '#')
+            continue;
+        if (std::regex_match(line, is, kIs)) {
+            names[is[1]] = is[2];
+            continue;
+        }
+        std::vector<std::string> f{std::sregex_token_iterator(line.begin(), line.end(), kBar, -1), {}};
+        if (f.size() != 6)
+            throw std::runtime_error("promises.txt: " + line);
+        all.push_back({names.contains(f[0]) ? names[f[0]] : f[0], f[1], f[2], f[3], f[4], std::stod(f[5])});
+    }
+    return all;
+}
 
-// Who `what` is, in this case or (kOpaqueConstant) in the one of the row without constant alpha. Both move
-// the same memory, so that their shares of the limit can be compared.
+// Who `what` is.
 const Result* peerOf(const Report& report, const CaseReport& c, std::string_view what,
                      const std::string& ours) {
-    if (what == kOpaqueConstant) {
-        const CaseReport* plain = report.find(c.row.substr(0, c.row.find('@')), c.size, c.content);
-        return plain ? plain->find(ours) : nullptr;
+    if (what.starts_with(kItself)) {
+        const std::string other(what.substr(kItself.size())), row = c.row.substr(0, c.row.find('@'));
+        const bool byContent = other == kRandom;
+        const CaseReport* same = report.find(byContent         ? c.row
+                                             : other == "@255" ? row
+                                                               : row + other,
+                                             c.size, byContent ? other : c.content);
+        return same ? same->find(ours) : nullptr;
     }
     const Result* fastest = c.find(what);
     for (const Result& r : c.results)
@@ -87,8 +73,8 @@ const Result* peerOf(const Report& report, const CaseReport& c, std::string_view
 Verdict judge(const Report& report, const CaseReport& c, const Promise& p) {
     const std::string name = fmt::format("ormsel {}", p.target == kBest ? report.targets.front() : p.target);
     const Result *ours = c.find(name), *peer = peerOf(report, c, p.peer, name);
-    const bool itself = p.peer == kOpaqueConstant;
-    const std::string what = fmt::format("{} / {}", name, peer && !itself ? peer->participant : p.peer);
+    const bool itself = p.peer.starts_with(kItself);
+    const std::string what = name + " / " + (peer && !itself ? peer->participant : p.peer);
     Verdict v = {c.row, c.size, c.content, what, kMissing, p.ratio};
     if (!ours || !peer)
         return v;
@@ -102,14 +88,14 @@ Verdict judge(const Report& report, const CaseReport& c, const Promise& p) {
 
 std::vector<Verdict> verdictsOf(const Report& report) {
     std::vector<Verdict> verdicts;
-    for (const Promise& p : kPromises) {
+    for (const Promise& p : promises()) {
         const size_t before = verdicts.size();
         for (const CaseReport& c : report.cases)
-            if (listed(p.rows, c.row) && listed(p.sizes, c.size))
+            if (listed(p.rows, c.row) && listed(p.sizes, c.size) && listed(p.contents, c.content))
                 verdicts.push_back(judge(report, c, p));
         if (verdicts.size() == before)
-            verdicts.push_back(
-                {p.rows, p.sizes, "", fmt::format("{} / {}", p.target, p.peer), kNotMeasured, p.ratio});
+            verdicts.push_back({p.rows, p.sizes, p.contents, fmt::format("{} / {}", p.target, p.peer),
+                                kNotMeasured, p.ratio});
     }
     return verdicts;
 }

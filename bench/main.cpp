@@ -54,9 +54,9 @@ static Report measureAll(const Options& o) {
     const std::vector<Row> rows = allRows();
     for (const Row& row : rows)
         for (const Size& size : allSizes())
-            for (const char* content : {kSprite, kRandom})
+            for (const char* content : {kSprite, kRandom, kClear})
                 if (size.shape == row.shape && listed(o.rows, row.name) && listed(sizes, size.group) &&
-                    (row.hasAlpha() || content == kRandom))
+                    (row.hasAlpha() || content == kRandom) && (size.limitsPeers || content != kClear))
                     plan.emplace_back(&row, &size, content);
     if (plan.empty())
         throw std::runtime_error("no row of that name in that size (--list names the rows)");

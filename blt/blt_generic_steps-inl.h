@@ -201,17 +201,21 @@ struct GenericStore {
     }
 };
 
-// Which bits of a pixel with alpha, or of a mask, make it visible; none where its alpha is filled.
-HWY_INLINE V32 visibleBits(const Block& b) {
-    return hn::Set(D32(), b.mask ? ~uint32_t{0} : b.alphaFill ? 0 : b.srcFormat->aMask);
-}
+// Tells which pixels are drawn by their own alpha or by a mask. Where alphas are filled all are.
+struct GenericGlance {
+    Glance glance;
+    bool filled;
 
-// Whether a run of pixels of 32 bits with alpha, or of a mask, has nothing visible.
-template <AlphaSource Alpha>
-HWY_INLINE bool areClear(const uint8_t* src, const uint8_t* mask, V32 visible) {
-    return !hn::AllTrue(D32(), visible == hn::Zero(D32())) &&
-           (Alpha == AlphaSource::kOfMask ? haveNone<1>(mask, visible) : haveNone<4>(src, visible));
-}
+    explicit HWY_INLINE GenericGlance(const Block& b)
+        : glance(b.mask ? ~uint32_t{0} : b.srcFormat->aMask,
+                 b.constantAlpha == 255 ? 0 : 255 / b.constantAlpha),
+          filled(!b.mask && b.alphaFill) {}
+
+    template <AlphaSource Alpha>
+    HWY_INLINE bool seesNone(const uint8_t* src, const uint8_t* mask) const {
+        return Alpha == AlphaSource::kOfMask ? glance.seesNone<1>(mask) : !filled && glance.seesNone<4>(src);
+    }
+};
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
 struct WideStep {
@@ -221,10 +225,10 @@ struct WideStep {
     GenericFormat<SrcBytes> src;
     GenericStore<DstBytes, Alpha> store;
     V32 fill; // ORed into source pixels
-    V32 visible;
+    GenericGlance glance;
 
     explicit HWY_INLINE WideStep(const Block& b)
-        : src(*b.srcFormat), store(b), fill(hn::Set(D32(), b.alphaFill << 24)), visible(visibleBits(b)) {}
+        : src(*b.srcFormat), store(b), fill(hn::Set(D32(), b.alphaFill << 24)), glance(b) {}
 
     template <class Lanes>
     HWY_INLINE auto weigh(const uint8_t* s, const uint8_t* mask, Lanes lanes) const {
@@ -240,7 +244,7 @@ struct WideStep {
     }
     HWY_INLINE bool isClear(const uint8_t* s, const uint8_t* mask) const
         requires(Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4)) {
-        return areClear<Alpha>(s, mask, visible);
+        return glance.template seesNone<Alpha>(s, mask);
     }
 };
 
@@ -315,11 +319,11 @@ struct ToShortStep {
     ShortColours dst;
     ShortAlpha alpha;
     V16 factor, fill;
-    V32 visible;
+    GenericGlance glance;
 
     explicit HWY_INLINE ToShortStep(const Block& b)
         : src(*b.srcFormat), dst(*b.dstFormat), alpha(*b.dstFormat), factor(factorOf(b.constantAlpha)),
-          fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))), visible(visibleBits(b)) {}
+          fill(hn::Set(D16(), static_cast<uint16_t>(b.alphaFill))), glance(b) {}
 
     HWY_INLINE V16 join(V16 r, V16 g, V16 b, V16 field) const {
         return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
@@ -361,7 +365,7 @@ struct ToShortStep {
 
     HWY_INLINE bool isClear(const uint8_t* from, const uint8_t* mask) const
         requires(Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4)) {
-        return areClear<Alpha>(from, mask, visible);
+        return glance.template seesNone<Alpha>(from, mask);
     }
 
     template <class Lanes>

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Zlib
 //
 // The scalar kernels: every rule in plain C++, pixel by pixel in the rules' own order. They are what runs
-// where there are no vectors, wherever the order of single pixels shows (one image as source and
-// destination), and on the pixels of a row that fill no vector; and they are what the vector kernels are
-// compared with.
+// where there are no vectors and wherever the order of single pixels shows (one image as source and
+// destination); and they are what the vector kernels are compared with.
 #include "blt_kernels.h"
 
 #include <cstring>

@@ -11,8 +11,10 @@ namespace ormsel {
 
 namespace {
 
-// SDL is sooner done with this many pixels: by their own alpha, and by a surface's alpha or colour key.
-constexpr int kFewByPixel = 16, kFewBySurface = 64;
+// SDL is sooner done with this many pixels: by their own alpha, and by a surface's alpha or colour key. For
+// 32-bit processors its library may have been built with vector code, which rounds in its own way.
+constexpr bool kSdlIsPlainC = sizeof(void*) == 8;
+constexpr int kFewByPixel = kSdlIsPlainC ? 16 : 0, kFewBySurface = kSdlIsPlainC ? 64 : 0;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =

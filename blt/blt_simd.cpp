@@ -28,8 +28,24 @@
 #        include "blt_sdl_steps-inl.h"
 #        include "blt_steps-inl.h"
 
+#        if HWY_TARGET == HWY_AVX3 && (HWY_TARGETS & HWY_AVX2)
+namespace ormsel::N_AVX2 {
+extern const Kernels kKernels;
+}
+#        endif
+
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
+
+// Rows of at most half a vector: steps of half the width draw them sooner.
+template <class Src, class Dst>
+Kernel narrowOr(const Block& b) {
+#        if HWY_TARGET == HWY_AVX3 && (HWY_TARGETS & HWY_AVX2)
+    if (Dst::kBytes == 4 && b.width <= kLanes32 / 2)
+        return N_AVX2::kKernels.routes[kRouteIndex<Src, Dst>](b);
+#        endif
+    return routeKernel<Src, Dst>(b);
+}
 
 #        if HWY_TARGET == HWY_AVX3
 #            define ORMSEL_TARGET_NAME "avx512"
@@ -44,7 +60,7 @@ namespace ormsel::HWY_NAMESPACE {
 extern const Kernels kKernels;
 constexpr Kernels kKernels = {
     .name = ORMSEL_TARGET_NAME,
-#        define ROW(Src, Dst, Rule) routeKernel<Src, Dst>,
+#        define ROW(Src, Dst, Rule) narrowOr<Src, Dst>,
     .routes = {ORMSEL_ROUTES(ROW)},
 #        undef ROW
     .generic = genericKernel,

@@ -27,7 +27,7 @@ namespace ormsel::HWY_NAMESPACE {
 //     there is one, is the set of lanes that the destination gets
 //   - mix(weighed, dst, third, lanes): what these lanes get; or, where all are stored,
 //     draw(weighed, dst, third, lanes), which stores it, too
-//   - perhaps isClear(src, third): whether kRunPixels pixels are all transparent, at a glance
+//   - perhaps isClear(src, third): whether none of kRunPixels pixels is drawn
 // The third image, beside source and destination, is that of the old destination pixels, or the mask.
 template <class Step, class Lanes>
 HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
@@ -54,13 +54,13 @@ constexpr size_t togetherOf() {
 // Where a masked store is dear, one look tells whether no lane of these steps is stored, another one whether
 // all are, in plain stores then. Looks at fewer lanes would miss less and cost more: branches at the edges of
 // sprites are hard to predict.
-template <class Step, size_t... I>
+template <class Step, class Lanes, size_t... I>
 HWY_INLINE void drawTogether(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
-                             std::index_sequence<I...>) {
+                             Lanes lanes, std::index_sequence<I...>) {
     constexpr size_t kSrc = Step::kPixels * Step::kSrcBytes, kDst = Step::kPixels * Step::kDstBytes,
                      kThird = Step::kPixels * Step::kThirdBytes;
     if constexpr (sizeof...(I) == 0) {
-        drawStep(step, src, dst, third, Whole{});
+        drawStep(step, src, dst, third, lanes);
     } else {
         // Built where they stand: g++ copies such a record in pieces, which the loads of whole vectors wait
         // for.
@@ -76,7 +76,7 @@ HWY_INLINE void drawTogether(const Step& step, const uint8_t* src, uint8_t* dst,
         if (hn::AllFalse(d, kept))
             (weighed[I].stored.store(mixed[I], dst + kDst * I, Stored{}), ...);
         else
-            (weighed[I].stored.store(mixed[I], dst + kDst * I, Whole{}), ...);
+            (weighed[I].stored.store(mixed[I], dst + kDst * I, lanes), ...);
     }
 }
 
@@ -130,11 +130,11 @@ void drawRows(const Block& b) {
             prefetchBehind<kRun * kDst>(dst + x * kDst);
             for (size_t i = 0; i < kRun; i += kTogether)
                 drawTogether(step, src + (x + i) * kSrc, dst + (x + i) * kDst, third + (x + i) * kThird,
-                             kOfTogether);
+                             std::conditional_t<kLooks, Seen, Whole>{}, kOfTogether);
         }
         if constexpr (kTogether < kRun)
             for (; x + kTogether <= whole; x += kTogether)
-                drawTogether(step, src + x * kSrc, dst + x * kDst, third + x * kThird, kOfTogether);
+                drawTogether(step, src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{}, kOfTogether);
         if constexpr (kPixels < kTogether)
             for (; x < whole; x += kPixels)
                 drawStep(step, src + x * kSrc, dst + x * kDst, third + x * kThird, Whole{});
@@ -187,7 +187,8 @@ struct AlphaOntoA8R8G8B8Step {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4, kThirdBytes = 4;
 
     explicit HWY_INLINE AlphaOntoA8R8G8B8Step(uint32_t constantAlpha)
-        : constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
+        : glance(0xFFU << L::kA, 255 / constantAlpha), // A * C < 256
+          constant(hn::Set(D16(), static_cast<uint16_t>(constantAlpha))),
           alphaHigh(shuffleOfBytes(bytesFrom(0x80, byteAt(L::kA), 0x80, byteAt(L::kA)))),
           toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
@@ -209,7 +210,7 @@ struct AlphaOntoA8R8G8B8Step {
     }
 
     HWY_INLINE bool isClear(const uint8_t* src, const uint8_t*) const {
-        return haveNone<4>(src, hn::Set(D32(), 0xFFU << L::kA));
+        return glance.template seesNone<4>(src);
     }
 
     template <class P, class Lanes>
@@ -219,6 +220,7 @@ struct AlphaOntoA8R8G8B8Step {
                                          greenAndKeptAlpha(w.a)));
     }
 
+    Glance glance;
     V16 constant;
     Shuffle alphaHigh, toColours;
 };
@@ -327,7 +329,8 @@ struct AlphaOntoR5G6B5Step {
     static constexpr bool kTakesTwoRows = true;
 
     explicit HWY_INLINE AlphaOntoR5G6B5Step(uint32_t constantAlpha)
-        : constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))),
+        : glance(0xFFU << L::kA, Faded ? 2047 / constantAlpha : 7), // A * C < 2048
+          constant32(hn::Set(D16(), static_cast<uint16_t>(constantAlpha << 5))),
           alphaToTop(shuffleOfBytes(bytesFrom(1, 2, 3, 0))) {}
 
     // Pixels with alpha on top, and green below the middle.
@@ -362,7 +365,7 @@ struct AlphaOntoR5G6B5Step {
     }
 
     HWY_INLINE bool isClear(const uint8_t* src, const uint8_t*) const {
-        return haveNone<4>(src, hn::Set(D32(), 0xFFU << L::kA));
+        return glance.template seesNone<4>(src);
     }
 
     template <class P, class Lanes>
@@ -373,6 +376,7 @@ struct AlphaOntoR5G6B5Step {
         return as(w.stored.d, toR5G6B5.mix(w.s, w.stored.loadOld(D16(), old, lanes), weights(a32)));
     }
 
+    Glance glance;
     V16 constant32, thirty = kept16(30);
     Shuffle alphaToTop;
     Weights weights;

@@ -72,12 +72,4 @@ template <class Rule, size_t Count>
     return pixels;
 }
 
-// The pixels of a row that fill no vector: in units, and then one by one.
-template <class Rule>
-[[gnu::always_inline]] inline void drawRest(const Rule& rule, const uint8_t* src, uint8_t* dst,
-                                            const uint8_t* old, size_t pixels) {
-    pixels = drawSteps<Rule, Rule::kUnit>(rule, src, dst, old, pixels);
-    drawSteps<Rule, 1>(rule, src, dst, old, pixels);
-}
-
 } // namespace ormsel

@@ -176,18 +176,29 @@ HWY_INLINE void storeLanes(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
 #    endif
 }
 
-// How many pixels are looked at together for whether they are all transparent.
+// How many pixels are looked at together for whether one of them is drawn.
 constexpr size_t kRunPixels = 64;
 
-// Whether none of so many pixels of 4 bytes, or bytes of a mask, has one of these bits.
-template <size_t Bytes>
-HWY_INLINE bool haveNone(const uint8_t* p, V32 bits) {
-    const D32 d32;
-    V32 some = loadAt(d32, p);
-    for (size_t i = HWY_MAX_BYTES; i < kRunPixels * Bytes; i += HWY_MAX_BYTES)
-        some = hn::Or(some, loadAt(d32, p + i));
-    return hn::AllTrue(d32, hn::And(some, bits) == hn::Zero(d32));
-}
+// Tells whether pixels of 32 bits, or bytes of a mask, are drawn: those whose alpha, a byte at the given
+// bits, is greater than `last`.
+struct Glance {
+    V32 bits;
+    V8 last;
+
+    HWY_INLINE Glance(uint32_t b, uint32_t l)
+        : bits(hn::Set(D32(), b)), last(hn::Set(D8(), static_cast<uint8_t>(l))) {}
+
+    // Whether none of a run is.
+    template <size_t Bytes>
+    HWY_INLINE bool seesNone(const uint8_t* p) const {
+        const D8 d8;
+        const D32 d32;
+        V8 most = loadAt(d8, p);
+        for (size_t i = HWY_MAX_BYTES; i < kRunPixels * Bytes; i += HWY_MAX_BYTES)
+            most = hn::Max(most, loadAt(d8, p + i));
+        return hn::AllTrue(d32, hn::And(as(d32, hn::SaturatedSub(most, last)), bits) == hn::Zero(d32));
+    }
+};
 
 // Which pixels of a step count, and how they are loaded and stored: all of them; or, in the step at the end
 // of a row, the first few; or those of two rows.
@@ -228,6 +239,20 @@ struct Whole {
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
         storeLanes(d, v, mask, p);
+    }
+};
+
+// The same where some lane of the run is known to be stored, so that its old pixels may be read.
+struct Seen : Whole {
+    HWY_INLINE Seen firstHalf() const { return {}; }
+    HWY_INLINE Seen secondHalf() const { return {}; }
+
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M mask, const uint8_t* p) {
+        if constexpr (kMasks)
+            return Whole::loadOldWhere(d, mask, p);
+        else
+            return loadAt(d, p);
     }
 };
 
@@ -391,7 +416,7 @@ HWY_INLINE hn::Vec<D> loadBytes(D d, const uint8_t* p, size_t bytes) {
 }
 
 template <class D>
-HWY_INLINE void storeBytes([[maybe_unused]] D d, hn::Vec<D> v, uint8_t* p, size_t bytes) {
+HWY_INLINE void storeBytes(D, hn::Vec<D> v, uint8_t* p, size_t bytes) {
     constexpr size_t kBytes = hn::MaxLanes(D()) * sizeof(hn::TFromD<D>);
     if constexpr (kBytes <= 8) {
         using Word = std::conditional_t<kBytes == 8, uint64_t, uint32_t>;
@@ -747,6 +772,7 @@ struct GenericPixels<3> : StoreSet<D32> {
     }
 #    else
     HWY_INLINE V32 loadOld(D32, const uint8_t* p, Stored step) const { return load24(p + 1, step); }
+    HWY_INLINE V32 loadOld(D32, const uint8_t* p, Seen step) const { return load24(p + 1, step); }
 
     template <class Lanes>
     HWY_INLINE V32 loadOld(D32, const uint8_t* p, Lanes step) const {
@@ -793,7 +819,7 @@ HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
 
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
 template <class Lanes>
-HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
+requires(!std::is_base_of_v<Whole, Lanes>) HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
     const D16 d16;
     const D32 d32;
     const V32 beside = besideJustOne(drawn);

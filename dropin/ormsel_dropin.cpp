@@ -350,7 +350,8 @@ int compare(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dst
         if (dstrect)
             *dstrect = asked;
         wasLeftToSdl = false;
-        // What restoring stored is in the cache by then: wide loads wait for narrow stores on their way there.
+        // What restoring stored is in the cache by then: wide loads wait for narrow stores on their way
+        // there.
         std::atomic_thread_fence(std::memory_order_seq_cst);
         const uint64_t start = now();
         result = (way ? ormsel_BlitSurface : ormsel_SdlUpperBlit)(src, srcrect, dst, dstrect);

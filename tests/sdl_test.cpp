@@ -18,8 +18,10 @@
 
 namespace {
 
-// Of 32-bit x86 alone, SDL's library draws some blits with vector code that rounds in its own way.
-constexpr bool kSdlIsPlainC = sizeof(void*) == 8 || SDL_BYTEORDER == SDL_BIG_ENDIAN;
+// With AltiVec SDL's library draws some blits with vector code that rounds in its own way.
+bool sdlIsPlainC() {
+    return SDL_BYTEORDER == SDL_LIL_ENDIAN || !SDL_HasAltiVec();
+}
 
 // From this patch level on SDL 1.2 is a layer over SDL 2, which makes and draws surfaces by rules of its own.
 bool sdlIsSdl2() {
@@ -136,8 +138,8 @@ private:
 };
 
 TEST(SdlRules, EveryTriple) {
-    if (!kSdlIsPlainC || sdlIsSdl2())
-        GTEST_SKIP() << "SDL has other rules here";
+    if (sdlIsSdl2() || !sdlIsPlainC())
+        GTEST_SKIP() << "SDL draws by other rules here";
     // Every rule onto every layout that it has.
     const size_t kinds[][2] = {{0, 6},  {0, 1},   {0, 10},  {0, 13}, {1, 13}, {0, 15},
                                {0, 14}, {0, 18},  {6, 0},   {6, 7},  {6, 10}, {6, 13},
@@ -168,7 +170,7 @@ TEST(SdlRules, EveryTriple) {
                             << ", kind " << i << " onto " << j;
             }
     }
-    EXPECT_GT(served, asked - asked / 20);
+    EXPECT_GT(served, asked / 4 * 3); // by one alpha of 255, most are copies, which are SDL's
 }
 
 // --- Random surfaces ----------------------------------------------------------------------------------
@@ -328,7 +330,7 @@ TEST(SdlBlit, RandomSurfacesEqualSdl) {
         served += serves;
         ours.blit(ormsel_BlitSurface);
         sdls.blit(SDL_UpperBlit);
-        return serves && !kSdlIsPlainC ? "" : ours.difference(sdls);
+        return serves && !sdlIsPlainC() ? "" : ours.difference(sdls);
     };
     EXPECT_EQ(forCases(1000000, body), "");
     EXPECT_GE(served, cases / 5);

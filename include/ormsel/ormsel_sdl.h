@@ -30,8 +30,8 @@ extern "C" {
  * bit of the pixels, which are those of SDL's plain C code. Blits that ormsel_Serves() names are drawn here;
  * all others, refusals, and blits of a few pixels are handed to SDL.
  *
- * Where SDL 1.2 is a layer over SDL 2 (sdl12-compat), what is handed to SDL is drawn by SDL 2's rules, and a lock,
- * which such a layer keeps to itself, hinders nothing that is drawn here.
+ * Where SDL 1.2 is a layer over SDL 2 (sdl12-compat), what is handed to SDL is drawn by SDL 2's rules, and a
+ * lock, which such a layer keeps to itself, hinders nothing that is drawn here.
  *
  * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so.
  *
