@@ -134,7 +134,8 @@ HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
     const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
     for (size_t i = 0; i < kCount; ++i)
-        ormsel::storeWord(other + ((way + static_cast<intptr_t>(Stride * i)) & intptr_t{kept[i]}), lanes[i]);
+        ormsel::storeWord(
+            other + ((way + static_cast<intptr_t>(Stride * i)) & static_cast<intptr_t>(kept[i])), lanes[i]);
     asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
 }
 
