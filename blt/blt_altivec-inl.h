@@ -260,6 +260,10 @@ HWY_INLINE V Min(V a, V b) {
     return (V)__builtin_vec_min(a, b);
 }
 template <class V>
+HWY_INLINE V Max(V a, V b) {
+    return (V)__builtin_vec_max(a, b);
+}
+template <class V>
 HWY_INLINE V SaturatedSub(V a, V b) {
     return (V)__builtin_vec_subs(a, b);
 }
