@@ -74,16 +74,8 @@ HWY_INLINE V kept(V v) {
 HWY_INLINE V16 kept16(uint16_t lanes) {
     return kept(hn::Set(D16(), lanes));
 }
-
-// The same for 32-bit lanes, on every processor for which g++ does so.
 HWY_INLINE V32 kept32(uint32_t lanes) {
-    V32 v = hn::Set(D32(), lanes);
-#    if HWY_TARGET == HWY_AVX3
-    asm("" : "+v"(v.raw));
-#    elif HWY_ARCH_X86
-    asm("" : "+x"(v.raw));
-#    endif
-    return v;
+    return kept(hn::Set(D32(), lanes));
 }
 
 // --- Loads and stores ---------------------------------------------------------------------------------

@@ -2,7 +2,7 @@
 #include "x11_window.h"
 
 #include <SDL.h>
-#define Screen XScreen // the platform has its own
+#define Screen XScreen // the platform has its own. NOLINT(readability-identifier-naming)
 #include <SDL_syswm.h>
 #undef Screen
 

@@ -10,8 +10,10 @@
 #include <proto/graphics.h>
 #include <proto/intuition.h>
 
-#define Window XWindow // Xlib has other things of the platform's names
+// NOLINTBEGIN(readability-identifier-naming): Xlib has other things of the platform's names
+#define Window XWindow
 #define Screen XScreen
+// NOLINTEND(readability-identifier-naming)
 #include "tools/x11_driver.h"
 #undef Window
 #undef Screen
