@@ -10,8 +10,8 @@
 #        define ORMSEL_BLT_SDL_STEPS_INL_H
 #    endif
 
+#    include "blt_lanes-inl.h"
 #    include "blt_sdl_steps_scalar.h"
-#    include "blt_vec-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {

@@ -16,28 +16,13 @@
 #    include <utility>
 
 #    include "blt_kernels.h"
-#    include "blt_vec-inl.h"
+#    include "blt_lanes-inl.h"
+#    ifdef ORMSEL_ALTIVEC
+#        include "blt_altivec_rows-inl.h"
+#    endif
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
-
-// A step has
-//   - kPixels, kSrcBytes, kDstBytes, kThirdBytes: how many pixels, and of how many bytes
-//   - weigh(src, third, lanes): what the source's pixels are and how much of them counts; `stored` in it, if
-//     there is one, is the set of lanes that the destination gets
-//   - mix(weighed, dst, third, lanes): what these lanes get; or, where all are stored,
-//     draw(weighed, dst, third, lanes), which stores it, too
-//   - perhaps isClear(src, third): whether none of kRunPixels pixels is drawn
-// The third image, beside source and destination, is that of the old destination pixels, or the mask.
-template <class Step, class Lanes>
-HWY_INLINE void drawStep(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
-                         Lanes lanes) {
-    const auto weighed = step.weigh(src, third, lanes);
-    if constexpr (requires { weighed.stored; })
-        weighed.stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
-    else
-        step.draw(weighed, dst, third, lanes);
-}
 
 template <class Step>
 using Weighed = decltype(std::declval<const Step&>().weigh(nullptr, nullptr, Whole{}));
