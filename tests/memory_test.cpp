@@ -155,7 +155,7 @@ void leaveAfter(const char* text) {
         const_cast<char*>(text));
 }
 
-template <bool kFullscreen>
+template <bool Fullscreen>
 void nativeMode() {
     if (SDL_Surface* const alpha = picture()) {
         leaveAfter("Destintion is in sys\n");
@@ -163,7 +163,7 @@ void nativeMode() {
         // Esc itself can get lost for want of memory; the user tries again.
         std::signal(SIGALRM, [](int) { std::raise(SIGINT); });
         ualarm(400000, 0);
-        runNativeMode(alpha, alpha, 16, kFullscreen);
+        runNativeMode(alpha, alpha, 16, Fullscreen);
         alarm(0);
         if (text)
             TTF_Quit();
