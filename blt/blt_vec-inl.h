@@ -101,6 +101,14 @@ HWY_INLINE void prefetchBehind(const uint8_t* p) {
         __builtin_prefetch(p + kDistance + i);
 }
 
+// An address as a number of which compilers don't know what lies there: one that leads to another object by
+// the distance between both is not within the first, as they would take it to be.
+HWY_INLINE intptr_t addressOf(const void* p) {
+    auto address = reinterpret_cast<intptr_t>(p);
+    asm("" : "+r"(address));
+    return address;
+}
+
 // Where old pixels are read of which a mask has some: at p. If it has none, anywhere else: a blit that stores
 // nothing doesn't even look at the destination.
 template <class D>
@@ -108,7 +116,8 @@ HWY_INLINE const uint8_t* oldAt(D d, hn::Mask<D> mask, const uint8_t* p) {
     alignas(HWY_MAX_BYTES) static constexpr uint8_t kNothing[HWY_MAX_BYTES] = {};
     intptr_t taken = hn::AllFalse(d, mask) ? 0 : -1;
     asm("" : "+r"(taken)); // no branch, please
-    return kNothing + ((reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(kNothing)) & taken);
+    const intptr_t nothing = addressOf(kNothing);
+    return reinterpret_cast<const uint8_t*>(nothing + ((reinterpret_cast<intptr_t>(p) - nothing) & taken));
 }
 
 // Stores the lanes that a mask has to p, Stride bytes apart, and the others elsewhere: which pixels of a
@@ -123,12 +132,11 @@ HWY_INLINE void storeOneByOne(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
     hn::Store(v, d, lanes);
     hn::Store(hn::VecFromMask(hn::RebindToSigned<D>(), hn::RebindMask(hn::RebindToSigned<D>(), mask)),
               hn::RebindToSigned<D>(), kept);
-    auto* const other = reinterpret_cast<uint8_t*>(&elsewhere);
-    const intptr_t way = reinterpret_cast<intptr_t>(p) - reinterpret_cast<intptr_t>(other);
+    const intptr_t other = addressOf(&elsewhere), way = reinterpret_cast<intptr_t>(p) - other;
     for (size_t i = 0; i < kCount; ++i)
-        ormsel::storeWord(
-            other + ((way + static_cast<intptr_t>(Stride * i)) & static_cast<intptr_t>(kept[i])), lanes[i]);
-    asm volatile("" : : "m"(elsewhere)); // a store that nobody reads would be left out
+        ormsel::storeWord(reinterpret_cast<uint8_t*>(other + ((way + static_cast<intptr_t>(Stride * i)) &
+                                                              static_cast<intptr_t>(kept[i]))),
+                          lanes[i]);
 }
 
 #    if HWY_TARGET == HWY_AVX2
