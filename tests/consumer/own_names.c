@@ -30,6 +30,7 @@ int main(void) {
     SDL_Surface* const source = SDL_CreateRGBSurface(0, 40, 1, 32, 0xFF0000, 0xFF00, 0xFF, 0xFF000000);
     SDL_Surface* const target = SDL_CreateRGBSurface(0, 40, 1, 16, 0xF800, 0x7E0, 0x1F, 0);
     ORU_VideoInfo* video;
+    int pixel;
     SDL_FillRect(source, NULL, 0xFFFFFFFF);
     SDL_BlitAlphaSurface(source, NULL, target, NULL);
     /* Refused: says so on the debug output. */
@@ -37,6 +38,9 @@ int main(void) {
     SDL_putenv("SDL_VIDEODRIVER=dummy");
     video = ORU_InitVideo(320, 200, 16, 0);
     ORU_CloseVideo(video);
-    printf("pixel %04x, calls %d, display %d\n", ((Uint16*)target->pixels)[39], called, video != NULL);
-    return ((Uint16*)target->pixels)[39] != 0xFFFF || called != 0 || !video;
+    pixel = ((Uint16*)target->pixels)[39];
+    SDL_FreeSurface(source);
+    SDL_FreeSurface(target);
+    printf("pixel %04x, calls %d, display %d\n", (unsigned)pixel, called, video != NULL);
+    return pixel != 0xFFFF || called != 0 || !video;
 }
