@@ -98,21 +98,23 @@ struct Seen : Whole {
 };
 
 // The same where every lane is known to be stored.
-struct Stored : Whole {
+template <class Lanes>
+struct Drawn : Lanes {
     static constexpr bool kStoresAll = true;
 
-    HWY_INLINE Stored firstHalf() const { return {}; }
-    HWY_INLINE Stored secondHalf() const { return {}; }
+    HWY_INLINE Drawn firstHalf() const { return {}; }
+    HWY_INLINE Drawn secondHalf() const { return {}; }
 
     template <class D, class M>
     static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
-        return loadAt(d, p);
+        return Lanes::loadOld(d, p);
     }
     template <class D, class V, class M>
     static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
-        storeAt(d, v, p);
+        Lanes::store(d, v, p);
     }
 };
+using Stored = Drawn<Whole>;
 
 #    if HWY_TARGET == HWY_AVX3
 // The first few pixels of a row. They take no wider accesses than they need: in a small image a vector's
@@ -424,24 +426,6 @@ struct Inside : Whole {
             store(d, v, p);
         else
             storeLanes(d, v, mask, p);
-    }
-};
-
-// The same where every pixel is drawn.
-template <class Lanes>
-struct Drawn : Lanes {
-    static constexpr bool kStoresAll = true;
-
-    HWY_INLINE Drawn firstHalf() const { return {}; }
-    HWY_INLINE Drawn secondHalf() const { return {}; }
-
-    template <class D, class M>
-    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
-        return Lanes::loadOld(d, p);
-    }
-    template <class D, class V, class M>
-    static HWY_INLINE void storeWhere(D d, V v, M, uint8_t* p) {
-        Lanes::store(d, v, p);
     }
 };
 #    endif
