@@ -4,7 +4,8 @@
 // that runs a routine over it.
 //
 // The functions of every blit's way are defined here and taken into the entry points as a whole: blits of a
-// few pixels are common, and calls with so many arguments took a sixth of their time.
+// few pixels are common, and calls with so many arguments took a sixth of their time. What is likely runs
+// straight on, for the same reason: a jump takes longer than most that is done here.
 #pragma once
 
 #include <algorithm>
@@ -104,7 +105,7 @@ void BLT_FreeContext(BltContext& ctx, BitMap* src, BitMap* dst, BitMap* mask);
 namespace ormsel {
 
 // Prints a line, with a word in the place of %s; false.
-bool refuse(const char* line, const char* word);
+[[gnu::cold]] bool refuse(const char* line, const char* word);
 
 // Whether there is something to blit with: an image, and what describes it. If not, says so.
 inline bool isImage(const SDL_Surface* surface, const char* role) {
@@ -119,8 +120,8 @@ inline bool isImage(const BitMap* bitmap, const char* role) {
 }
 
 // SDL_LockSurface() and SDL_UnlockSurface() for a surface that other threads may be blitting from.
-void lockShared(SDL_Surface* surface);
-void unlockShared(SDL_Surface* surface);
+[[gnu::cold]] void lockShared(SDL_Surface* surface);
+[[gnu::cold]] void unlockShared(SDL_Surface* surface);
 
 ORMSEL_INTO_CALLER void lock(SDL_Surface* surface) {
     if (__gnu_cxx::__is_single_threaded()) [[likely]]
@@ -140,7 +141,7 @@ void unlock(BitMap* bitmap, uint32_t handle);
 
 template <class Image>
 ORMSEL_INTO_CALLER void release(Image* image, uint32_t& handle) {
-    if (image && handle) {
+    if (handle && image) [[likely]] {
         unlock(image, handle);
         handle = 0;
     }
@@ -151,6 +152,18 @@ ORMSEL_INTO_CALLER void releaseAll(BltContext& ctx, Src* src, Dst* dst, Src* mas
     release(src, ctx.src.lock);
     release(dst, ctx.dst.lock);
     release(mask, ctx.maskLock);
+}
+
+// In parts that compilers clear with a few vector stores. For the whole of it they start a string instruction
+// or a loop, which takes as long as a small blit.
+ORMSEL_INTO_CALLER void clear(BltContext& ctx) {
+    constexpr size_t kPart = 64, kLast = sizeof ctx - 3 * kPart;
+    static_assert(kLast <= kPart);
+    auto* const bytes = reinterpret_cast<uint8_t*>(&ctx);
+    std::memset(bytes, 0, kPart);
+    std::memset(bytes + kPart, 0, kPart);
+    std::memset(bytes + 2 * kPart, 0, kPart);
+    std::memset(bytes + 3 * kPart, 0, kLast);
 }
 
 // Describes the pixels of a side.
@@ -174,7 +187,7 @@ inline void setChannels(BltRenderFmt& fmt, const Format& format) {
 template <uint32_t Bytes>
 constexpr uint32_t formatOfSurface(uint32_t redMask, uint32_t other) {
 #define ROW(name, stem, code, bytes, red, green, blue, alpha, alphaShift)                                    \
-    if ((bytes) == Bytes && redMask == (red))                                                                \
+    if ((bytes) == Bytes && redMask == (red)) [[likely]]                                                     \
         return code;
     ORMSEL_FORMATS(ROW)
 #undef ROW
@@ -184,7 +197,7 @@ constexpr uint32_t formatOfSurface(uint32_t redMask, uint32_t other) {
 } // namespace ormsel
 
 ORMSEL_INTO_CALLER bool BLT_InitContext(BltRenderFmt& fmt, SDL_Surface* surface) {
-    if (surface->flags & (SDL_RLEACCEL | SDL_RLEACCELOK))
+    if (surface->flags & (SDL_RLEACCEL | SDL_RLEACCELOK)) [[unlikely]]
         return ormsel::refuse("RLE acceleration not supported (yet). Bailing out!\n", "");
     ormsel::lock(surface);
     fmt.lock = 1;
@@ -192,7 +205,6 @@ ORMSEL_INTO_CALLER bool BLT_InitContext(BltRenderFmt& fmt, SDL_Surface* surface)
     const SDL_PixelFormat& pf = *surface->format;
     fmt.pixels = static_cast<uint8_t*>(surface->pixels);
     fmt.pitch = static_cast<int16_t>(surface->pitch);
-    fmt.onBoard = 0;
     fmt.rMask = pf.Rmask;
     fmt.gMask = pf.Gmask;
     fmt.bMask = pf.Bmask;
@@ -219,7 +231,7 @@ ORMSEL_INTO_CALLER bool BLT_InitContext(BltRenderFmt& fmt, SDL_Surface* surface)
         fmt.bytesPerPixel = 3;
         return true;
     case 32:
-        fmt.format = ormsel::formatOfSurface<4>(pf.Rmask, fmt.format);
+        [[likely]] fmt.format = ormsel::formatOfSurface<4>(pf.Rmask, fmt.format);
         fmt.bytesPerPixel = 4;
         return true;
     default:
@@ -253,14 +265,7 @@ template <class Src, class Dst>
 ORMSEL_INTO_CALLER bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, long srcX, long srcY, long dstX,
                                         long dstY, unsigned long width, unsigned long height, Src* mask,
                                         unsigned char alpha, unsigned long flags) {
-    // In parts that compilers clear with a few vector stores. For the whole of it they start a string
-    // instruction, which takes as long as a small blit.
-    constexpr size_t kPart = 64;
-    auto* const bytes = reinterpret_cast<uint8_t*>(&ctx);
-    size_t cleared = 0;
-    for (; cleared + kPart <= sizeof ctx; cleared += kPart)
-        std::memset(bytes + cleared, 0, kPart);
-    std::memset(bytes + cleared, 0, sizeof ctx % kPart);
+    ormsel::clear(ctx);
     ctx.size = sizeof ctx;
     ctx.alpha = alpha;
     ctx.flags = static_cast<uint32_t>(flags);
@@ -273,20 +278,25 @@ ORMSEL_INTO_CALLER bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, lon
     BLT_GetBitmapDims(dst, dstW, dstH);
 
     // The lower bounds go by the source's size, whatever the requested one.
-    if (dstX > dstW || dstY > dstH || dstX < -srcW || dstY < -srcH)
+    if (dstX > dstW || dstY > dstH || dstX < -srcW || dstY < -srcH) [[unlikely]]
         return false;
 
     // A negative offset moves the rectangle's origin and leaves the requested size as it is.
     const auto moveInside = [](long& from, long& to) {
-        to -= std::min(from, 0L);
-        from = std::max(from, 0L) - std::min(to, 0L);
-        to = std::max(to, 0L);
+        if (from < 0) [[unlikely]] {
+            to -= from;
+            from = 0;
+        }
+        if (to < 0) [[unlikely]] {
+            from -= to;
+            to = 0;
+        }
     };
     moveInside(srcX, dstX);
     moveInside(srcY, dstY);
     const long w = std::min({srcW - srcX, static_cast<long>(width), dstW - dstX});
     const long h = std::min({srcH - srcY, static_cast<long>(height), dstH - dstY});
-    if (w <= 0 || h <= 0)
+    if (w <= 0 || h <= 0) [[unlikely]]
         return false;
 
     ctx.srcX = static_cast<int32_t>(srcX);
@@ -330,14 +340,15 @@ inline bool rowsStayInside(int32_t x, int32_t width, uint32_t bytes, int16_t pit
 
 // Whether no routine can leave the images, for a blit without a mask and whose routines touch nothing behind
 // a row. Nearly every blit passes.
-inline bool staysInside(const BltContext& ctx) {
-    const bool reachesFurther = ctx.flags & ORMSEL_BLIT_COPY || ctx.dst.bytesPerPixel == 3 || ctx.maskPixels;
-    return !reachesFurther && rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch) &&
+ORMSEL_INTO_CALLER bool staysInside(const BltContext& ctx, bool masked, unsigned long flags) {
+    const bool reachesFurther = masked | ((flags & ORMSEL_BLIT_COPY) != 0) | (ctx.dst.bytesPerPixel == 3);
+    return !reachesFurther & rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch) &
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
-// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside.
-unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
+// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside. Cold: what needs
+// it can take the longer way there.
+[[gnu::cold]] unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
 
 // Whether locking gave every image's pixels. If not, says which has none.
 inline bool havePixels(const BltContext& ctx, bool masked) {
@@ -360,7 +371,7 @@ ORMSEL_INTO_CALLER unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY,
     unsigned long result = 0;
     if (BLT_InitContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
         ormsel::havePixels(ctx, mask != nullptr)) {
-        if (ormsel::staysInside(ctx)) [[likely]]
+        if (ormsel::staysInside(ctx, mask != nullptr, flags)) [[likely]]
             result = BLT_FallbackBltContext(&ctx);
         else
             result = ormsel::runInside(ctx, ormsel::dimsOf(src), ormsel::dimsOf(dst), ormsel::dimsOf(mask));

@@ -7,8 +7,9 @@
 
 unsigned long SDL_BlitAlphaSurface(SDL_Surface* src, SDL_Rect* srcRect, SDL_Surface* dst,
                                    SDL_Rect* dstRect) noexcept {
-    const SDL_Rect whole = {0, 0, static_cast<Uint16>(src ? src->w : 0),
-                            static_cast<Uint16>(src ? src->h : 0)};
+    if (!ormsel::isImage(src, "source"))
+        return 0;
+    const SDL_Rect whole = {0, 0, static_cast<Uint16>(src->w), static_cast<Uint16>(src->h)};
     const SDL_Rect& from = srcRect ? *srcRect : whole;
     const SDL_Rect& to = dstRect ? *dstRect : whole;
     return BLT_BltAlphaT<SDL_Surface, SDL_Surface>(src, from.x, from.y, dst, to.x, to.y, from.w, from.h,
