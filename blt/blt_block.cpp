@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <proto/exec.h>
+
 namespace ormsel {
 
 // --- One memory for several images --------------------------------------------------------------------
@@ -172,6 +174,40 @@ private:
 
 void runInside(const Block& block, Kernel kernel) {
     PieceRunner(block, kernel).run();
+}
+
+// --- The row copy -------------------------------------------------------------------------------------
+
+namespace {
+
+// Fills the row copy with the pixels of a block's first row. Bytes that the image doesn't have count as 0.
+void takeRow(uint8_t* copy, const Block& row) {
+    const size_t bytes = row.width * row.dstBytes;
+    size_t inside = bytes;
+    if (row.bounds)
+        inside = std::min(bytes, static_cast<size_t>(std::max<ptrdiff_t>(row.bounds->dstEnd - row.dst, 0)));
+    std::memcpy(copy, row.dst, inside);
+    std::memset(copy + inside, 0, bytes - inside);
+}
+
+} // namespace
+
+void drawWithRowCopy(const Block& block, Kernel kernel, size_t bytes, bool onBoard) {
+    auto* const copy = static_cast<uint8_t*>(AllocVec(static_cast<uint32>(bytes), 0));
+    if (!copy)
+        return;
+    if (onBoard) {
+        Block row = block;
+        row.height = 1;
+        row.old = copy;
+        for (size_t rows = block.height; rows; --rows, row.src += row.srcPitch, row.dst += row.dstPitch) {
+            takeRow(copy, row);
+            drawBlock(row, kernel, block.bounds);
+        }
+    } else {
+        drawBlock(block, kernel, block.bounds);
+    }
+    FreeVec(copy);
 }
 
 } // namespace ormsel

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The rows of one blit as kernels walk them, and running a kernel over them without leaving the images'
-// memory. docs/memory-safety.md argues why that is complete.
+// The rows of one blit as kernels walk them, and running a kernel over them: without leaving the images'
+// memory, and through a row copy. docs/memory-safety.md argues why that is complete.
 #pragma once
 
 #include <cstddef>
@@ -30,11 +30,11 @@ struct Block {
     const uint8_t* mask; // nullptr: no mask
     ptrdiff_t maskPitch;
     size_t width, height;
-    size_t optional;           // how many of a row's last pixels are drawn only where both images have them
-    size_t srcBytes, dstBytes; // bytes per pixel
-    size_t unit;               // how many pixels are read whole before one of them is stored
-    uint32_t constantAlpha;    // 0 to 255
-    uint32_t alphaFill;        // generic kernels: ORed into each source alpha; 0 or 255
+    uint32_t optional;           // how many of a row's last pixels are drawn only where both images have them
+    uint32_t srcBytes, dstBytes; // bytes per pixel
+    uint32_t unit;               // how many pixels are read whole before one of them is stored
+    uint32_t constantAlpha;      // 0 to 255
+    uint32_t alphaFill;          // generic kernels: ORed into each source alpha; 0 or 255
     const BltRenderFmt *srcFormat, *dstFormat;
     const Bounds* bounds; // nullptr: what the kernel touches is inside
 };
@@ -42,8 +42,8 @@ struct Block {
 using Kernel = void (*)(const Block& block);
 
 // The rectangle of a context, without its mask. bounds as in Block.
-inline Block blockOf(const BltContext& ctx, const Bounds* bounds, size_t srcBytes, size_t dstBytes,
-                     size_t unit) {
+inline Block blockOf(const BltContext& ctx, const Bounds* bounds, uint32_t srcBytes, uint32_t dstBytes,
+                     uint32_t unit) {
     Block b;
     b.srcPitch = bounds ? bounds->srcPitch : ctx.src.pitch;
     b.dstPitch = b.oldPitch = bounds ? bounds->dstPitch : ctx.dst.pitch;
@@ -107,5 +107,20 @@ inline bool orderIsFree(const Block& b) {
 // don't lie inside as a whole, with all that is read or written behind them, go through a few bytes of stack:
 // bytes outside read as 0 and are not written.
 void runInside(const Block& block, Kernel kernel);
+
+// Runs a kernel over a block. bounds are the block's own, given once more: most callers know of none, and no
+// test is left then.
+inline void drawBlock(const Block& block, Kernel kernel, const Bounds* bounds) {
+    bounds ? runInside(block, kernel) : kernel(block);
+}
+
+// Draws a block whose old pixels come from a row copy, a buffer of so many bytes of main memory. Reading
+// single pixels back from a graphics card is slow, so that its rows are fetched as a whole, one after the
+// other.
+//
+// A destination in main memory is read where it is, with the same result: a kernel reads an old pixel before
+// it stores that pixel, and stores none twice in a row. The buffer is allocated all the same: whether that
+// succeeds decides whether anything is drawn.
+void drawWithRowCopy(const Block& block, Kernel kernel, size_t bytes, bool onBoard);
 
 } // namespace ormsel

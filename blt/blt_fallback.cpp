@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Zlib
 #include "blt_fallback.h"
 
+#include <algorithm>
+
 #include "blt_kernels.h"
 #include "blt_routines.h"
 
@@ -18,8 +20,7 @@ unsigned long drawGeneric(const BltContext& ctx, const Bounds* bounds, bool shor
         addMask(block, ctx);
     else
         block.alphaFill = alphaFill;
-    const Kernel kernel = kernelsFor(block).generic(block);
-    bounds ? runInside(block, kernel) : kernel(block);
+    drawBlock(block, kernelsFor(block).generic(block), bounds);
     return 0;
 }
 
@@ -90,6 +91,35 @@ const GenericRoute& genericRoute(const BltContext& ctx) {
                                                   : routeByDepths(ctx);
 }
 
+// Not part of the dispatcher, which needs no registers of its own then.
+[[gnu::noinline]] unsigned long runGeneric(const BltContext* ctx) {
+    const GenericRoute& route = genericRoute(*ctx);
+    return route.run(route.routine, ctx);
+}
+
+// All codes of formats are below this one.
+constexpr uint32_t kCodes = [] {
+    uint32_t end = 0;
+    for (const Format& format : kFormats)
+        end = std::max(end, format.code + 1);
+    return end;
+}();
+
+// The routines by the formats of source and destination: a switch would take several jumps.
+struct Routines {
+    BltRoutine of[kCodes][kCodes];
+
+    constexpr Routines() : of() {
+        for (auto& row : of)
+            for (BltRoutine& routine : row)
+                routine = runGeneric;
+#define ROUTE(Src, Dst, Rule) of[Src::kFormat.code][Dst::kFormat.code] = BLT_##Src##_##Dst;
+        ORMSEL_ROUTES(ROUTE)
+#undef ROUTE
+    }
+};
+constexpr Routines kRoutines;
+
 constexpr uint64_t pairOf(uint32_t src, uint32_t dst) {
     return uint64_t{src} << 32 | dst;
 }
@@ -97,15 +127,10 @@ constexpr uint64_t pairOf(uint32_t src, uint32_t dst) {
 } // namespace
 
 unsigned long BLT_FallbackBltContext(const BltContext* ctx) {
-    switch (pairOf(ctx->src.format, ctx->dst.format)) {
-#define ROUTE(Src, Dst, Rule)                                                                                \
-    case pairOf(Src::kFormat.code, Dst::kFormat.code):                                                       \
-        return BLT_##Src##_##Dst(ctx);
-        ORMSEL_ROUTES(ROUTE)
-#undef ROUTE
-    }
-    const GenericRoute& route = genericRoute(*ctx);
-    return route.run(route.routine, ctx);
+    const uint32_t src = ctx->src.format, dst = ctx->dst.format;
+    if (src < kCodes && dst < kCodes) [[likely]]
+        return kRoutines.of[src][dst](ctx);
+    return runGeneric(ctx);
 }
 
 const GenericRoute& ormsel::routeByDepths(const BltContext& ctx) {
@@ -116,7 +141,7 @@ unsigned long ormsel::dispatchInside(const BltContext& ctx, const Bounds& bounds
     switch (pairOf(ctx.src.format, ctx.dst.format)) {
 #define ROUTE(Src, Dst, Rule)                                                                                \
     case pairOf(Src::kFormat.code, Dst::kFormat.code):                                                       \
-        return runRoute<Src, Dst>(ctx, &bounds);
+        return runRouteInside<Src, Dst>(ctx, bounds);
         ORMSEL_ROUTES(ROUTE)
 #undef ROUTE
     }

@@ -39,7 +39,7 @@ constexpr size_t kNarrow = 4;
 
 // The kernels of the target in use; nullptr until the first blit.
 extern std::atomic<const Kernels*> currentKernels;
-const Kernels& chooseKernels();
+[[gnu::cold]] const Kernels& chooseKernels();
 
 inline const Kernels& kernelsInUse() {
     const Kernels* kernels = currentKernels.load(std::memory_order_relaxed);

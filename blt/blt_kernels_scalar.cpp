@@ -40,7 +40,7 @@ void drawRows(const Block& b) {
 // The shorter a row, the sooner its steps have to be at work.
 template <class Rule>
 Kernel rowsOf(const Block& b) {
-    if (b.width < Rule::kUnit)
+    if (b.width < Rule::kUnit) [[likely]] // in so few pixels a jump shows
         return drawRows<Rule, 1>;
     if constexpr (kHasSteps && Rule::Source::kBytes != 3) // no vector loads three bytes
         if (b.width >= kPixelsInShortStep && orderIsFree(b))
@@ -52,7 +52,9 @@ template <class Src, class Dst>
 Kernel routeKernel(const Block& b) {
     using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
     using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    return Faded::fades(b.constantAlpha) ? rowsOf<Faded>(b) : rowsOf<Full>(b);
+    if (Faded::fades(b.constantAlpha)) [[unlikely]]
+        return rowsOf<Faded>(b);
+    return rowsOf<Full>(b);
 }
 
 // --- Copies -------------------------------------------------------------------------------------------

@@ -18,8 +18,8 @@ namespace ormsel {
 
 struct Bounds; // see blt_block.h
 
-// What the routine of a route does; with bounds, without leaving the images.
+// What the routine of a route does, without leaving the images.
 template <class Src, class Dst>
-unsigned long runRoute(const BltContext& ctx, const Bounds* bounds);
+unsigned long runRouteInside(const BltContext& ctx, const Bounds& bounds);
 
 } // namespace ormsel
