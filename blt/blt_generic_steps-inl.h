@@ -147,7 +147,7 @@ HWY_INLINE V16 factorOf(uint32_t alpha) {
 
 // An effective alpha as a weight of 256ths: 255 counts as 256, which gives the source unchanged.
 HWY_INLINE V16 weightOf(V16 e) {
-    return e + hn::ShiftRight<8>(e + hn::Set(D16(), 1));
+    return oneMoreAt(255, e);
 }
 
 // Onto 24- and 32-bit destinations: A8R8G8B8 pixels into the destination.
@@ -183,7 +183,7 @@ struct GenericStore {
         } else {
             const V32 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, lanes.load(H8(), mask)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
-            return Pixels{argb, e, own, {d32, lanes.only(d32, notZero(d32, as(d32, e)))}};
+            return Pixels{argb, e, own, {d32, lanes.only(d32, positive(d32, as(d32, e)))}};
         }
     }
 
@@ -240,7 +240,8 @@ struct WideStep {
 
     template <class Lanes>
     HWY_INLINE auto weigh(const uint8_t* s, const uint8_t* mask, Lanes lanes) const {
-        return store.weigh(hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill), mask, lanes);
+        const V32 argb = src.toArgb(loadPixels<SrcBytes>(s, lanes));
+        return store.weigh(Alpha == AlphaSource::kOfMask ? argb : hn::Or(argb, fill), mask, lanes);
     }
     template <class W, class Lanes>
     HWY_INLINE void draw(const W& weighed, uint8_t* d, const uint8_t*, Lanes lanes) const {

@@ -534,6 +534,17 @@ struct HalvesAlphaHigh {
 #    endif
 };
 
+// One more in each lane that has this value.
+HWY_INLINE V16 oneMoreAt(uint16_t value, V16 v) {
+    const D16 d;
+#    if HWY_TARGET == HWY_AVX3
+    const __mmask32 lanes = _mm512_cmpeq_epi16_mask(v.raw, hn::Set(d, value).raw);
+    return V16{_mm512_mask_add_epi16(v.raw, lanes, v.raw, hn::Set(d, 1).raw)};
+#    else
+    return v - hn::VecFromMask(d, hn::Eq(v, hn::Set(d, value)));
+#    endif
+}
+
 // A logical shift to the right by a count known at run time.
 struct RightShift {
 #    if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_ALTIVEC
@@ -550,9 +561,13 @@ struct RightShift {
 };
 
 // The lanes that are not 0, where none has its highest bit.
-HWY_INLINE hn::Mask<D64> positive(D64 d, hn::Vec<D64> v) {
+template <class D>
+HWY_INLINE hn::Mask<D> positive(D d, hn::Vec<D> v) {
 #    if HWY_TARGET == HWY_AVX2
-    return hn::Mask<D64>{_mm256_cmpgt_epi64(v.raw, _mm256_setzero_si256())}; // spares a negation
+    const hn::RebindToSigned<D> i; // which spares a negation
+    return hn::RebindMask(d, as(i, v) > hn::Zero(i));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return (void)d, v;
 #    else
     return hn::Ne(v, hn::Zero(d));
 #    endif
