@@ -102,12 +102,17 @@ void drawRows(const Block& b) {
             return;
         }
     }
-    // Sprites of just this width are common: no loop inside the row, and nothing of it to fetch ahead.
-    if (b.width == kPixels) {
+    // Sprites of just these widths are common: no loop inside the row, and nothing of it to fetch ahead.
+    const auto drawRowsOf = [&]<size_t... I>(std::index_sequence<I...>) {
         for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
-            drawStep(step, src, dst, third, Whole{});
-        return;
-    }
+            (drawStep(step, src + I * kPixels * kSrc, dst + I * kPixels * kDst, third + I * kPixels * kThird,
+                      Whole{}),
+             ...);
+    };
+    if (b.width == kPixels)
+        return drawRowsOf(std::index_sequence<0>());
+    if (b.width == 2 * kPixels)
+        return drawRowsOf(std::index_sequence<0, 1>());
     constexpr std::make_index_sequence<kSteps> kOfTogether;
     for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
         size_t x = 0;
