@@ -225,6 +225,35 @@ struct TwoRows {
                                  _mm512_extracti64x4_epi64(v.raw, 1));
     }
 };
+// The same for whole groups of four pixels, of which words of two are stored. See First for the narrow
+// accesses.
+struct TwoRowsOfGroups : TwoRows {
+    HWY_INLINE V32 loadOldWhere(D32, M32 mask, const uint8_t* p) const {
+        const auto first = static_cast<__mmask8>(mask.raw), second = static_cast<__mmask8>(mask.raw >> 8);
+        const uint8_t* next = p + oldPitch;
+        __m256i lower, upper;
+        if (count <= 8) {
+            lower = _mm256_zextsi128_si256(_mm_maskz_loadu_epi32(first, p));
+            upper = _mm256_zextsi128_si256(_mm_maskz_loadu_epi32(second, next));
+        } else {
+            lower = _mm256_maskz_loadu_epi32(first, p);
+            upper = _mm256_maskz_loadu_epi32(second, next);
+        }
+        return V32{_mm512_inserti64x4(_mm512_castsi256_si512(lower), upper, 1)};
+    }
+    HWY_INLINE void storeWhere(D32, V32 v, M32 mask, uint8_t* p) const {
+        const auto first = static_cast<__mmask8>(mask.raw), second = static_cast<__mmask8>(mask.raw >> 8);
+        __m256i lower = _mm512_castsi512_si256(v.raw), upper = _mm512_extracti64x4_epi64(v.raw, 1);
+        asm("" : "+v"(lower), "+v"(upper));
+        if (count <= 8) {
+            _mm_mask_storeu_epi32(p, first, _mm256_castsi256_si128(lower));
+            _mm_mask_storeu_epi32(p + dstPitch, second, _mm256_castsi256_si128(upper));
+        } else {
+            _mm256_mask_storeu_epi32(p, first, lower);
+            _mm256_mask_storeu_epi32(p + dstPitch, second, upper);
+        }
+    }
+};
 #    else
 #        if HWY_TARGET == HWY_ALTIVEC
 // Copies so many bytes, without a call.
@@ -382,11 +411,31 @@ struct TwoRows {
         storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
     }
 };
+
+// The same for whole groups of four pixels, of which words of two are stored.
+struct TwoRowsOfGroups : TwoRows {
+    HWY_INLINE V32 loadOldWhere(D32 d, M32 mask, const uint8_t* p) const {
+        const hn::Half<D32> half;
+        const V32 lanes = hn::VecFromMask(d, mask);
+        const auto row = [&](auto of, const uint8_t* at) {
+            return First{count / 2}.loadOldWhere(half, hn::MaskFromVec(of), at);
+        };
+        return hn::Combine(d, row(hn::UpperHalf(half, lanes), p + oldPitch),
+                           row(hn::LowerHalf(half, lanes), p));
+    }
+    HWY_INLINE void storeWhere(D32 d, V32 v, M32 mask, uint8_t* p) const {
+        const hn::Half<D32> half;
+        const V32 lanes = hn::VecFromMask(d, mask);
+        storeLanes(half, hn::LowerHalf(half, v), hn::MaskFromVec(hn::LowerHalf(half, lanes)), p);
+        storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
+    }
+};
 #        else
 struct TwoRows {
     size_t count;
     ptrdiff_t srcPitch, oldPitch, dstPitch;
 };
+struct TwoRowsOfGroups : TwoRows {};
 #        endif
 #    endif
 
@@ -628,14 +677,17 @@ HWY_INLINE DrawnSet groupsOf(V16 drawn, Inside<OnVectors>) {
 }
 #    endif
 
-HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Whole) {
+template <class Lanes>
+requires(std::is_base_of_v<Whole, Lanes> ||
+         std::is_same_v<Lanes, TwoRowsOfGroups>) HWY_INLINE StoreSet<D32> groupsOf(V16 drawn, Lanes) {
     const D32 d32;
     return {d32, notZero(d32, hn::Or(as(d32, drawn), besideJustOne(drawn)))};
 }
 
 // The end of a row: its groups as ever, then single pixels. Lanes behind the row must hold 0.
 template <class Lanes>
-requires(!std::is_base_of_v<Whole, Lanes>) HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
+requires(std::is_same_v<Lanes, First> ||
+         std::is_same_v<Lanes, TwoRows>) HWY_INLINE StoreSet<D16> groupsOf(V16 drawn, Lanes lanes) {
     const D16 d16;
     const D32 d32;
     const V32 beside = besideJustOne(drawn);

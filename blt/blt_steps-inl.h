@@ -93,12 +93,19 @@ void drawRows(const Block& b) {
         // Two rows at a time, unless a row of the destination reaches into the next one, which then blends
         // with what this one wrote. Sources are none of the destination: the block's order is free.
         if (b.width <= kPixels / 2 && static_cast<size_t>(std::abs(dstPitch)) >= b.width * kDst) {
+            const auto drawRowsByTwo = [&](auto both) {
+                size_t rows = b.height;
+                for (; rows >= 2;
+                     rows -= 2, src += 2 * srcPitch, dst += 2 * dstPitch, third += 2 * thirdPitch)
+                    drawStep(step, src, dst, third, both);
+                if (rows)
+                    drawStep(step, src, dst, third, First{b.width});
+            };
             const TwoRows both{b.width, srcPitch, thirdPitch, dstPitch};
-            size_t rows = b.height;
-            for (; rows >= 2; rows -= 2, src += 2 * srcPitch, dst += 2 * dstPitch, third += 2 * thirdPitch)
-                drawStep(step, src, dst, third, both);
-            if (rows)
-                drawStep(step, src, dst, third, First{b.width});
+            if (b.width % 4 == 0)
+                drawRowsByTwo(TwoRowsOfGroups{both});
+            else
+                drawRowsByTwo(both);
             return;
         }
     }
