@@ -243,12 +243,14 @@ struct TwoRowsOfGroups : TwoRows {
     }
     HWY_INLINE void storeWhere(D32, V32 v, M32 mask, uint8_t* p) const {
         const auto first = static_cast<__mmask8>(mask.raw), second = static_cast<__mmask8>(mask.raw >> 8);
-        __m256i lower = _mm512_castsi512_si256(v.raw), upper = _mm512_extracti64x4_epi64(v.raw, 1);
-        asm("" : "+v"(lower), "+v"(upper));
         if (count <= 8) {
-            _mm_mask_storeu_epi32(p, first, _mm256_castsi256_si128(lower));
-            _mm_mask_storeu_epi32(p + dstPitch, second, _mm256_castsi256_si128(upper));
+            __m128i lower = _mm512_castsi512_si128(v.raw), upper = _mm512_extracti32x4_epi32(v.raw, 2);
+            asm("" : "+v"(lower), "+v"(upper));
+            _mm_mask_storeu_epi32(p, first, lower);
+            _mm_mask_storeu_epi32(p + dstPitch, second, upper);
         } else {
+            __m256i lower = _mm512_castsi512_si256(v.raw), upper = _mm512_extracti64x4_epi64(v.raw, 1);
+            asm("" : "+v"(lower), "+v"(upper));
             _mm256_mask_storeu_epi32(p, first, lower);
             _mm256_mask_storeu_epi32(p + dstPitch, second, upper);
         }
