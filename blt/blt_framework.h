@@ -341,8 +341,8 @@ inline bool rowsStayInside(int32_t x, int32_t width, uint32_t bytes, int16_t pit
 // Whether no routine can leave the images, for a blit without a mask and whose routines touch nothing behind
 // a row. Nearly every blit passes.
 ORMSEL_INTO_CALLER bool staysInside(const BltContext& ctx, bool masked, unsigned long flags) {
-    const bool reachesFurther = masked | ((flags & ORMSEL_BLIT_COPY) != 0) | (ctx.dst.bytesPerPixel == 3);
-    return !reachesFurther & rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch) &
+    const bool reachesFurther = masked || flags & ORMSEL_BLIT_COPY || ctx.dst.bytesPerPixel == 3;
+    return !reachesFurther && rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch) &&
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
