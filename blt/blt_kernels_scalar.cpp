@@ -18,9 +18,9 @@ namespace {
 
 // --- Rules of routes ----------------------------------------------------------------------------------
 
-// How many pixels a step has where their order is free, and how many where fewer are left: the loops over
-// them are vector loops then, for which every 64-bit processor has instructions.
-constexpr size_t kPixelsInStep = 32, kPixelsInShortStep = 16;
+// How many pixels the steps have where their order is free: the loops over them are vector loops then, for
+// which every 64-bit processor has instructions.
+constexpr size_t kLongStep = 32, kStep = 16, kShortStep = 8;
 constexpr bool kHasSteps = sizeof(size_t) == 8;
 
 // The rows of a block, in steps of so many pixels, the largest first.
@@ -42,9 +42,16 @@ template <class Rule>
 Kernel rowsOf(const Block& b) {
     if (b.width < Rule::kUnit) [[likely]] // in so few pixels a jump shows
         return drawRows<Rule, 1>;
-    if constexpr (kHasSteps && Rule::Source::kBytes != 3) // no vector loads three bytes
-        if (b.width >= kPixelsInShortStep && orderIsFree(b))
-            return drawRows<Rule, kPixelsInStep, kPixelsInShortStep, Rule::kUnit, 1>;
+    if constexpr (kHasSteps && Rule::Source::kBytes != 3) { // no vector loads three bytes
+        // The shortest steps pay where units are large: each unit is stored by a branch of its own.
+        constexpr bool kShort = Rule::kUnit == 4;
+        if (b.width >= (kShort ? kShortStep : kStep) && orderIsFree(b)) {
+            if constexpr (kShort)
+                return drawRows<Rule, kLongStep, kStep, kShortStep, Rule::kUnit, 1>;
+            else
+                return drawRows<Rule, kLongStep, kStep, Rule::kUnit, 1>;
+        }
+    }
     return drawRows<Rule, Rule::kUnit, 1>;
 }
 
