@@ -93,7 +93,7 @@ void drawRows(const Block& b) {
         // Two rows at a time, unless a row of the destination reaches into the next one, which then blends
         // with what this one wrote. Sources are none of the destination: the block's order is free.
         if (b.width <= kPixels / 2 && static_cast<size_t>(std::abs(dstPitch)) >= b.width * kDst) {
-            const auto drawRowsByTwo = [&](auto both) {
+            const auto drawRowsByTwo = [&](auto both) __attribute__((always_inline)) {
                 size_t rows = b.height;
                 for (; rows >= 2;
                      rows -= 2, src += 2 * srcPitch, dst += 2 * dstPitch, third += 2 * thirdPitch)
@@ -110,7 +110,7 @@ void drawRows(const Block& b) {
         }
     }
     // Sprites of just these widths are common: no loop inside the row, and nothing of it to fetch ahead.
-    const auto drawRowsOf = [&]<size_t... I>(std::index_sequence<I...>) {
+    const auto drawRowsOf = [&]<size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
         for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch)
             (drawStep(step, src + I * kPixels * kSrc, dst + I * kPixels * kDst, third + I * kPixels * kThird,
                       Whole{}),
