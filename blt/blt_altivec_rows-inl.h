@@ -55,12 +55,12 @@ HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, 
     if constexpr (std::is_same_v<Lanes, Inside<true>> && Step::kPixels == kLanes32) {
         constexpr ptrdiff_t kNextSrc = Step::kPixels * kSrc, kNextDst = Step::kPixels * kDst,
                             kNextThird = Step::kPixels * kThird;
-        ptrdiff_t nextToSrc = toSrc + kNextSrc, nextToThird = toThird + kNextThird;
-        asm("" : "+r"(nextToSrc), "+r"(nextToThird));
+        ptrdiff_t nextToSrc = toSrc + kNextSrc, nextToThird = toThird + kNextThird, next = kNextDst;
+        asm("" : "+r"(nextToSrc), "+r"(nextToThird), "+r"(next));
         for (; steps >= 2; steps -= 2) {
             drawVector(step, kSrc == kDst ? dst + toSrc : src, dst, kThird == kDst ? dst + toThird : third,
                        lanes);
-            drawVector(step, kSrc == kDst ? dst + nextToSrc : src + kNextSrc, dst + kNextDst,
+            drawVector(step, kSrc == kDst ? dst + nextToSrc : src + kNextSrc, dst + next,
                        kThird == kDst ? dst + nextToThird : third + kNextThird, lanes);
             src += 2 * kNextSrc, dst += 2 * kNextDst, third += 2 * kNextThird;
         }
