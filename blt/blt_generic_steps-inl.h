@@ -101,26 +101,34 @@ struct ShortAlpha {
     }
 };
 
-// One side's format in 32-bit lanes: to A8R8G8B8 and back.
-template <int Bytes>
-struct GenericFormat {
-    Shuffle toArgb, fromArgb;
+// Which byte of a 24- or 32-bit pixel each byte of A8R8G8B8 is, and the other way round: arguments of
+// shuffleOfBytes().
+struct ByteOrder {
+    uint32_t toArgb = 0x80808080, fromArgb = 0x80808080;
 
-    explicit HWY_INLINE GenericFormat(const BltRenderFmt& f) {
+    explicit ByteOrder(const BltRenderFmt& f) {
         const uint32_t masks[4] = {f.bMask, f.gMask, f.rMask, f.aMask};
         const uint32_t shifts[4] = {f.bShift, f.gShift, f.rShift, f.aShift};
-        uint32_t to = 0x80808080, from = 0x80808080;
         for (unsigned i = 0; i < 4; ++i) {
             // An alpha channel that plays no part may have any shift.
             if (!masks[i] || shifts[i] > 24)
                 continue;
             // 0x80 becomes the number of the other side's byte.
-            to ^= (0x80U ^ byteAt(shifts[i])) << 8 * i;
-            from ^= (0x80U ^ i) << shifts[i];
+            toArgb ^= (0x80U ^ byteAt(shifts[i])) << 8 * i;
+            fromArgb ^= (0x80U ^ i) << shifts[i];
         }
-        toArgb = shuffleOfBytes(to);
-        fromArgb = shuffleOfBytes(from);
     }
+};
+
+// One side's format in 32-bit lanes: to A8R8G8B8 and back.
+struct GenericFormat {
+    Shuffle toArgb, fromArgb;
+
+    explicit HWY_INLINE GenericFormat(const BltRenderFmt& f) : GenericFormat(ByteOrder(f)) {}
+
+private:
+    explicit HWY_INLINE GenericFormat(const ByteOrder& order)
+        : toArgb(shuffleOfBytes(order.toArgb)), fromArgb(shuffleOfBytes(order.fromArgb)) {}
 };
 
 template <int Bytes, class Lanes>
@@ -139,13 +147,13 @@ HWY_INLINE V16 factorOf(uint32_t alpha) {
 
 // An effective alpha as a weight of 256ths: 255 counts as 256, which gives the source unchanged.
 HWY_INLINE V16 weightOf(V16 e) {
-    return e + hn::ShiftRight<8>(e + hn::Set(D16(), 1));
+    return oneMoreAt(255, e);
 }
 
 // Onto 24- and 32-bit destinations: A8R8G8B8 pixels into the destination.
 template <int DstBytes, AlphaSource Alpha>
 struct GenericStore {
-    GenericFormat<DstBytes> dst;
+    GenericFormat dst;
     V16 factor;
     Shuffle spread; // the deciding alpha byte into the high bytes of both 16-bit lanes
 
@@ -175,7 +183,7 @@ struct GenericStore {
         } else {
             const V32 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, lanes.load(H8(), mask)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
-            return Pixels{argb, e, own, {d32, lanes.only(d32, notZero(d32, as(d32, e)))}};
+            return Pixels{argb, e, own, {d32, lanes.only(d32, positive(d32, as(d32, e)))}};
         }
     }
 
@@ -222,7 +230,7 @@ struct WideStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes,
                             kThirdBytes = Alpha == AlphaSource::kOfMask ? 1 : DstBytes;
 
-    GenericFormat<SrcBytes> src;
+    GenericFormat src;
     GenericStore<DstBytes, Alpha> store;
     V32 fill; // ORed into source pixels
     GenericGlance glance;
@@ -232,7 +240,8 @@ struct WideStep {
 
     template <class Lanes>
     HWY_INLINE auto weigh(const uint8_t* s, const uint8_t* mask, Lanes lanes) const {
-        return store.weigh(hn::Or(src.toArgb(loadPixels<SrcBytes>(s, lanes)), fill), mask, lanes);
+        const V32 argb = src.toArgb(loadPixels<SrcBytes>(s, lanes));
+        return store.weigh(Alpha == AlphaSource::kOfMask ? argb : hn::Or(argb, fill), mask, lanes);
     }
     template <class W, class Lanes>
     HWY_INLINE void draw(const W& weighed, uint8_t* d, const uint8_t*, Lanes lanes) const {
@@ -276,36 +285,58 @@ struct FromShortStep {
     }
 };
 
-// Each channel of source pixels in the high bytes of 16-bit lanes, widened to 8 bits. Low bytes hold
+// The channels of source pixels, each in 16-bit lanes: widened to 8 bits, or these in the high byte, above
 // anything.
-struct Channels16 {
-    V16 r, g, b, a;
+struct ChannelsOfArgb {
+    Halves argb;
+
+    HWY_INLINE V16 r() const { return hn::And(argb.high, hn::Set(D16(), 0xFF)); }
+    HWY_INLINE V16 g() const { return hn::ShiftRight<8>(argb.low); }
+    HWY_INLINE V16 b() const { return hn::And(argb.low, hn::Set(D16(), 0xFF)); }
+    HWY_INLINE V16 a() const { return hn::ShiftRight<8>(argb.high); }
+    HWY_INLINE V16 highR() const { return hn::ShiftLeft<8>(argb.high); }
+    HWY_INLINE V16 highG() const { return argb.low; }
+    HWY_INLINE V16 highB() const { return hn::ShiftLeft<8>(argb.low); }
+};
+struct ShortChannels {
+    V16 red, green, blue;
+
+    HWY_INLINE V16 r() const { return hn::ShiftRight<8>(red); }
+    HWY_INLINE V16 g() const { return hn::ShiftRight<8>(green); }
+    HWY_INLINE V16 b() const { return hn::ShiftRight<8>(blue); }
+    HWY_INLINE V16 a() const { return hn::Zero(D16()); }
+    HWY_INLINE V16 highR() const { return red; }
+    HWY_INLINE V16 highG() const { return green; }
+    HWY_INLINE V16 highB() const { return blue; }
 };
 
 template <int SrcBytes>
 struct ChannelSource {
-    Shuffle toArgb;
+    using Channels = ChannelsOfArgb;
 
-    explicit HWY_INLINE ChannelSource(const BltRenderFmt& f) : toArgb(GenericFormat<SrcBytes>(f).toArgb) {}
+    MovedHalves halves;
+
+    explicit HWY_INLINE ChannelSource(const BltRenderFmt& f) : halves(ByteOrder(f).toArgb) {}
 
     template <class Lanes>
-    HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
-        const Halves halves(toArgb(loadPixels<SrcBytes>(p, lanes.firstHalf())),
-                            toArgb(loadPixels<SrcBytes>(p + SrcBytes * kLanes32, lanes.secondHalf())));
-        return {hn::ShiftLeft<8>(halves.high), halves.low, hn::ShiftLeft<8>(halves.low), halves.high};
+    HWY_INLINE Channels load(const uint8_t* p, Lanes lanes) const {
+        return {halves(loadPixels<SrcBytes>(p, lanes.firstHalf()),
+                       loadPixels<SrcBytes>(p + SrcBytes * kLanes32, lanes.secondHalf()))};
     }
 };
 
 template <>
 struct ChannelSource<2> {
+    using Channels = ShortChannels;
+
     ShortColours format;
 
     explicit HWY_INLINE ChannelSource(const BltRenderFmt& f) : format(f) {}
 
     template <class Lanes>
-    HWY_INLINE Channels16 load(const uint8_t* p, Lanes lanes) const {
+    HWY_INLINE Channels load(const uint8_t* p, Lanes lanes) const {
         const V16 s = lanes.load(D16(), p);
-        return {format.r.extract(s), format.g.extract(s), format.b.extract(s), hn::Zero(D16())};
+        return {format.r.extract(s), format.g.extract(s), format.b.extract(s)};
     }
 };
 
@@ -329,13 +360,15 @@ struct ToShortStep {
         return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
     }
 
-    // From high bytes, in the high byte.
-    static HWY_INLINE V16 mixHigh(V16 s, V16 d, V16 weight, V16 rest) {
-        return mixBytes(hn::ShiftRight<8>(s), hn::ShiftRight<8>(d), weight, rest);
+    // s * weight + d * (256 - weight), at most 65280, with d in the high byte.
+    static HWY_INLINE V16 mix(V16 s, V16 highD, V16 weight) {
+        return highD + (s - hn::ShiftRight<8>(highD)) * weight;
     }
 
+    using Channels = typename ChannelSource<SrcBytes>::Channels;
+
     struct Pixels {
-        Channels16 s;
+        Channels s;
         V16 own, e; // the alpha that decides, and what is left of it
         using Set = StoreSet<D16>;
         Set stored;
@@ -349,11 +382,11 @@ struct ToShortStep {
     };
 
     template <class Lanes>
-    HWY_INLINE V16 ownAlpha(const Channels16& s, const uint8_t* mask, Lanes lanes) const {
+    HWY_INLINE V16 ownAlpha(const Channels& s, const uint8_t* mask, Lanes lanes) const {
         if constexpr (Alpha == AlphaSource::kOfMask)
             return hn::PromoteTo(D16(), lanes.load(B16(), mask));
         else
-            return hn::Or(hn::ShiftRight<8>(s.a), fill);
+            return hn::Or(s.a(), fill);
     }
 
     template <class Lanes>
@@ -370,16 +403,16 @@ struct ToShortStep {
     }
 
     template <class Lanes>
-    HWY_INLINE void draw(const Channels16& s, uint8_t* to, const uint8_t*, Lanes lanes) const {
-        lanes.store(D16(), join(s.r, s.g, s.b, fill), to);
+    HWY_INLINE void draw(const Channels& s, uint8_t* to, const uint8_t*, Lanes lanes) const {
+        lanes.store(D16(), join(s.highR(), s.highG(), s.highB(), fill), to);
     }
     template <class Lanes>
     HWY_INLINE V16 mix(const Pixels& w, const uint8_t* to, const uint8_t*, Lanes lanes) const {
-        const V16 weight = weightOf(w.e), rest = hn::Set(D16(), 256) - weight;
+        const V16 weight = weightOf(w.e);
         const V16 old = w.stored.loadOld(D16(), to, lanes);
-        const V16 r = mixHigh(w.s.r, dst.r.extract(old), weight, rest);
-        const V16 g = mixHigh(w.s.g, dst.g.extract(old), weight, rest);
-        const V16 b = mixHigh(w.s.b, dst.b.extract(old), weight, rest);
+        const V16 r = mix(w.s.r(), dst.r.extract(old), weight);
+        const V16 g = mix(w.s.g(), dst.g.extract(old), weight);
+        const V16 b = mix(w.s.b(), dst.b.extract(old), weight);
         return join(r, g, b, Alpha == AlphaSource::kOfMask ? w.own : w.e);
     }
 };

@@ -27,15 +27,23 @@ struct Glance {
     HWY_INLINE Glance(uint32_t b, uint32_t l)
         : bits(hn::Set(D32(), b)), last(hn::Set(D8(), static_cast<uint8_t>(l))) {}
 
-    // Whether none of a run is.
+    // Whether none of a run is. A vector's worth in its middle tells of most runs that some pixel is.
     template <size_t Bytes>
     HWY_INLINE bool seesNone(const uint8_t* p) const {
+        constexpr size_t kRunBytes = kRunPixels * Bytes, kMiddle = kRunBytes / 2;
         const D8 d8;
+        V8 most = loadAt(d8, p + kMiddle);
+        if (kRunBytes > 2 * HWY_MAX_BYTES && !hasNone(most))
+            return false;
+        for (size_t i = 0; i < kRunBytes; i += HWY_MAX_BYTES)
+            if (i != kMiddle)
+                most = hn::Max(most, loadAt(d8, p + i));
+        return hasNone(most);
+    }
+
+    HWY_INLINE bool hasNone(V8 v) const {
         const D32 d32;
-        V8 most = loadAt(d8, p);
-        for (size_t i = HWY_MAX_BYTES; i < kRunPixels * Bytes; i += HWY_MAX_BYTES)
-            most = hn::Max(most, loadAt(d8, p + i));
-        return hn::AllTrue(d32, hn::And(as(d32, hn::SaturatedSub(most, last)), bits) == hn::Zero(d32));
+        return hn::AllTrue(d32, hn::And(as(d32, hn::SaturatedSub(v, last)), bits) == hn::Zero(d32));
     }
 };
 
@@ -602,7 +610,7 @@ struct GenericPixels<3> : StoreSet<D32> {
 #    endif
 };
 
-// Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0 in each lane to be drawn.
+// Pixels of A8R8G8B8 go in pairs: see storeUnit(). drawn is not 0, and below 2^31, in each lane to be drawn.
 #    if HWY_TARGET == HWY_ALTIVEC
 HWY_INLINE DrawnSet pairsOf(V32 drawn, Whole) {
     return {{D32(), hn::Or(drawn, hn::Reverse2(D32(), drawn))}, drawn};
@@ -610,7 +618,7 @@ HWY_INLINE DrawnSet pairsOf(V32 drawn, Whole) {
 #    else
 HWY_INLINE StoreSet<D64> pairsOf(V32 drawn, Whole) {
     const D64 d64;
-    return {d64, hn::Ne(as(d64, drawn), hn::Zero(d64))};
+    return {d64, positive(d64, as(d64, drawn))};
 }
 #    endif
 

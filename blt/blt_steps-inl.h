@@ -428,8 +428,9 @@ Kernel routeKernel(const Block& b) {
 // --- Copies -------------------------------------------------------------------------------------------
 
 // Pixels copied unchanged. What fits the inner caches is left to the C library, which is hard to beat there;
-// for more, its larger steps and non-temporal stores were slower than short ones into whole lines, with both
-// images fetched ahead.
+// for more, its larger steps were slower than short ones into whole lines, with both images fetched ahead.
+// Non-temporal stores are faster for the copy alone, but whoever draws onto it next waits for the memory:
+// frames took longer with them.
 void copyRows(const Block& b) {
     constexpr size_t kLarge = size_t{3} << 17, kLine = 64;
     const size_t rowBytes = b.width * b.dstBytes;

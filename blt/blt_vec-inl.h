@@ -472,6 +472,48 @@ struct Halves {
     }
 };
 
+// Halves of pixels whose bytes are moved first, as shuffleOfBytes() does.
+struct MovedHalves {
+#    if HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2
+    // Gathers the low halves of a block in its first eight bytes, the high halves in the others.
+    V8 index;
+
+    explicit HWY_INLINE MovedHalves(uint32_t from) {
+        const D64 d64;
+        alignas(16) static constexpr uint8_t kLane[16] = {0, 0, 4, 4, 8, 8, 12, 12, 0, 0, 4, 4, 8, 8, 12, 12};
+        const uint64_t four = 0x0001000100010001;
+        const auto bytes =
+            hn::InterleaveLower(d64, hn::Set(d64, four * (from & 0xFFFF)), hn::Set(d64, four * (from >> 16)));
+        index = as(D8(), bytes) + hn::LoadDup128(D8(), kLane);
+    }
+
+    HWY_INLINE Halves operator()(V32 first, V32 second) const {
+        const D64 d64;
+        const auto a = as(d64, hn::TableLookupBytesOr0(as(D8(), first), index)),
+                   b = as(d64, hn::TableLookupBytesOr0(as(D8(), second), index));
+        Halves halves;
+        halves.low = inOrder(as(D16(), hn::InterleaveLower(d64, a, b)));
+        halves.high = inOrder(as(D16(), hn::InterleaveUpper(d64, a, b)));
+        return halves;
+    }
+
+private:
+    static HWY_INLINE V16 inOrder(V16 v) {
+#        if HWY_TARGET == HWY_AVX2
+        return V16{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+#        else
+        return v;
+#        endif
+    }
+#    else
+    Shuffle move;
+
+    explicit HWY_INLINE MovedHalves(uint32_t from) : move(shuffleOfBytes(from)) {}
+
+    HWY_INLINE Halves operator()(V32 first, V32 second) const { return {move(first), move(second)}; }
+#    endif
+};
+
 // Halves of pixels whose alpha is the lowest byte or the highest; the halves have it on top.
 template <bool AlphaIsLow>
 struct HalvesAlphaHigh {
@@ -487,17 +529,32 @@ struct HalvesAlphaHigh {
             halves.high = as(D16(), __builtin_vec_perm(as(D8(), first), as(D8(), second), high));
             return halves;
         }
+        return {first, second};
+    }
 #    else
-    Shuffle alphaToTop = shuffleOfBytes(bytesFrom(1, 2, 3, 0));
+    MovedHalves moved{AlphaIsLow ? bytesFrom(1, 2, 3, 0) : bytesFrom(0, 1, 2, 3)};
 
     HWY_INLINE HalvesAlphaHigh() {}
     HWY_INLINE Halves operator()(V32 first, V32 second) const {
-        if constexpr (AlphaIsLow)
-            return {alphaToTop(first), alphaToTop(second)};
-#    endif
-        return {first, second};
+        // These two targets make halves by moving bytes anyway.
+        if constexpr (AlphaIsLow || HWY_TARGET == HWY_SSE4 || HWY_TARGET == HWY_AVX2)
+            return moved(first, second);
+        else
+            return {first, second};
     }
+#    endif
 };
+
+// One more in each lane that has this value.
+HWY_INLINE V16 oneMoreAt(uint16_t value, V16 v) {
+    const D16 d;
+#    if HWY_TARGET == HWY_AVX3
+    const __mmask32 lanes = _mm512_cmpeq_epi16_mask(v.raw, hn::Set(d, value).raw);
+    return V16{_mm512_mask_add_epi16(v.raw, lanes, v.raw, hn::Set(d, 1).raw)};
+#    else
+    return v - hn::VecFromMask(d, hn::Eq(v, hn::Set(d, value)));
+#    endif
+}
 
 // A logical shift to the right by a count known at run time.
 struct RightShift {
@@ -513,6 +570,19 @@ struct RightShift {
     HWY_INLINE V16 operator()(V16 v) const { return hn::ShiftRightSame(v, by); }
 #    endif
 };
+
+// The lanes that are not 0, where none has its highest bit.
+template <class D>
+HWY_INLINE hn::Mask<D> positive(D d, hn::Vec<D> v) {
+#    if HWY_TARGET == HWY_AVX2
+    const hn::RebindToSigned<D> i; // which spares a negation
+    return hn::RebindMask(d, as(i, v) > hn::Zero(i));
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return (void)d, v;
+#    else
+    return hn::Ne(v, hn::Zero(d));
+#    endif
+}
 
 // The lanes that are not 0.
 template <class D>

@@ -20,7 +20,7 @@ namespace {
 
 // With AltiVec SDL's library draws some blits with vector code that rounds in its own way.
 bool sdlIsPlainC() {
-    return SDL_BYTEORDER == SDL_LIL_ENDIAN || !SDL_HasAltiVec();
+    return !SDL_HasAltiVec();
 }
 
 // From this patch level on SDL 1.2 is a layer over SDL 2, which makes and draws surfaces by rules of its own.
