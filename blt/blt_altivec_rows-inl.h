@@ -45,14 +45,15 @@ HWY_INLINE void drawVector(const Step& step, const uint8_t* src, uint8_t* dst, c
     }
 }
 
-// Draws so many steps, short ones two in a round, of which the second has distances of its own. Images of pixels of one size are seen from the destination, so that one register runs.
+// Draws so many steps, short ones two in a round, of which the second has distances of its own. Images of
+// pixels of one size are seen from the destination, so that one register runs.
 template <class Step, class Lanes>
 HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                             size_t steps, Lanes lanes) {
     constexpr size_t kSrc = Step::kSrcBytes, kDst = Step::kDstBytes, kThird = Step::kThirdBytes;
     ptrdiff_t toSrc = src - dst, toThird = third - dst;
     asm("" : "+r"(toSrc), "+r"(toThird));
-    if constexpr (std::is_same_v<Lanes, Inside<true>> && Step::kPixels == kLanes32) {
+    if constexpr (std::is_same_v<Lanes, Inside<true>> && kSrc == kDst) {
         constexpr ptrdiff_t kNextSrc = Step::kPixels * kSrc, kNextDst = Step::kPixels * kDst,
                             kNextThird = Step::kPixels * kThird;
         ptrdiff_t nextToSrc = toSrc + kNextSrc, nextToThird = toThird + kNextThird, next = kNextDst;
@@ -91,8 +92,14 @@ HWY_INLINE void drawRowsByVectors(const Block& b, const Step& inMemory, const ui
     const bool onVectors = (place(src, srcPitch, Step::kSrcBytes) | place(dst, dstPitch, Step::kDstBytes) |
                             place(third, thirdPitch, Step::kThirdBytes)) == 0;
     if (onVectors && !kHas24) {
-        for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
-            drawVectors(step, src, dst, third, steps, Inside<true>());
+        // All rows as one where no image has gaps.
+        const auto bytes = [&b](size_t pixelBytes) { return static_cast<ptrdiff_t>(b.width * pixelBytes); };
+        const bool one = !left && srcPitch == bytes(Step::kSrcBytes) && dstPitch == bytes(Step::kDstBytes) &&
+                         thirdPitch == bytes(Step::kThirdBytes);
+        const size_t together = one ? steps * b.height : steps;
+        for (size_t rows = one ? 1 : b.height; rows;
+             --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+            drawVectors(step, src, dst, third, together, Inside<true>());
             if (left)
                 drawStep(step, src + steps * kSrc, dst + steps * kDst, third + steps * kThird, First{left});
         }
