@@ -14,6 +14,15 @@
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
+// The same where some lane is known to be stored, so that the old pixels may be read.
+template <class Lanes>
+struct SomeDrawn : Lanes {
+    template <class D, class M>
+    static HWY_INLINE auto loadOldWhere(D d, M, const uint8_t* p) {
+        return Lanes::loadOld(d, p);
+    }
+};
+
 // Draws one step. A branch costs little here, and a store of some lanes much.
 template <class Step, class Lanes>
 HWY_INLINE void drawVector(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
@@ -29,20 +38,34 @@ HWY_INLINE void drawVector(const Step& step, const uint8_t* src, uint8_t* dst, c
         }();
         if (__builtin_expect(hn::AllTrue(stored.d, drawn), true))
             stored.store(step.mix(weighed, dst, third, Drawn<Lanes>()), dst, Drawn<Lanes>());
-        else if (!hn::AllFalse(stored.d, drawn))
-            stored.store(step.mix(weighed, dst, third, lanes), dst, lanes);
+        else if (!hn::AllFalse(stored.d, kept(drawn))) // a copy here, not in the way of those that are drawn
+            stored.store(step.mix(weighed, dst, third, SomeDrawn<Lanes>()), dst, lanes);
     } else {
         step.draw(weighed, dst, third, lanes);
     }
 }
 
-// Draws so many steps. Images of pixels of one size are seen from the destination, so that one register runs.
+// Draws so many steps, short ones two in a round, of which the second has distances of its own. Images of
+// pixels of one size are seen from the destination, so that one register runs.
 template <class Step, class Lanes>
 HWY_INLINE void drawVectors(const Step& step, const uint8_t* src, uint8_t* dst, const uint8_t* third,
                             size_t steps, Lanes lanes) {
     constexpr size_t kSrc = Step::kSrcBytes, kDst = Step::kDstBytes, kThird = Step::kThirdBytes;
     ptrdiff_t toSrc = src - dst, toThird = third - dst;
     asm("" : "+r"(toSrc), "+r"(toThird));
+    if constexpr (std::is_same_v<Lanes, Inside<true>> && kSrc == kDst) {
+        constexpr ptrdiff_t kNextSrc = Step::kPixels * kSrc, kNextDst = Step::kPixels * kDst,
+                            kNextThird = Step::kPixels * kThird;
+        ptrdiff_t nextToSrc = toSrc + kNextSrc, nextToThird = toThird + kNextThird, next = kNextDst;
+        asm("" : "+r"(nextToSrc), "+r"(nextToThird), "+r"(next));
+        for (; steps >= 2; steps -= 2) {
+            drawVector(step, kSrc == kDst ? dst + toSrc : src, dst, kThird == kDst ? dst + toThird : third,
+                       lanes);
+            drawVector(step, kSrc == kDst ? dst + nextToSrc : src + kNextSrc, dst + next,
+                       kThird == kDst ? dst + nextToThird : third + kNextThird, lanes);
+            src += 2 * kNextSrc, dst += 2 * kNextDst, third += 2 * kNextThird;
+        }
+    }
     for (; steps; --steps) {
         drawVector(step, kSrc == kDst ? dst + toSrc : src, dst, kThird == kDst ? dst + toThird : third,
                    lanes);
@@ -69,8 +92,14 @@ HWY_INLINE void drawRowsByVectors(const Block& b, const Step& inMemory, const ui
     const bool onVectors = (place(src, srcPitch, Step::kSrcBytes) | place(dst, dstPitch, Step::kDstBytes) |
                             place(third, thirdPitch, Step::kThirdBytes)) == 0;
     if (onVectors && !kHas24) {
-        for (size_t rows = b.height; rows; --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
-            drawVectors(step, src, dst, third, steps, Inside<true>());
+        // All rows as one where no image has gaps.
+        const auto bytes = [&b](size_t pixelBytes) { return static_cast<ptrdiff_t>(b.width * pixelBytes); };
+        const bool one = !left && srcPitch == bytes(Step::kSrcBytes) && dstPitch == bytes(Step::kDstBytes) &&
+                         thirdPitch == bytes(Step::kThirdBytes);
+        const size_t together = one ? steps * b.height : steps;
+        for (size_t rows = one ? 1 : b.height; rows;
+             --rows, src += srcPitch, dst += dstPitch, third += thirdPitch) {
+            drawVectors(step, src, dst, third, together, Inside<true>());
             if (left)
                 drawStep(step, src + steps * kSrc, dst + steps * kDst, third + steps * kThird, First{left});
         }

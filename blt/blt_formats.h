@@ -13,6 +13,8 @@
 
 #include <ormsel/ormsel_formats.h>
 
+#include "blt_bits.h"
+
 namespace ormsel {
 
 inline constexpr bool kBigEndian = std::endian::native == std::endian::big;
@@ -74,6 +76,17 @@ void storeWord(uint8_t* p, Word word) {
 inline uint32_t load24(const uint8_t* p) {
     const uint32_t first = p[0], middle = p[1], last = p[2];
     return kBigEndian ? first << 16 | middle << 8 | last : last << 16 | middle << 8 | first;
+}
+
+// Two neighbouring pixels of 24 bits; the top bytes hold anything.
+struct Two24 {
+    uint32_t first, second;
+};
+inline Two24 loadTwo24(const uint8_t* p) {
+    const auto word = loadWord<uint32_t>(p);
+    const uint32_t rest = loadWord<uint16_t>(p + 4);
+    return kBigEndian ? Two24{word >> 8, insertBits<0xFFFF>(hidden(std::rotl(word, 16)), rest)}
+                      : Two24{word, rest << 8 | word >> 24};
 }
 
 // The value of a pixel of 2, 3 or 4 bytes.
@@ -141,10 +154,9 @@ template <class L>
 constexpr uint32_t toR5G6B5(uint32_t s) {
     if constexpr (std::is_same_v<L, R5G6B5>)
         return s;
-    else
-        return (s >> L::kR & 0xF8) << 8 | // rrrrr...........
-               (s >> L::kG & 0xFC) << 3 | // .....gggggg.....
-               (s >> L::kB & 0xF8) >> 3;  // ...........bbbbb
+    const uint32_t red = hidden((s >> L::kR & 0xF8) << 8);                      // rrrrr...........
+    const uint32_t redGreen = hidden(insertBits<0x07E0>(red, s >> L::kG << 3)); // rrrrrgggggg.....
+    return insertBits<0x001F>(redGreen, s >> L::kB >> 3);                       // rrrrrggggggbbbbb
 }
 
 // The colours of a pixel of whole bytes in A8R8G8B8's places. What stands in the alpha byte is undefined.

@@ -123,6 +123,20 @@ private:
 
 // --- Known formats ------------------------------------------------------------------------------------
 
+// Adds the colours of a pixel, in their places of another format, to a word that has none. Bytes of 24-bit
+// pixels come and go one by one; there is nothing to insert.
+template <class From, class To>
+constexpr uint32_t convertColours(uint32_t pixel, uint32_t into) {
+    constexpr BitMove r = conversion(From::kFormat.r, To::kFormat.r),
+                      g = conversion(From::kFormat.g, To::kFormat.g),
+                      b = conversion(From::kFormat.b, To::kFormat.b);
+    if constexpr (From::kBytes == 3 || To::kBytes == 3)
+        return into | r(pixel) | g(pixel) | b(pixel);
+    into = hidden(insertBits<r.mask>(into, pixel << r.left >> r.right));
+    into = hidden(insertBits<g.mask>(into, pixel << g.left >> g.right));
+    return hidden(insertBits<b.mask>(into, pixel << b.left >> b.right));
+}
+
 // A format that is known when this is compiled: its pixels' colours as words that one product blends, and
 // back.
 template <class L>
@@ -149,6 +163,17 @@ struct Known {
         return (move<L::kR - kFormat.r.loss - 16>(v) & kFormat.r.mask) |
                (move<L::kG - kFormat.g.loss - 8>(v) & kFormat.g.mask) |
                (move<L::kB - kFormat.b.loss>(v) & kFormat.b.mask);
+    }
+
+    static constexpr Colours32 colours(uint32_t p) {
+        if constexpr (L::kBytes == 4) {
+            return colours32<L>(p);
+        } else {
+            constexpr BitMove r = conversion(kFormat.r, A8R8G8B8::kFormat.r),
+                              g = conversion(kFormat.g, A8R8G8B8::kFormat.g),
+                              b = conversion(kFormat.b, A8R8G8B8::kFormat.b);
+            return {insertBits<b.mask>(hidden(r(p)), p << b.left >> b.right), g(p)};
+        }
     }
 
     // The colours, widened to 8 bits, in a word with 8 free bits above each: bits 32 to 39 are green, 16 to
@@ -203,21 +228,26 @@ public:
     GenericAlpha alphaOfMask(uint32_t m) const { return {faded(m), m}; }
 
     uint32_t mix(uint32_t s, uint32_t d, GenericAlpha alpha) const {
+        if constexpr (kIsNarrow) // two products are less than one of 64 bits
+            return convertColours<A8R8G8B8, Destination>(mixColours32(colours32<Source>(s),
+                                                                      Known<Destination>::colours(d),
+                                                                      alpha.weight * kWeightUnit),
+                                                         place(alpha.field));
         const uint64_t mixed = mixFields<8>(Known<Source>::spread(s), Known<Destination>::spread(d),
                                             uint64_t{alpha.weight}, Known<Destination>::kFields);
         return Known<Destination>::gather(mixed) | place(alpha.field);
     }
     uint32_t convert(uint32_t s, uint32_t field) const {
-        if constexpr (Destination::kBytes == 2)
+        if constexpr (kIsNarrow)
+            return convertColours<Source, Destination>(s, place(field));
+        else if constexpr (Destination::kBytes == 2)
             return Known<Destination>::gather(Known<Source>::spread(s) & Known<Destination>::kFields);
         else
             return Known<Destination>::fromColours(Known<Source>::toColours(s)) | place(field);
     }
     // The new destination pixel where every pixel of a blit is opaque, in words of 32 bits, for which
     // compilers have vectors.
-    uint32_t opaque(uint32_t s) const {
-        return Known<Destination>::fromColours(Known<Source>::toColours(s)) | place(255);
-    }
+    uint32_t opaque(uint32_t s) const { return convertColours<Source, Destination>(s, place(255)); }
 
 private:
     uint32_t faded(uint32_t alpha) const { return Faded ? alpha * constant_ >> 8 : alpha; }

@@ -98,11 +98,16 @@ template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
 template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
 void drawGenericRows(const Block& b) {
     const Rule rule(b);
-    const size_t width = b.width;
+    // All rows as one where no image has gaps.
+    const auto bytes = [&b](size_t pixelBytes) { return static_cast<ptrdiff_t>(b.width * pixelBytes); };
+    const bool one = b.srcPitch == bytes(SrcBytes) && b.dstPitch == bytes(DstBytes) &&
+                     (By != AlphaSource::kOfMask || b.maskPitch == bytes(1));
+    const size_t width = one ? b.width * b.height : b.width;
     const uint8_t* src = b.src;
     const uint8_t* mask = b.mask;
     uint8_t* dst = b.dst;
-    for (size_t rows = b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch, mask += b.maskPitch)
+    for (size_t rows = one ? 1 : b.height; rows;
+         --rows, src += b.srcPitch, dst += b.dstPitch, mask += b.maskPitch)
         for (size_t x = 0; x < width; ++x)
             drawGenericPixel<Rule, SrcBytes, DstBytes, By>(rule, src + SrcBytes * x, dst + DstBytes * x,
                                                            By == AlphaSource::kOfMask ? mask + x : mask);

@@ -448,6 +448,20 @@ HWY_INLINE V8 loadInside(const uint8_t* p, int last) {
     return __builtin_vec_perm(__builtin_vec_ld(0, p), __builtin_vec_ld(last, p), __builtin_vec_lvsl(0, p));
 }
 
+// storeLanes() at a multiple of 16 bytes, where the unit stores single lanes: each goes to its own place in
+// one of two vectors.
+template <class D>
+HWY_INLINE void storeElements(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) {
+    using T = hn::TFromD<D>;
+    constexpr hn::RebindToSigned<D> kSigned;
+    alignas(16) std::make_signed_t<T> kept[hn::MaxLanes(D())]; // 0 or -1
+    alignas(16) T elsewhere[hn::MaxLanes(D())];
+    hn::Store(hn::VecFromMask(kSigned, hn::RebindMask(kSigned, mask)), kSigned, kept);
+    const intptr_t other = addressOf(elsewhere), way = reinterpret_cast<intptr_t>(p) - other;
+    for (size_t i = 0; i < hn::MaxLanes(d); ++i)
+        __builtin_vec_ste(v, static_cast<int>(way & kept[i]), reinterpret_cast<T*>(other) + i);
+}
+
 // All pixels of a step inside a row. OnVectors: they stand at multiples of 16 bytes, but for those of 24
 // bits.
 template <bool OnVectors>
@@ -483,6 +497,8 @@ struct Inside : Whole {
     static HWY_INLINE void storeWhere(D d, V v, M mask, uint8_t* p) {
         if (hn::AllTrue(d, mask))
             store(d, v, p);
+        else if constexpr (OnVectors)
+            storeElements(d, v, mask, p);
         else
             storeLanes(d, v, mask, p);
     }
@@ -668,7 +684,7 @@ HWY_INLINE StoreSet<D32> pairsOf(V32 drawn, First lanes) {
 // lane to be drawn. A word is left alone when none of its pixels is drawn and the other word has none or
 // both; so the words stored are those with a drawn pixel, and those beside a word with just one.
 HWY_INLINE V32 besideJustOne(V16 drawn) {
-    return hn::Reverse2(D32(), halvesDiffer(hn::Min(drawn, hn::Set(D16(), 1))));
+    return hn::Reverse2(D32(), halvesDiffer(flagsOf(drawn)));
 }
 
 #    if HWY_TARGET == HWY_ALTIVEC
@@ -693,7 +709,7 @@ requires(std::is_same_v<Lanes, First> ||
     const D16 d16;
     const D32 d32;
     const V32 beside = besideJustOne(drawn);
-    const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside is 1 or all ones
+    const V32 both = hn::Or(beside, hn::ShiftLeft<16>(beside)); // beside has a low half
     const V16 words = hn::Or(as(d16, hn::RotateRight<16>(as(d32, drawn))), as(d16, both));
     return {d16, hn::Ne(hn::Or(drawn, hn::And(words, lanes.grouped())), hn::Zero(d16))};
 }

@@ -7,10 +7,13 @@
 // rounding term. Only k and the channels' widths differ.
 #pragma once
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <type_traits>
 
+#include "blt_bits.h"
 #include "blt_formats.h"
 
 namespace ormsel {
@@ -33,45 +36,99 @@ constexpr Word mixFields(Word s, Word d, Word a, Word fields) {
 
 // R5G6B5 with five free bits above each field.
 inline constexpr uint32_t kSpreadR5G6B5 = 0x07E0F81F; // .....gggggg.....rrrrr......bbbbb
+inline constexpr uint32_t kSpreadGreen = 0x07E00000;
 
 constexpr uint32_t spreadR5G6B5(uint32_t p) {
     return (p << 16 | p) & kSpreadR5G6B5;
 }
+// What stands between the fields doesn't matter; the upper half holds anything.
 constexpr uint32_t gatherR5G6B5(uint32_t v) {
-    return (v >> 16 | v) & 0xFFFF; // rrrrrggggggbbbbb
+    v = hidden(v);
+    return hidden(insertBits<0x07E0>(v, v >> 16)); // rrrrrggggggbbbbb
+}
+
+// The pixels of a word of two, in its upper and its lower half, and both as a word, from lower halves.
+constexpr uint32_t spreadUpperR5G6B5(uint32_t two) {
+    const uint32_t turned = std::rotl(two, 16);
+    return insertBits<kSpreadGreen>(turned, two) & kSpreadR5G6B5;
+}
+constexpr uint32_t spreadLowerR5G6B5(uint32_t two) {
+    return insertBits<kSpreadGreen>(two, std::rotl(two, 16)) & kSpreadR5G6B5;
+}
+constexpr uint32_t joinR5G6B5(uint32_t upper, uint32_t lower) {
+    return insertBits<0xFFFF0000>(lower, upper << 16);
 }
 
 // A pixel spread like that, straight from its own layout.
 template <class L>
 constexpr uint32_t toSpreadR5G6B5(uint32_t s) {
-    if constexpr (std::is_same_v<L, R5G6B5>)
+    if constexpr (std::is_same_v<L, R5G6B5>) {
         return spreadR5G6B5(s);
-    else
-        return (s >> L::kG & 0xFC) << 19 | // .....gggggg.....................
-               (s >> L::kR & 0xF8) << 8 |  // ................rrrrr...........
-               (s >> L::kB & 0xF8) >> 3;   // ...........................bbbbb
+    } else {
+        const uint32_t red = hidden((s >> L::kR & 0xF8) << 8); // ................rrrrr...........
+        const uint32_t redGreen =
+            hidden(insertBits<kSpreadGreen>(red, s >> L::kG << 19)); // .....gggggg.....rrrrr...........
+        return insertBits<0x1F>(redGreen, s >> L::kB >> 3);          // .....gggggg.....rrrrr......bbbbb
+    }
 }
 
-// Blends R5G6B5 pixels, the source spread, by a5 of 32. Proved by Arithmetic.EveryTriple.
-constexpr uint32_t mixR5G6B5(uint32_t spreadSource, uint32_t d, uint32_t a5) {
-    return gatherR5G6B5(mixFields<5>(spreadSource, spreadR5G6B5(d), a5, kSpreadR5G6B5));
-}
-
-// Blends the colours of A8R8G8B8 pixels by a of 256; the alpha byte becomes 0. Proved by
+// Blends spread R5G6B5 pixels by a5 of 32; the upper half of the result holds anything. Proved by
 // Arithmetic.EveryTriple.
-constexpr uint32_t mixColours32(uint32_t s, uint32_t d, uint32_t a) {
-    constexpr uint32_t kRedBlue = 0x00FF00FF; // ........rrrrrrrr........bbbbbbbb
-    constexpr uint32_t kGreen = 0x0000FF00;   // ................gggggggg........
-    return mixFields<8>(s & kRedBlue, d & kRedBlue, a, kRedBlue) |
-           mixFields<8>(s & kGreen, d & kGreen, a, kGreen);
+constexpr uint32_t mixSpreadR5G6B5(uint32_t s, uint32_t d, uint32_t a5) {
+    return gatherR5G6B5(mixFields<5>(s, d, a5, kIsNarrow ? ~uint32_t{0} : kSpreadR5G6B5));
 }
 
-static_assert(mixR5G6B5(spreadR5G6B5(0xFFFF), 0, 15) == 0x73AE &&
-              mixR5G6B5(spreadR5G6B5(0), 0xFFFF, 15) == 0x8430);
-static_assert(mixR5G6B5(spreadR5G6B5(0xFFFF), 0, 30) == 0xEF7D &&
-              mixR5G6B5(spreadR5G6B5(0xFFFF), 0, 16) == 0x7BEF);
-static_assert(mixColours32(0xFFFFFF, 0, 254) == 0xFDFDFD &&
-              mixColours32(0x808080, 0xFFFFFF, 254) == 0x808080);
+// Blends two R5G6B5 pixels in a word by one a5 of 32. Three fields are spread as they stand, the others when
+// the word's halves are exchanged.
+constexpr uint32_t mixTwoR5G6B5(uint32_t s, uint32_t d, uint32_t a5) {
+    const uint32_t turnedS = std::rotl(s, 16), turnedD = std::rotl(d, 16);
+    const uint32_t three = mixFields<5>(s & kSpreadR5G6B5, d & kSpreadR5G6B5, a5, kSpreadR5G6B5);
+    const uint32_t others = mixFields<5>(turnedS & kSpreadR5G6B5, turnedD & kSpreadR5G6B5, a5, kSpreadR5G6B5);
+    return three | std::rotl(others, 16);
+}
+
+// The colours of a pixel in A8R8G8B8's places, with 8 free bits above each.
+struct Colours32 {
+    static constexpr uint32_t kRedBlue = 0x00FF00FF, kGreen = 0x0000FF00;
+
+    uint32_t redBlue; // ........rrrrrrrr........bbbbbbbb
+    uint32_t green;   // ................gggggggg........
+};
+
+template <class L>
+constexpr Colours32 colours32(uint32_t p) {
+    static_assert(L::kBytes == 4 && (L::kR + 16) % 32 == (L::kB + 32) % 32);
+    return {std::rotl(p, 16 - int{L::kR}) & Colours32::kRedBlue,
+            std::rotl(p, 8 - int{L::kG}) & Colours32::kGreen};
+}
+
+// What stands for 1 in weights of 256ths: on narrow processors the top byte holds them.
+inline constexpr uint32_t kWeightUnit = kIsNarrow ? 1U << 24 : 1;
+
+// Blends them by such a weight, at most 255. The result is an A8R8G8B8 pixel whose alpha is 0. Proved by
+// Arithmetic.EveryTriple.
+//
+// On narrow processors the quotient is a product's upper word, which has the same fields as mixFields()'s.
+constexpr uint32_t mixColours32(Colours32 s, Colours32 d, uint32_t weight) {
+    if constexpr (kIsNarrow) {
+        const auto mix = [weight](uint32_t from, uint32_t old) {
+            return static_cast<uint32_t>(uint64_t{from - old} * weight >> 32) + old;
+        };
+        return hidden(insertBits<Colours32::kGreen>(mix(s.redBlue, d.redBlue), mix(s.green, d.green))) &
+               0x00FFFFFF;
+    } else {
+        return mixFields<8>(s.redBlue, d.redBlue, weight, Colours32::kRedBlue) |
+               mixFields<8>(s.green, d.green, weight, Colours32::kGreen);
+    }
+}
+
+static_assert(static_cast<uint16_t>(mixSpreadR5G6B5(spreadR5G6B5(0xFFFF), 0, 15)) == 0x73AE &&
+              mixTwoR5G6B5(0xFFFF0000, 0x0000FFFF, 15) == 0x73AE8430);
+static_assert(mixTwoR5G6B5(0xFFFFFFFF, 0, 30) == 0xEF7DEF7D && mixTwoR5G6B5(0, 0xFFFFFFFF, 16) == 0x7BEF7BEF);
+static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0), 254 * kWeightUnit) ==
+                  0xFDFDFD &&
+              mixColours32(colours32<B8G8R8A8>(0x80808000), colours32<A8R8G8B8>(0xFFFFFF),
+                           254 * kWeightUnit) == 0x808080);
 
 // --- Rules of routes ----------------------------------------------------------------------------------
 //
@@ -83,6 +140,8 @@ static_assert(mixColours32(0xFFFFFF, 0, 254) == 0xFDFDFD &&
 //   - rowCopyBytes(width, fades, onBoard): the buffer to allocate for a row of old pixels; 0: none
 //   - weight(s): how much of a source pixel reaches the destination; 0 leaves the old pixel alone
 //   - mix(s, d, weight): the new pixel; weight 0 gives d
+//   - onto R5G6B5, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half; and perhaps
+//     mixTwo(s, d): two pixels of a word at once
 // Faded tells whether fades() holds for the constant alpha, which a rule that isn't Faded doesn't look at.
 
 // No alpha but the constant one, of which the upper five bits count: 1 to 30 of 32, or a conversion for 31.
@@ -105,7 +164,13 @@ struct OpaqueOntoR5G6B5 {
 
     constexpr uint32_t weight(uint32_t) const { return Faded ? alpha5 : 32; }
     constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a5) const {
-        return Faded ? mixR5G6B5(toSpreadR5G6B5<S>(s), d, a5) : toR5G6B5<S>(s);
+        return mixSpread(s, spreadR5G6B5(d), a5);
+    }
+    constexpr uint32_t mixSpread(uint32_t s, uint32_t d, uint32_t a5) const {
+        return Faded ? mixSpreadR5G6B5(toSpreadR5G6B5<S>(s), d, a5) : toR5G6B5<S>(s);
+    }
+    constexpr uint32_t mixTwo(uint32_t s, uint32_t d) const requires(Faded&& S::kBytes == 2) {
+        return mixTwoR5G6B5(s, d, alpha5);
     }
 };
 
@@ -132,7 +197,10 @@ struct AlphaOntoR5G6B5 {
         return Faded ? S::alpha(s) * constant >> 11 : S::alpha(s) >> 3;
     }
     constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a5) const {
-        return mixR5G6B5(toSpreadR5G6B5<S>(s), d, a5 + (a5 == 31));
+        return mixSpread(s, spreadR5G6B5(d), a5);
+    }
+    constexpr uint32_t mixSpread(uint32_t s, uint32_t d, uint32_t a5) const {
+        return mixSpreadR5G6B5(toSpreadR5G6B5<S>(s), d, Faded ? a5 : a5 + ((a5 + 1) >> 5));
     }
 };
 
@@ -153,12 +221,17 @@ struct AlphaOntoA8R8G8B8 {
     static constexpr bool fades(uint32_t c) { return c != 255; }
     static constexpr size_t rowCopyBytes(size_t, bool, bool) { return 0; }
 
+    // In units of kWeightUnit.
     constexpr uint32_t weight(uint32_t s) const {
-        const uint32_t own = S::alpha(s);
-        return Faded ? own * constant >> 8 : own - (own != 0);
+        if constexpr (Faded)
+            return (S::alpha(s) * constant >> 8) * kWeightUnit;
+        const uint32_t own = S::alpha(s) * kWeightUnit;
+        if constexpr (kIsNarrow) // by one comparison, which tells whether it is 0, too
+            return own >= 2 * kWeightUnit ? own - kWeightUnit : 0;
+        return own - (own != 0);
     }
     constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a) const {
-        return a ? mixColours32(toColours32<S>(s), d, a) : d;
+        return a ? mixColours32(colours32<S>(s), colours32<Destination>(d), a) : d;
     }
 };
 

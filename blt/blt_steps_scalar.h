@@ -44,6 +44,83 @@ template <class Rule>
     }
 }
 
+// Draws one unit in registers, without a loop over its pixels.
+template <class Rule>
+[[gnu::always_inline]] inline void drawUnit(const Rule& rule, const uint8_t* src, uint8_t* dst,
+                                            const uint8_t* old) {
+    constexpr size_t kSrc = Rule::Source::kBytes, kUnit = Rule::kUnit;
+    uint32_t s[kUnit];
+    if constexpr (kSrc == 3) {
+        static_assert(kUnit == 2);
+        const Two24 two = loadTwo24(src);
+        s[0] = two.first, s[1] = two.second;
+    } else {
+        for (size_t i = 0; i < kUnit; ++i)
+            s[i] = Rule::Source::load(src + kSrc * i);
+    }
+    if constexpr (Rule::Destination::kBytes == 4) {
+        static_assert(kUnit == 2 && !Rule::kDrawsAll);
+        uint32_t first, second;
+        if (const uint32_t a = rule.weight(s[0])) {
+            first = rule.mix(s[0], loadPixel<4>(old), a);
+            second = loadPixel<4>(old + 4);
+            if (const uint32_t b = rule.weight(s[1]))
+                second = rule.mix(s[1], second, b);
+        } else if (const uint32_t b = rule.weight(s[1])) {
+            first = loadPixel<4>(old);
+            second = rule.mix(s[1], loadPixel<4>(old + 4), b);
+        } else {
+            return;
+        }
+        storeWord(dst, first);
+        storeWord(dst + 4, second);
+    } else {
+        // Two pixels in a word.
+        uint32_t a[kUnit];
+        for (size_t i = 0; i < kUnit; ++i)
+            a[i] = rule.weight(s[i]);
+        const auto mixed = [&](size_t i) {
+            const auto d = loadWord<uint32_t>(old + 2 * i);
+            if constexpr (requires { rule.mixTwo(d, d); }) {
+                return rule.mixTwo(loadWord<uint32_t>(src + 2 * i), d);
+            } else {
+                const size_t upper = kBigEndian ? i : i + 1, lower = kBigEndian ? i + 1 : i;
+                return joinR5G6B5(rule.mixSpread(s[upper], spreadUpperR5G6B5(d), a[upper]),
+                                  rule.mixSpread(s[lower], spreadLowerR5G6B5(d), a[lower]));
+            }
+        };
+        if constexpr (kUnit == 2) {
+            static_assert(Rule::kDrawsAll);
+            storeWord(dst, mixed(0));
+        } else {
+            const uint32_t drawn = a[0] | a[1], drawnNext = a[2] | a[3];
+            if (!Rule::kDrawsAll && !(drawn | drawnNext))
+                return;
+            const uint32_t word = mixed(0), next = mixed(2);
+            if (Rule::kDrawsAll || (drawn && drawnNext)) [[likely]] {
+                storeWord(dst, word);
+                storeWord(dst + 4, next);
+                return;
+            }
+            if (drawn || !(a[2] && a[3]))
+                storeWord(dst, word);
+            if (drawnNext || !(a[0] && a[1]))
+                storeWord(dst + 4, next);
+        }
+    }
+}
+
+// Draws whole units; returns how many pixels are left.
+template <class Rule>
+[[gnu::always_inline]] inline size_t drawUnits(const Rule& rule, const uint8_t*& src, uint8_t*& dst,
+                                               const uint8_t*& old, size_t pixels) {
+    constexpr size_t kSrc = Rule::kUnit * Rule::Source::kBytes,
+                     kDst = Rule::kUnit * Rule::Destination::kBytes;
+    for (size_t units = pixels / Rule::kUnit; units; --units, src += kSrc, dst += kDst, old += kDst)
+        drawUnit(rule, src, dst, old);
+    return pixels % Rule::kUnit;
+}
+
 // Draws pixels in steps of Count as long as they suffice; returns how many are left. The pixels of a step are
 // all read before one of them is stored: a single one, or whole units.
 template <class Rule, size_t Count>
@@ -51,6 +128,8 @@ template <class Rule, size_t Count>
                                                const uint8_t*& old, size_t pixels) {
     constexpr size_t kSrc = Rule::Source::kBytes, kDst = Rule::Destination::kBytes;
     static_assert(Count == 1 || Count % Rule::kUnit == 0);
+    if constexpr (Count == Rule::kUnit)
+        return drawUnits(rule, src, dst, old, pixels);
     for (; pixels >= Count; pixels -= Count, src += Count * kSrc, dst += Count * kDst, old += Count * kDst) {
         uint32_t weights[Count], some = 0;
         for (size_t i = 0; i < Count; ++i) {

@@ -280,7 +280,16 @@ HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
 #    endif
 }
 
-// For flags of 0 and 1: not 0 in each 32-bit lane of which one half is 1 and the other 0, and its low half
+// Flags of 0 and 1, or of 0 and all ones: which lanes aren't 0.
+HWY_INLINE V16 flagsOf(V16 v) {
+#    if HWY_TARGET == HWY_ALTIVEC
+    return hn::Gt(v, V16{});
+#    else
+    return hn::Min(v, hn::Set(D16(), 1));
+#    endif
+}
+
+// For such flags: not 0 in each 32-bit lane of which one half is 0 and the other not, and its low half
 // isn't 0 either.
 HWY_INLINE V32 halvesDiffer(V16 flags) {
     const D32 d32;
@@ -290,6 +299,8 @@ HWY_INLINE V32 halvesDiffer(V16 flags) {
     return V32{_mm256_madd_epi16(flags.raw, _mm256_set1_epi32(-0xFFFF))};
 #    elif HWY_TARGET == HWY_SSE4
     return V32{_mm_madd_epi16(flags.raw, _mm_set1_epi32(-0xFFFF))};
+#    elif HWY_TARGET == HWY_ALTIVEC
+    return as(d32, flags) ^ hn::RotateRight<16>(as(d32, flags));
 #    else
     const V32 both = as(d32, flags);
     return hn::And(hn::Xor(both, hn::ShiftRight<16>(both)), hn::Set(d32, 1));

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Zlib
+//
+// Bits of one word put into another.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+namespace ormsel {
+
+// Whether words of 32 bits are the widest. Such processors have no vectors that compilers would use; but most
+// have an instruction that inserts bits of one register, moved as need be, into another.
+inline constexpr bool kIsNarrow = sizeof(size_t) == 4;
+
+// A value of which compilers know nothing there. Where they know that bits are 0, they wouldn't insert others
+// but add them, which takes more instructions.
+constexpr uint32_t hidden(uint32_t v) {
+    if constexpr (kIsNarrow)
+        if (!std::is_constant_evaluated())
+            asm("" : "+r"(v));
+    return v;
+}
+
+template <uint32_t Mask>
+constexpr uint32_t insertBits(uint32_t into, uint32_t bits) {
+    return (into & ~Mask) | (bits & Mask);
+}
+
+} // namespace ormsel
