@@ -127,14 +127,14 @@ private:
 // pixels come and go one by one; there is nothing to insert.
 template <class From, class To>
 constexpr uint32_t convertColours(uint32_t pixel, uint32_t into) {
-    constexpr BitMove r = conversion(From::kFormat.r, To::kFormat.r),
-                      g = conversion(From::kFormat.g, To::kFormat.g),
-                      b = conversion(From::kFormat.b, To::kFormat.b);
+    constexpr BitMove kRed = conversion(From::kFormat.r, To::kFormat.r),
+                      kGreen = conversion(From::kFormat.g, To::kFormat.g),
+                      kBlue = conversion(From::kFormat.b, To::kFormat.b);
     if constexpr (From::kBytes == 3 || To::kBytes == 3)
-        return into | r(pixel) | g(pixel) | b(pixel);
-    into = hidden(insertBits<r.mask>(into, pixel << r.left >> r.right));
-    into = hidden(insertBits<g.mask>(into, pixel << g.left >> g.right));
-    return hidden(insertBits<b.mask>(into, pixel << b.left >> b.right));
+        return into | kRed(pixel) | kGreen(pixel) | kBlue(pixel);
+    into = hidden(insertBits<kRed.mask>(into, pixel << kRed.left >> kRed.right));
+    into = hidden(insertBits<kGreen.mask>(into, pixel << kGreen.left >> kGreen.right));
+    return hidden(insertBits<kBlue.mask>(into, pixel << kBlue.left >> kBlue.right));
 }
 
 // A format that is known when this is compiled: its pixels' colours as words that one product blends, and
@@ -169,10 +169,10 @@ struct Known {
         if constexpr (L::kBytes == 4) {
             return colours32<L>(p);
         } else {
-            constexpr BitMove r = conversion(kFormat.r, A8R8G8B8::kFormat.r),
-                              g = conversion(kFormat.g, A8R8G8B8::kFormat.g),
-                              b = conversion(kFormat.b, A8R8G8B8::kFormat.b);
-            return {insertBits<b.mask>(hidden(r(p)), p << b.left >> b.right), g(p)};
+            constexpr BitMove kRed = conversion(kFormat.r, A8R8G8B8::kFormat.r),
+                              kGreen = conversion(kFormat.g, A8R8G8B8::kFormat.g),
+                              kBlue = conversion(kFormat.b, A8R8G8B8::kFormat.b);
+            return {insertBits<kBlue.mask>(hidden(kRed(p)), p << kBlue.left >> kBlue.right), kGreen(p)};
         }
     }
 
