@@ -32,7 +32,7 @@ do for [chart in "peers targets"] {
         if (format eq "svg") { set terminal svg background 'white' size 900, 170 + 22 * rows
         } else { set terminal pngcairo size 900, 170 + 22 * rows }
         set output ARG1 . '/' . chart . '-' . ARG2 . '-' . ARG3 . '.' . format
-        plot for [i=1:words(shown)] $table using (column(int(word(shown, i)))):(rows + 1 - $0) skip 1 \
+        plot for [i=1:words(shown)] $table using (column(int(word(shown, i)))):(rows - $0) skip 1 \
             with points pt (i == 1 ? 7 : 4 + i) ps (i == 1 ? 1.3 : 1) title word($table[1], int(word(shown, i)))
     }
 }
