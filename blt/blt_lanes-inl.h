@@ -406,9 +406,10 @@ struct TwoRows {
         const uint8_t* first = oldAt(d, mask, p);
         return hn::Combine(d, lanes.load(half, first == p ? p + oldPitch : first), lanes.load(half, first));
     }
-    HWY_INLINE void storeWhere(D16 d, V16 v, hn::Mask<D16> mask, uint8_t* p) const {
-        const hn::Half<D16> half;
-        const V16 lanes = hn::VecFromMask(d, mask);
+    template <class D>
+    HWY_INLINE void storeWhere(D d, hn::Vec<D> v, hn::Mask<D> mask, uint8_t* p) const {
+        const hn::Half<D> half;
+        const auto lanes = hn::VecFromMask(d, mask);
         storeLanes(half, hn::LowerHalf(half, v), hn::MaskFromVec(hn::LowerHalf(half, lanes)), p);
         storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
     }
@@ -424,12 +425,6 @@ struct TwoRowsOfGroups : TwoRows {
         };
         return hn::Combine(d, row(hn::UpperHalf(half, lanes), p + oldPitch),
                            row(hn::LowerHalf(half, lanes), p));
-    }
-    HWY_INLINE void storeWhere(D32 d, V32 v, M32 mask, uint8_t* p) const {
-        const hn::Half<D32> half;
-        const V32 lanes = hn::VecFromMask(d, mask);
-        storeLanes(half, hn::LowerHalf(half, v), hn::MaskFromVec(hn::LowerHalf(half, lanes)), p);
-        storeLanes(half, hn::UpperHalf(half, v), hn::MaskFromVec(hn::UpperHalf(half, lanes)), p + dstPitch);
     }
 };
 #        else

@@ -492,18 +492,10 @@ struct MovedHalves {
         const auto a = as(d64, hn::TableLookupBytesOr0(as(D8(), first), index)),
                    b = as(d64, hn::TableLookupBytesOr0(as(D8(), second), index));
         Halves halves;
-        halves.low = inOrder(as(D16(), hn::InterleaveLower(d64, a, b)));
-        halves.high = inOrder(as(D16(), hn::InterleaveUpper(d64, a, b)));
+        // The order for zipping is its own inverse here.
+        halves.low = orderForZip(as(D16(), hn::InterleaveLower(d64, a, b)));
+        halves.high = orderForZip(as(D16(), hn::InterleaveUpper(d64, a, b)));
         return halves;
-    }
-
-private:
-    static HWY_INLINE V16 inOrder(V16 v) {
-#        if HWY_TARGET == HWY_AVX2
-        return V16{_mm256_permute4x64_epi64(v.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-#        else
-        return v;
-#        endif
     }
 #    else
     Shuffle move;
