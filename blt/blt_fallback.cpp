@@ -3,10 +3,14 @@
 
 #include <algorithm>
 
-#include "blt_kernels.h"
+#include "kernels/kernels.h"
 #include "blt_routines.h"
 
 namespace ormsel {
+
+static Kernel genericKernel(const Block& block) {
+    return kernelsFor(block).generic(block);
+}
 
 unsigned long drawGeneric(const BltContext& ctx, const Bounds* bounds, bool shortSource,
                           bool shortDestination, unsigned char alphaFill, bool masked) {
@@ -20,7 +24,7 @@ unsigned long drawGeneric(const BltContext& ctx, const Bounds* bounds, bool shor
         addMask(block, ctx);
     else
         block.alphaFill = alphaFill;
-    drawBlock(block, kernelsFor(block).generic(block), bounds);
+    drawBlock<genericKernel>(block, bounds);
     return 0;
 }
 

@@ -4,23 +4,30 @@
 // family's file names its formats; everything else is here, once.
 #pragma once
 
-#include "blt_kernels.h"
+#include <cstring>
+
+#include "kernels/kernels.h"
 #include "blt_routines.h"
-#include "blt_rules.h"
+#include "kernels/rules.h"
 
 namespace ormsel {
+
+template <size_t Route>
+ORMSEL_INTO_CALLER Kernel kernelOfRoute(const Block& block) {
+    return kernelsFor(block).routes[Route](block);
+}
 
 // Draws a context by a rule: the whole rectangle, or through a row copy.
 template <class Rule>
 ORMSEL_INTO_CALLER void drawByRule(const BltContext& ctx, const Bounds* bounds) {
-    constexpr size_t kIndex = kRouteIndex<typename Rule::Source, typename Rule::Destination>;
+    constexpr KernelChoice kChoose =
+        kernelOfRoute<kRouteIndex<typename Rule::Source, typename Rule::Destination>>;
     const Block block = blockOf(ctx, bounds, Rule::Source::kBytes, Rule::Destination::kBytes, Rule::kUnit);
-    const Kernel kernel = kernelsFor(block).routes[kIndex](block);
     const bool onBoard = ctx.dst.onBoard != 0;
     if (const size_t bytes = Rule::rowCopyBytes(block.width, Rule::fades(ctx.alpha), onBoard)) [[unlikely]]
-        drawWithRowCopy(block, kernel, bytes, onBoard);
+        drawWithRowCopy(block, kChoose, bytes, onBoard);
     else
-        drawBlock(block, kernel, bounds);
+        drawBlock<kChoose>(block, bounds);
 }
 
 // --- Raw copies ---------------------------------------------------------------------------------------
@@ -41,9 +48,25 @@ void copyRowsInUnits(const Block& b) {
     }
 }
 
+// Copies rows as a whole, or all of them where neither side has gaps. The C library's copy is hard to beat.
+inline void copyRows(const Block& b) {
+    const size_t rowBytes = b.width * b.dstBytes;
+    const auto gapless = static_cast<ptrdiff_t>(rowBytes);
+    const bool one = b.srcPitch == gapless && b.dstPitch == gapless;
+    const uint8_t* src = b.src;
+    uint8_t* dst = b.dst;
+    for (size_t rows = one ? 1 : b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch)
+        std::memmove(dst, src, one ? rowBytes * b.height : rowBytes);
+}
+
+template <size_t PixelBytes>
+Kernel kernelOfCopy(const Block& block) {
+    return orderIsFree(block) ? copyRows : copyRowsInUnits<PixelBytes>;
+}
+
 template <size_t PixelBytes>
 void copyBlock(const Block& block) {
-    drawBlock(block, orderIsFree(block) ? kernelsInUse().copy : copyRowsInUnits<PixelBytes>, block.bounds);
+    drawBlock<kernelOfCopy<PixelBytes>>(block, block.bounds);
 }
 
 // Copies a rectangle word by word, whatever the words mean, in units of two words and then one more word

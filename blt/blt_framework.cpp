@@ -7,7 +7,7 @@
 
 #include <proto/exec.h>
 
-#include "blt_block.h"
+#include "kernels/block.h"
 #include "blt_fallback.h"
 
 namespace ormsel {

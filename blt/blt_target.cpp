@@ -6,7 +6,7 @@
 
 #include <proto/exec.h>
 
-#include "blt_kernels.h"
+#include "kernels/kernels.h"
 
 namespace ormsel {
 

@@ -13,7 +13,7 @@
 
 #include "blt/blt_fallback.h"
 #include "blt/blt_routines.h"
-#include "blt/blt_rules.h"
+#include "blt/kernels/rules.h"
 #include "tests/faults.h"
 
 // --- Entry points -------------------------------------------------------------------------------------

@@ -4,8 +4,8 @@
 // rest. Nothing here needs the C++ runtime.
 #include <ormsel/ormsel_sdl.h>
 
-#include "blt_kernels.h"
-#include "blt_sdl.h"
+#include "kernels/kernels.h"
+#include "kernels/sdl.h"
 
 namespace ormsel {
 
@@ -71,7 +71,7 @@ bool sameColours(const SDL_PixelFormat& a, const SDL_PixelFormat& b) {
 
 // What only blits that aren't tidy have.
 void setPlaces(SdlBlit& b, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
-    b.keyed = b.copies = b.notesFall = false;
+    b.keyed = b.copies = b.marksFalling = false;
     b.rule = kSdlRoundsDown;
     b.alphaShift = b.key = b.kept = b.ones = b.opaqueOnes = 0;
     const Bytes source = bytesOf(from), target = bytesOf(to);
@@ -85,7 +85,7 @@ void setPlaces(SdlBlit& b, const SDL_PixelFormat& from, const SDL_PixelFormat& t
 
 void roundUp(SdlBlit& b) {
     b.rule = kSdlRoundsUp;
-    b.notesFall = b.to == SdlLayout::k32 && b.colours & 0xFF;
+    b.marksFalling = b.to == SdlLayout::k32 && b.colours & 0xFF;
 }
 
 void in32nds(SdlBlit& b) {
@@ -98,6 +98,7 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
                    const SDL_PixelFormat& to) {
     if (b.from != SdlLayout::k32)
         return false;
+    b.weight = 255;
     const bool onto32 = b.to == SdlLayout::k32, onto16 = to.BytesPerPixel == 2;
     const bool encodes = src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY);
     if (from.Amask == 0xFF000000 && !encodes) {
@@ -224,6 +225,8 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
         return SDL_LowerBlit(src, from, dst, to);
     if (!blit.perPixel && !blit.tidy && blit.weight == 0) // SDL draws nothing then
         return 0;
+    blit.mask = nullptr;
+    blit.maskPitch = 0;
     blit.src = pixelAt(*src, from->x, from->y);
     blit.srcPitch = src->pitch;
     blit.dst = pixelAt(*dst, to->x, to->y);

@@ -4,8 +4,8 @@
 // masked blits; and the same rule, faster, for formats that are known when this is compiled.
 #pragma once
 
-#include "blt_block.h"
-#include "blt_rules.h"
+#include "block.h"
+#include "rules.h"
 
 namespace ormsel {
 

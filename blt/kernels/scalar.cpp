@@ -3,14 +3,14 @@
 // The scalar kernels: every rule in plain C++, pixel by pixel in the rules' own order. They are what runs
 // where there are no vectors and wherever the order of single pixels shows (one image as source and
 // destination); and they are what the vector kernels are compared with.
-#include "blt_kernels.h"
+#include "kernels.h"
 
 #include <cstring>
 #include <iterator>
 #include <utility>
 
-#include "blt_generic.h"
-#include "blt_steps_scalar.h"
+#include "generic.h"
+#include "scalar_steps.h"
 
 namespace ormsel {
 
@@ -62,19 +62,6 @@ Kernel routeKernel(const Block& b) {
     if (Faded::fades(b.constantAlpha)) [[unlikely]]
         return rowsOf<Faded>(b);
     return rowsOf<Full>(b);
-}
-
-// --- Copies -------------------------------------------------------------------------------------------
-
-// All rows as one where neither side has gaps.
-void copyRows(const Block& b) {
-    const size_t rowBytes = b.width * b.dstBytes;
-    const auto gapless = static_cast<ptrdiff_t>(rowBytes);
-    const bool one = b.srcPitch == gapless && b.dstPitch == gapless;
-    const uint8_t* src = b.src;
-    uint8_t* dst = b.dst;
-    for (size_t rows = one ? 1 : b.height; rows; --rows, src += b.srcPitch, dst += b.dstPitch)
-        std::memmove(dst, src, one ? rowBytes * b.height : rowBytes);
 }
 
 // --- The generic rule ---------------------------------------------------------------------------------
@@ -178,7 +165,6 @@ constexpr Kernels kScalarKernels = {
     .routes = {ORMSEL_ROUTES(ROW)},
 #undef ROW
     .generic = genericKernel,
-    .copy = copyRows,
     .sdl = sdlScalarKernel,
 };
 

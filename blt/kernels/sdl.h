@@ -16,6 +16,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "block.h"
+
 namespace ormsel {
 
 struct SdlRule {
@@ -43,17 +45,12 @@ enum class SdlLayout : uint8_t { k32, k24, kR5G6B5, kR5G5B5, kNone };
 // A source pixel is widened to a byte for each channel; `place` puts these bytes where the destination,
 // widened likewise, has the same channel. 24- and 32-bit pixels are their values; the channels of a 16-bit
 // pixel go to bytes 2, 1 and 0, from its highest down.
-struct SdlBlit {
-    const uint8_t* src;
-    ptrdiff_t srcPitch;
-    uint8_t* dst;
-    ptrdiff_t dstPitch;
-    size_t width, height; // at least 1
+struct SdlBlit : Rows {
     SdlLayout from, to;
     bool perPixel;  // by the source's alpha, of which the source is 32 bits; else by one weight
     bool keyed;     // source pixels of the value `key` are left out
     bool copies;    // keyed, and colours are taken as they are: the formats differ in alpha at most
-    bool notesFall; // bit 24 is set where the channel in the low byte gets smaller
+    bool marksFalling; // bit 24 is set where the channel in the low byte gets smaller
     bool tidy;      // what most games ask for, see below; of the rest, only the layouts count then
     SdlRule rule;
     uint32_t weight;     // without per-pixel alpha: the alpha of every pixel

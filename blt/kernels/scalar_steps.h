@@ -8,7 +8,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "blt_rules.h"
+#include "rules.h"
 
 namespace ormsel {
 

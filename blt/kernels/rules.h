@@ -13,8 +13,8 @@
 #include <iterator>
 #include <type_traits>
 
-#include "blt_bits.h"
-#include "blt_formats.h"
+#include "bits.h"
+#include "formats.h"
 
 namespace ormsel {
 

@@ -6,20 +6,16 @@
 
 #include <atomic>
 
-#include "blt_block.h"
-#include "blt_rules.h"
-#include "blt_sdl.h"
+#include "block.h"
+#include "rules.h"
+#include "sdl.h"
 
 namespace ormsel {
-
-// Picks the kernel for a block: by its constant alpha, its width, its formats.
-using KernelChoice = Kernel (*)(const Block& block);
 
 struct Kernels {
     const char* name;
     KernelChoice routes[kRouteCount]; // in the order of ORMSEL_ROUTES
     KernelChoice generic;             // any two formats, with or without a mask
-    Kernel copy;                      // pixels copied unchanged, in a block whose order is free
     SdlKernel sdl;                    // blits by SDL's own rules
 };
 
@@ -34,9 +30,6 @@ struct TargetList {
 };
 TargetList allTargets();
 
-// A vector kernel's start costs about as much as the scalar kernel takes for this many pixels.
-constexpr size_t kNarrow = 4;
-
 // The kernels of the target in use; nullptr until the first blit.
 extern std::atomic<const Kernels*> currentKernels;
 [[gnu::cold]] const Kernels& chooseKernels();
@@ -46,10 +39,15 @@ inline const Kernels& kernelsInUse() {
     return kernels ? *kernels : chooseKernels();
 }
 
-// The kernels for a block: those in use, or the scalar ones, which keep the order of single pixels, where the
-// block's images share memory in a way that shows it or the rows are too short to gain.
+// Rows of fewer pixels are the scalar kernels' on every target: no vector of four 32-bit lanes is full.
+constexpr size_t kLeastPixels = 4;
+
+// The kernels for a block: those in use, or the scalar ones, which keep the order of single pixels and touch
+// nothing that they don't draw, where the block's images share memory in a way that shows the order, the
+// destination is graphics-card memory, or the rows are too short.
 inline const Kernels& kernelsFor(const Block& block) {
-    return block.width < kNarrow || !orderIsFree(block) ? kScalarKernels : kernelsInUse();
+    return block.width < kLeastPixels || block.onBoard || !orderIsFree(block) ? kScalarKernels
+                                                                             : kernelsInUse();
 }
 
 } // namespace ormsel

@@ -137,26 +137,6 @@ HWY_INLINE void StoreU(Vec<D> v, D, TFromD<D>* p) {
     std::memcpy(p, &v, D::kLanes * sizeof(TFromD<D>));
 }
 
-// Single lanes; see AllTrue() for the mask.
-template <class D>
-HWY_INLINE void BlendedStore(Vec<D> v, Mask<D> m, D d, TFromD<D>* p) {
-    alignas(16) TFromD<D> lanes[D::kLanes], stored[D::kLanes];
-    Store(v, d, lanes);
-    Store(VecFromMask(d, m), d, stored);
-    for (size_t i = 0; i < D::kLanes; ++i)
-        if (stored[i])
-            std::memcpy(p + i, lanes + i, sizeof *p);
-}
-
-template <class D>
-HWY_INLINE Vec<D> MaskedLoad(Mask<D> m, D d, const TFromD<D>* p) {
-    alignas(16) TFromD<D> lanes[D::kLanes] = {};
-    for (size_t i = 0; i < D::kLanes; ++i)
-        if (m[i])
-            lanes[i] = p[i];
-    return Load(d, lanes);
-}
-
 // --- Bits and lanes -----------------------------------------------------------------------------------
 
 template <class V>
@@ -205,12 +185,9 @@ HWY_INLINE V IfThenElseZero(M m, V a) {
     return (V)m & a;
 }
 
-template <int By>
-HWY_INLINE Words RotateRight(Words v) {
-    return v >> By | v << (32 - By);
-}
-HWY_INLINE Words Reverse2(ScalableTag<uint32_t>, Words v) {
-    return __builtin_shuffle(v, Words{1, 0, 3, 2});
+template <class V>
+HWY_INLINE auto GetLane(V v) {
+    return v[0];
 }
 
 // The lanes of even and of odd numbers, those of `lower` first.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Zlib
-#include "blt_block.h"
+#include "block.h"
 
 #include <algorithm>
 #include <cstring>
@@ -97,8 +97,8 @@ private:
 
 class PieceRunner {
 public:
-    PieceRunner(const Block& block, Kernel kernel)
-        : block_(block), kernel_(kernel),
+    PieceRunner(const Block& block, KernelChoice choose)
+        : block_(block), choose_(choose),
           src_(block.src, block.srcPitch, block.srcBytes, block.bounds->srcEnd),
           dst_(block.dst, block.dstPitch, block.dstBytes, block.bounds->dstEnd, block.dstBytes == 3),
           mask_(block.mask, block.maskPitch, 1, block.bounds->maskEnd) {}
@@ -148,7 +148,7 @@ private:
 
     void runInPlace(size_t row, size_t width, size_t height) const {
         if (width && height)
-            kernel_(piece(row, 0, width, height));
+            draw(piece(row, 0, width, height));
     }
 
     void runOnStack(size_t row, size_t column, size_t width) const {
@@ -161,19 +161,21 @@ private:
         b.dst = dst.bytes();
         b.old = block_.old == block_.dst ? dst.bytes() : b.old;
         b.mask = b.mask ? mask.bytes() : nullptr;
-        kernel_(b);
+        draw(b);
         dst.writeBack(home);
     }
 
+    void draw(const Block& b) const { choose_(b)(b); }
+
     const Block& block_;
-    Kernel kernel_;
+    KernelChoice choose_;
     Side src_, dst_, mask_;
 };
 
 } // namespace
 
-void runInside(const Block& block, Kernel kernel) {
-    PieceRunner(block, kernel).run();
+void runInside(const Block& block, KernelChoice choose) {
+    PieceRunner(block, choose).run();
 }
 
 // --- The row copy -------------------------------------------------------------------------------------
@@ -190,9 +192,13 @@ void takeRow(uint8_t* copy, const Block& row) {
     std::memset(copy + inside, 0, bytes - inside);
 }
 
+void draw(const Block& block, KernelChoice choose) {
+    block.bounds ? runInside(block, choose) : choose(block)(block);
+}
+
 } // namespace
 
-void drawWithRowCopy(const Block& block, Kernel kernel, size_t bytes, bool onBoard) {
+void drawWithRowCopy(const Block& block, KernelChoice choose, size_t bytes, bool onBoard) {
     auto* const copy = static_cast<uint8_t*>(AllocVec(static_cast<uint32>(bytes), 0));
     if (!copy)
         return;
@@ -202,10 +208,10 @@ void drawWithRowCopy(const Block& block, Kernel kernel, size_t bytes, bool onBoa
         row.old = copy;
         for (size_t rows = block.height; rows; --rows, row.src += row.srcPitch, row.dst += row.dstPitch) {
             takeRow(copy, row);
-            drawBlock(row, kernel, block.bounds);
+            draw(row, choose);
         }
     } else {
-        drawBlock(block, kernel, block.bounds);
+        draw(block, choose);
     }
     FreeVec(copy);
 }

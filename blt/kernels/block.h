@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blt_framework.h"
+#include "blt_context.h"
 
 namespace ormsel {
 
@@ -16,30 +16,38 @@ namespace ormsel {
 struct Bounds {
     ptrdiff_t srcPitch, dstPitch, maskPitch;
     const uint8_t *srcEnd, *dstEnd, *maskEnd;
+    bool onBoard = false; // the destination is graphics-card memory, whatever the context says
 };
 
-// What a routine does, as data: a rectangle of pixels and how to draw it. A block has at least one row and
-// one pixel.
-struct Block {
+// Rows of pixels to read and to write: at least one, of at least one pixel.
+struct Rows {
     const uint8_t* src; // the first pixel of the rectangle, and bytes from row to row
     ptrdiff_t srcPitch;
     uint8_t* dst;
     ptrdiff_t dstPitch;
-    const uint8_t* old; // where old destination pixels are read: dst itself, or a copy of its row
-    ptrdiff_t oldPitch;
-    const uint8_t* mask; // nullptr: no mask
+    const uint8_t* mask; // one byte a pixel; nullptr: no mask
     ptrdiff_t maskPitch;
     size_t width, height;
+};
+
+// What a routine does, as data: a rectangle of pixels and how to draw it.
+struct Block : Rows {
+    const uint8_t* old; // where old destination pixels are read: dst itself, or a copy of its row
+    ptrdiff_t oldPitch;
     uint32_t optional;           // how many of a row's last pixels are drawn only where both images have them
     uint32_t srcBytes, dstBytes; // bytes per pixel
     uint32_t unit;               // how many pixels are read whole before one of them is stored
     uint32_t constantAlpha;      // 0 to 255
     uint32_t alphaFill;          // generic kernels: ORed into each source alpha; 0 or 255
     const BltRenderFmt *srcFormat, *dstFormat;
+    bool onBoard;         // the destination is graphics-card memory, where only what is drawn is touched
     const Bounds* bounds; // nullptr: what the kernel touches is inside
 };
 
 using Kernel = void (*)(const Block& block);
+
+// Picks the kernel for a block: by its constant alpha, its width, its formats.
+using KernelChoice = Kernel (*)(const Block& block);
 
 // The rectangle of a context, without its mask. bounds as in Block.
 inline Block blockOf(const BltContext& ctx, const Bounds* bounds, uint32_t srcBytes, uint32_t dstBytes,
@@ -61,6 +69,7 @@ inline Block blockOf(const BltContext& ctx, const Bounds* bounds, uint32_t srcBy
     b.alphaFill = 0;
     b.srcFormat = &ctx.src;
     b.dstFormat = &ctx.dst;
+    b.onBoard = ctx.dst.onBoard || (bounds && bounds->onBoard);
     b.bounds = bounds;
     return b;
 }
@@ -103,15 +112,16 @@ inline bool orderIsFree(const Block& b) {
     return apart || orderIsFreeInOneMemory(b);
 }
 
-// Runs a kernel over a block that has bounds; one that has none goes to its kernel as it is. Pixels that
-// don't lie inside as a whole, with all that is read or written behind them, go through a few bytes of stack:
-// bytes outside read as 0 and are not written.
-void runInside(const Block& block, Kernel kernel);
+// Draws a block that has bounds; one that has none goes to its kernel as it is. Pixels that don't lie inside as
+// a whole, with all that is read or written behind them, go through a few bytes of stack: bytes outside read as
+// 0 and are not written. Each piece gets a kernel of its own choice.
+void runInside(const Block& block, KernelChoice choose);
 
-// Runs a kernel over a block. bounds are the block's own, given once more: most callers know of none, and no
-// test is left then.
-inline void drawBlock(const Block& block, Kernel kernel, const Bounds* bounds) {
-    bounds ? runInside(block, kernel) : kernel(block);
+// Draws a block. bounds are the block's own, given once more: most callers know of none, and no test is left
+// then.
+template <KernelChoice Choose>
+void drawBlock(const Block& block, const Bounds* bounds) {
+    bounds ? runInside(block, Choose) : Choose(block)(block);
 }
 
 // Draws a block whose old pixels come from a row copy, a buffer of so many bytes of main memory. Reading
@@ -121,6 +131,6 @@ inline void drawBlock(const Block& block, Kernel kernel, const Bounds* bounds) {
 // A destination in main memory is read where it is, with the same result: a kernel reads an old pixel before
 // it stores that pixel, and stores none twice in a row. The buffer is allocated all the same: whether that
 // succeeds decides whether anything is drawn.
-void drawWithRowCopy(const Block& block, Kernel kernel, size_t bytes, bool onBoard);
+void drawWithRowCopy(const Block& block, KernelChoice choose, size_t bytes, bool onBoard);
 
 } // namespace ormsel

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Zlib
-#include "blt_sdl_steps_scalar.h"
+#include "sdl_scalar_steps.h"
 
 namespace ormsel {
 

@@ -13,7 +13,7 @@
 
 #include <ormsel/ormsel_formats.h>
 
-#include "blt_bits.h"
+#include "bits.h"
 
 namespace ormsel {
 

@@ -3,14 +3,19 @@
 // One pixel of a blit by SDL's rules, in plain C++: the reference for the vector kernels.
 #pragma once
 
-#include "blt_formats.h"
-#include "blt_sdl.h"
+#include "formats.h"
+#include "sdl.h"
 
 namespace ormsel {
 
 constexpr size_t sdlBytes(SdlLayout layout) {
     return layout == SdlLayout::k32 ? 4 : layout == SdlLayout::k24 ? 3 : 2;
 }
+
+// A 16-bit layout as a type of the kernels. Where red stands above and blue below, or the other way round, doesn't
+// matter, as both have five bits.
+template <SdlLayout To>
+using SdlFields = std::conditional_t<To == SdlLayout::kR5G5B5, R5G5B5, R5G6B5>;
 
 // Stores a pixel's own bytes alone.
 template <size_t Bytes>
@@ -95,7 +100,7 @@ inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* sr
     if constexpr (To == SdlLayout::k32) {
         if (w == 256)
             result |= b.opaqueOnes;
-        if (b.notesFall && (mixed & 0xFF) < (d & 0xFF))
+        if (b.marksFalling && (mixed & 0xFF) < (d & 0xFF))
             result |= 1U << 24;
     }
     sdlStore<sdlBytes(To)>(dst, result);
