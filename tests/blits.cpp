@@ -234,7 +234,7 @@ private:
         const model::Image& dst = drawn.dst;
         for (long y = drawn.dstY; y < drawn.dstY + drawn.height; ++y) {
             const long row = dst.first + y * dst.pitch + drawn.dstX * dst.format.bytes;
-            if (row < page.to && row + drawn.width * dst.format.bytes + (dst.format.bytes == 3) > page.from)
+            if (row < page.to && row + drawn.width * dst.format.bytes + (dst.format.bytes == 3 ? 1 : 0) > page.from)
                 return true;
         }
         return false;
