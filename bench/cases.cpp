@@ -36,7 +36,7 @@ std::vector<Row> allRows() {
             rows.push_back({alpha == 255 ? stems : fmt::format("{}@{}", stems, alpha), src, dst,
                             info(src).a ? kPixelAlpha : kOpaque, static_cast<uint8_t>(alpha)});
     };
-#define ROUTE(src, dst, rule) addRoute(k##src, k##dst);
+#define ROUTE(operation, src, dst, rule) addRoute(k##src, k##dst);
     ORMSEL_ROUTES(ROUTE)
 #undef ROUTE
     rows.push_back({"argb32+copy", kA8R8G8B8, kA8R8G8B8, kCopy});

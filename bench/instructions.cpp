@@ -47,7 +47,7 @@ std::vector<Row> allRows() {
         rows.push_back({name, src, dst, 255});
         rows.push_back({name + "@100", src, dst, 100});
     };
-#define ROUTE(src, dst, rule) add("", k##src, k##dst);
+#define ROUTE(operation, src, dst, rule) add("", k##src, k##dst);
     ORMSEL_ROUTES(ROUTE)
 #undef ROUTE
     add("fallback_", kA8R8G8B8, kR5G5B5);

@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-#include "kernels/kernels.h"
-#include "blt_routines.h"
+#include "blt_family.h"
 
 namespace ormsel {
 
@@ -109,32 +108,50 @@ constexpr uint32_t kCodes = [] {
     return end;
 }();
 
-// The routines by the formats of source and destination: a switch would take several jumps.
+unsigned long drawNothing(const BltContext*) {
+    return 0;
+}
+
+// A route's routine: the one that has a name, or, for operations other than blending, the one made here.
+template <Operation Op, class Src, class Dst>
+constexpr BltRoutine routineOf(BltRoutine named) {
+    if constexpr (Op == Operation::kBlend)
+        return named;
+    else
+        return [](const BltContext* ctx) { return runRoute<Route<Op, Src, Dst>>(*ctx, nullptr); };
+}
+
+// The routines by the operation and the formats of source and destination: a switch would take several jumps.
 struct Routines {
-    BltRoutine of[kCodes][kCodes];
+    BltRoutine of[kOperationCount][kCodes][kCodes];
 
     constexpr Routines() : of() {
-        for (auto& row : of)
-            for (BltRoutine& routine : row)
-                routine = runGeneric;
-#define ROUTE(Src, Dst, Rule) of[Src::kFormat.code][Dst::kFormat.code] = BLT_##Src##_##Dst;
-        ORMSEL_ROUTES(ROUTE)
-#undef ROUTE
+        for (size_t operation = 0; operation < kOperationCount; ++operation)
+            for (auto& row : of[operation])
+                for (BltRoutine& routine : row)
+                    routine = operation == static_cast<size_t>(Operation::kBlend) ? runGeneric : drawNothing;
+#define ROW(operation, Src, Dst, Rule)                                                                       \
+    of[static_cast<size_t>(Operation::k##operation)][Src::kFormat.code][Dst::kFormat.code] =                 \
+        routineOf<Operation::k##operation, Src, Dst>(BLT_##Src##_##Dst);
+        ORMSEL_ROUTES(ROW)
+#undef ROW
     }
 };
 constexpr Routines kRoutines;
 
-constexpr uint64_t pairOf(uint32_t src, uint32_t dst) {
-    return uint64_t{src} << 32 | dst;
+// What tells routes apart, in one number.
+constexpr uint64_t keyOf(Operation operation, uint32_t src, uint32_t dst) {
+    return uint64_t{src} << 32 | uint64_t{dst} << 8 | static_cast<uint64_t>(operation);
 }
 
 } // namespace
 
 unsigned long BLT_FallbackBltContext(const BltContext* ctx) {
     const uint32_t src = ctx->src.format, dst = ctx->dst.format;
+    const Operation operation = operationOf(ctx->flags);
     if (src < kCodes && dst < kCodes) [[likely]]
-        return kRoutines.of[src][dst](ctx);
-    return runGeneric(ctx);
+        return kRoutines.of[static_cast<size_t>(operation)][src][dst](ctx);
+    return operation == Operation::kBlend ? runGeneric(ctx) : 0;
 }
 
 const GenericRoute& ormsel::routeByDepths(const BltContext& ctx) {
@@ -142,14 +159,15 @@ const GenericRoute& ormsel::routeByDepths(const BltContext& ctx) {
 }
 
 unsigned long ormsel::dispatchInside(const BltContext& ctx, const Bounds& bounds) {
-    switch (pairOf(ctx.src.format, ctx.dst.format)) {
-#define ROUTE(Src, Dst, Rule)                                                                                \
-    case pairOf(Src::kFormat.code, Dst::kFormat.code):                                                       \
-        return runRouteInside<Src, Dst>(ctx, bounds);
-        ORMSEL_ROUTES(ROUTE)
-#undef ROUTE
+    const Operation operation = operationOf(ctx.flags);
+    switch (keyOf(operation, ctx.src.format, ctx.dst.format)) {
+#define ROW(operation, Src, Dst, Rule)                                                                       \
+    case keyOf(Operation::k##operation, Src::kFormat.code, Dst::kFormat.code):                               \
+        return runRoute<Route<Operation::k##operation, Src, Dst>>(ctx, &bounds);
+        ORMSEL_ROUTES(ROW)
+#undef ROW
     }
-    return drawInside(genericRoute(ctx), ctx, bounds, false);
+    return operation == Operation::kBlend ? drawInside(genericRoute(ctx), ctx, bounds, false) : 0;
 }
 
 template unsigned long BLT_FallbackBltT<Short, Short>(const BltContext*, unsigned char);

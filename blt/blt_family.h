@@ -6,9 +6,9 @@
 
 #include <cstring>
 
-#include "kernels/kernels.h"
+#include "blt_framework.h"
 #include "blt_routines.h"
-#include "kernels/rules.h"
+#include "kernels/kernels.h"
 
 namespace ormsel {
 
@@ -18,10 +18,10 @@ ORMSEL_INTO_CALLER Kernel kernelOfRoute(const Block& block) {
 }
 
 // Draws a context by a rule: the whole rectangle, or through a row copy.
-template <class Rule>
+template <class Route>
 ORMSEL_INTO_CALLER void drawByRule(const BltContext& ctx, const Bounds* bounds) {
-    constexpr KernelChoice kChoose =
-        kernelOfRoute<kRouteIndex<typename Rule::Source, typename Rule::Destination>>;
+    using Rule = typename Route::Faded;
+    constexpr KernelChoice kChoose = kernelOfRoute<Route::kIndex>;
     const Block block = blockOf(ctx, bounds, Rule::Source::kBytes, Rule::Destination::kBytes, Rule::kUnit);
     const bool onBoard = ctx.dst.onBoard != 0;
     if (const size_t bytes = Rule::rowCopyBytes(block.width, Rule::fades(ctx.alpha), onBoard)) [[unlikely]]
@@ -87,27 +87,25 @@ void copyBlock(const Block& block) {
 
 // --- Routines -----------------------------------------------------------------------------------------
 
-template <class Src, class Dst>
-ORMSEL_INTO_CALLER unsigned long runRoute(const BltContext& ctx, const Bounds* bounds) {
-    using Rule = typename RuleOfRoute<Src, Dst, true>::Type;
+template <class Route>
+unsigned long runRoute(const BltContext& ctx, const Bounds* bounds) {
+    using Rule = typename Route::Faded;
     if constexpr (Rule::kHasRawCopy)
         if (ctx.flags & ORMSEL_BLIT_COPY) [[unlikely]] // stands above the constant alpha
             return CPY_32to32(&ctx, bounds);
     if (!Rule::draws(ctx.alpha) || isEmpty(ctx)) [[unlikely]]
         return 0;
-    drawByRule<Rule>(ctx, bounds);
+    drawByRule<Route>(ctx, bounds);
     return 0;
 }
 
 } // namespace ormsel
 
-// Defines the routine of a route.
+// Defines the routine of a pair that is blended.
 #define ORMSEL_ROUTINE(Src, Dst)                                                                             \
+    using namespace ormsel;                                                                                  \
+    template unsigned long ormsel::runRoute<Route<Operation::kBlend, Src, Dst>>(const BltContext&,           \
+                                                                                const Bounds*);              \
     unsigned long BLT_##Src##_##Dst(const BltContext* ctx) {                                                 \
-        return ormsel::runRoute<ormsel::Src, ormsel::Dst>(*ctx, nullptr);                                    \
-    }                                                                                                        \
-    template <>                                                                                              \
-    unsigned long ormsel::runRouteInside<ormsel::Src, ormsel::Dst>(const BltContext& ctx,                    \
-                                                                   const Bounds& bounds) {                   \
-        return runRoute<Src, Dst>(ctx, &bounds);                                                             \
+        return runRoute<Route<Operation::kBlend, Src, Dst>>(*ctx, nullptr);                                  \
     }

@@ -18,7 +18,7 @@
 
 #include <ormsel/ormsel.h>
 
-#include "blt_context.h"
+#include "kernels/context.h"
 
 #define ORMSEL_INTO_CALLER [[gnu::always_inline]] inline
 

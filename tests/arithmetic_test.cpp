@@ -24,7 +24,7 @@ struct Pair {
 
     std::string name() const { return from + "_" + onto + (masked ? "_masked" : ""); }
 };
-#define ROUTE(source, destination, rule) {#source, #destination},
+#define ROUTE(operation, source, destination, rule) {#source, #destination},
 // Those with a routine of their own:
 const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and others
                        {"A8R8G8B8", "R8G8B8A8"},

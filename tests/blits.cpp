@@ -91,10 +91,10 @@ struct Route {
     BltRoutine run;
     bool (*copiesRows)(const model::Blit&); // which takes memory
 };
-#define ROUTE(source, destination, rule)                                                                     \
+#define ROUTE(operation, source, destination, rule)                                                          \
     {"BLT_" #source "_" #destination, RGBFB_##source, RGBFB_##destination, BLT_##source##_##destination,     \
      [](const model::Blit& b) {                                                                              \
-         using Rule = ormsel::RuleOfRoute<ormsel::source, ormsel::destination, true>::Type;                  \
+         using Rule = ormsel::rule<ormsel::source, true>;                                                    \
          return Rule::rowCopyBytes(static_cast<size_t>(b.width), Rule::fades(b.alpha), b.dst.onBoard) != 0;  \
      }},
 constexpr Route kRoutes[] = {ORMSEL_ROUTES(ROUTE)};
@@ -233,8 +233,8 @@ private:
     static bool rectangleMeets(const model::Blit& drawn, const Range& page) {
         const model::Image& dst = drawn.dst;
         for (long y = drawn.dstY; y < drawn.dstY + drawn.height; ++y) {
-            const long row = dst.first + y * dst.pitch + drawn.dstX * dst.format.bytes;
-            if (row < page.to && row + drawn.width * dst.format.bytes + (dst.format.bytes == 3 ? 1 : 0) > page.from)
+            const long bytes = dst.format.bytes, row = dst.first + y * dst.pitch + drawn.dstX * bytes;
+            if (row < page.to && row + drawn.width * bytes + (bytes == 3 ? 1 : 0) > page.from)
                 return true;
         }
         return false;

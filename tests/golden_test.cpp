@@ -26,7 +26,8 @@ constexpr long kScenesPerFamily = 5000, kBlitsPerScene = 16;
 constexpr bool kBigEndian = SDL_BYTEORDER == SDL_BIG_ENDIAN;
 
 #define STEM(name, stem, ...) {RGBFB_##name, #stem},
-#define ROUTE(source, destination, rule) std::pair<uint32_t, uint32_t>{RGBFB_##source, RGBFB_##destination},
+#define ROUTE(operation, source, destination, rule)                                                          \
+    std::pair<uint32_t, uint32_t>{RGBFB_##source, RGBFB_##destination},
 
 struct Pairing {
     Kind src, dst;

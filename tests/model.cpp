@@ -259,7 +259,7 @@ bool clip(Blit& b) {
     return axis(b.srcY, b.dstY, b.height, b.src.height, b.dst.height) && columns;
 }
 
-#define ROUTE(source, destination, rule)                                                                     \
+#define ROUTE(operation, source, destination, rule)                                                                    \
     if (!blit.masked && blit.src.format.code == RGBFB_##source &&                                            \
         blit.dst.format.code == RGBFB_##destination)                                                         \
         return rule(memory, blit);

@@ -7,7 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "blt_context.h"
+#include "context.h"
 
 namespace ormsel {
 

@@ -237,35 +237,58 @@ struct AlphaOntoA8R8G8B8 {
 
 // --- Routes -------------------------------------------------------------------------------------------
 
-struct FormatPair {
+enum class Operation : uint8_t {
+#define ROW(name, flag) k##name,
+    ORMSEL_OPERATIONS(ROW)
+#undef ROW
+};
+inline constexpr uint32_t kOperationFlags[] = {
+#define ROW(name, flag) flag,
+    ORMSEL_OPERATIONS(ROW)
+#undef ROW
+};
+inline constexpr size_t kOperationCount = std::size(kOperationFlags);
+
+// The operation that a blit's flags ask for: the first one that they name.
+constexpr Operation operationOf(uint32_t flags) {
+    for (size_t i = 1; i < kOperationCount; ++i)
+        if (flags & kOperationFlags[i])
+            return static_cast<Operation>(i);
+    return Operation::kBlend;
+}
+
+// A row of ORMSEL_ROUTES as a type: its rule for a constant alpha that has a say, and for one that hasn't; and
+// where it stands in the list.
+template <Operation Op, class Src, class Dst>
+struct Route;
+
+struct RouteKey {
+    Operation operation;
     uint32_t src, dst; // format codes
 };
-inline constexpr FormatPair kRoutes[] = {
-#define ROW(Src, Dst, Rule) {Src::kFormat.code, Dst::kFormat.code},
+inline constexpr RouteKey kRoutes[] = {
+#define ROW(operation, Src, Dst, Rule) {Operation::k##operation, Src::kFormat.code, Dst::kFormat.code},
     ORMSEL_ROUTES(ROW)
 #undef ROW
 };
 inline constexpr size_t kRouteCount = std::size(kRoutes);
 
-constexpr size_t routeIndex(uint32_t src, uint32_t dst) {
+constexpr size_t routeIndex(Operation operation, uint32_t src, uint32_t dst) {
     size_t i = 0;
-    while (i < kRouteCount && (kRoutes[i].src != src || kRoutes[i].dst != dst))
+    while (i < kRouteCount &&
+           (kRoutes[i].operation != operation || kRoutes[i].src != src || kRoutes[i].dst != dst))
         ++i;
     return i;
 }
 
-// Where a pair of layouts stands in ORMSEL_ROUTES.
-template <class Src, class Dst>
-inline constexpr size_t kRouteIndex = routeIndex(Src::kFormat.code, Dst::kFormat.code);
-
-// The rule of a route.
-template <class Src, class Dst, bool Faded>
-struct RuleOfRoute;
-#define ROW(Src, Dst, Rule)                                                                                  \
-    template <bool Faded>                                                                                    \
-    struct RuleOfRoute<Src, Dst, Faded> {                                                                    \
-        using Type = Rule<Src, Faded>; /* NOLINT(bugprone-macro-parentheses): a template */                  \
-        static_assert(std::is_same_v<typename Type::Destination, Dst>);                                      \
+#define ROW(operation, Src, Dst, Rule)                                                                       \
+    template <>                                                                                              \
+    struct Route<Operation::k##operation, Src, Dst> {                                                        \
+        using Faded = Rule<Src, true>; /* NOLINT(bugprone-macro-parentheses): templates */                   \
+        using Full = Rule<Src, false>; /* NOLINT(bugprone-macro-parentheses) */                              \
+        static constexpr size_t kIndex =                                                                     \
+            routeIndex(Operation::k##operation, Src::kFormat.code, Dst::kFormat.code);                       \
+        static_assert(std::is_same_v<Faded::Destination, Dst>);                                              \
     };
 ORMSEL_ROUTES(ROW)
 #undef ROW

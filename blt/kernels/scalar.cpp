@@ -55,13 +55,11 @@ Kernel rowsOf(const Block& b) {
     return drawRows<Rule, Rule::kUnit, 1>;
 }
 
-template <class Src, class Dst>
+template <class Route>
 Kernel routeKernel(const Block& b) {
-    using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
-    using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    if (Faded::fades(b.constantAlpha)) [[unlikely]]
-        return rowsOf<Faded>(b);
-    return rowsOf<Full>(b);
+    if (Route::Faded::fades(b.constantAlpha)) [[unlikely]]
+        return rowsOf<typename Route::Faded>(b);
+    return rowsOf<typename Route::Full>(b);
 }
 
 // --- The generic rule ---------------------------------------------------------------------------------
@@ -161,7 +159,7 @@ Kernel genericKernel(const Block& b) {
 
 constexpr Kernels kScalarKernels = {
     .name = "scalar",
-#define ROW(Src, Dst, Rule) routeKernel<Src, Dst>,
+#define ROW(operation, Src, Dst, Rule) routeKernel<Route<Operation::k##operation, Src, Dst>>,
     .routes = {ORMSEL_ROUTES(ROW)},
 #undef ROW
     .generic = genericKernel,

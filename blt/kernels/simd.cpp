@@ -54,7 +54,7 @@ static_assert(nameOfTarget(HWY_TARGET), "A target without a row in targets.h");
 
 constexpr Kernels kKernels = {
     .name = nameOfTarget(HWY_TARGET),
-#        define ROW(Src, Dst, Rule) routeKernel<Src, Dst>,
+#        define ROW(operation, Src, Dst, Rule) routeKernel<Route<Operation::k##operation, Src, Dst>>,
     .routes = {ORMSEL_ROUTES(ROW)},
 #        undef ROW
     .generic = genericKernel,

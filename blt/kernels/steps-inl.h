@@ -285,17 +285,15 @@ Kernel routeKernelBy(const Block& b, KernelChoice narrower) {
     return b.width < Step::kPixels ? narrower(b) : drawRoute<Step>;
 }
 
-template <class Src, class Dst>
+template <class Route>
 Kernel routeKernel(const Block& b) {
-    using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
-    using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    const KernelChoice narrower = kNarrowerKernels.routes[kRouteIndex<Src, Dst>];
-    if (!Faded::fades(b.constantAlpha))
-        return routeKernelBy<typename StepOfRule<Full>::Type>(b, narrower);
-    if constexpr (std::is_same_v<Src, R5G6B5>)
+    const KernelChoice narrower = kNarrowerKernels.routes[Route::kIndex];
+    if (!Route::Faded::fades(b.constantAlpha))
+        return routeKernelBy<typename StepOfRule<typename Route::Full>::Type>(b, narrower);
+    if constexpr (std::is_same_v<typename Route::Faded, OpaqueOntoR5G6B5<R5G6B5, true>>)
         if (b.constantAlpha >> 3 == 16)
             return routeKernelBy<HalfOntoR5G6B5Step>(b, narrower);
-    return routeKernelBy<typename StepOfRule<Faded>::Type>(b, narrower);
+    return routeKernelBy<typename StepOfRule<typename Route::Faded>::Type>(b, narrower);
 }
 
 } // namespace ormsel::HWY_NAMESPACE

@@ -38,24 +38,33 @@
     FORMAT(R5G5B5, rgb15, 11, 2, 0x7C00U, 0x03E0U, 0x001FU, 0x8000U, 11)
 
 /**
- * ROUTE(source, destination, rule): the pairs of formats that have a routine of their own, which is called
- * `BLT_source_destination`. Every other pair is served by the channels' masks.
+ * OPERATION(name, flag): what a blit does with source and destination.
+ *
+ * - `name`: Blend is what every blit does that doesn't ask for another
+ * - `flag`: the bit of a blit's flags that asks for it; 0 for Blend
+ */
+#define ORMSEL_OPERATIONS(OPERATION) OPERATION(Blend, 0U)
+
+/**
+ * ROUTE(operation, source, destination, rule): the pairs of formats that have a routine of their own. For
+ * Blend it is called `BLT_source_destination`; every other pair is blended by the channels' masks. By any other
+ * operation, a pair that isn't here draws nothing.
  *
  * - `OpaqueOntoR5G6B5`: no alpha but the constant one, which is cut to 5 bits: nothing, a copy, or a blend
  * - `AlphaOntoR5G6B5`: by the source's alpha times the constant one, cut to 5 bits
  * - `AlphaOntoA8R8G8B8`: by the source's alpha times the constant one; or a raw copy (#ORMSEL_BLIT_COPY)
  */
 #define ORMSEL_ROUTES(ROUTE)                                                                                 \
-    ROUTE(R5G6B5, R5G6B5, OpaqueOntoR5G6B5)                                                                  \
-    ROUTE(R8G8B8, R5G6B5, OpaqueOntoR5G6B5)                                                                  \
-    ROUTE(B8G8R8, R5G6B5, OpaqueOntoR5G6B5)                                                                  \
-    ROUTE(A8R8G8B8, R5G6B5, AlphaOntoR5G6B5)                                                                 \
-    ROUTE(A8B8G8R8, R5G6B5, AlphaOntoR5G6B5)                                                                 \
-    ROUTE(R8G8B8A8, R5G6B5, AlphaOntoR5G6B5)                                                                 \
-    ROUTE(B8G8R8A8, R5G6B5, AlphaOntoR5G6B5)                                                                 \
-    ROUTE(A8R8G8B8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                             \
-    ROUTE(A8B8G8R8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                             \
-    ROUTE(R8G8B8A8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                             \
-    ROUTE(B8G8R8A8, A8R8G8B8, AlphaOntoA8R8G8B8)
+    ROUTE(Blend, R5G6B5, R5G6B5, OpaqueOntoR5G6B5)                                                           \
+    ROUTE(Blend, R8G8B8, R5G6B5, OpaqueOntoR5G6B5)                                                           \
+    ROUTE(Blend, B8G8R8, R5G6B5, OpaqueOntoR5G6B5)                                                           \
+    ROUTE(Blend, A8R8G8B8, R5G6B5, AlphaOntoR5G6B5)                                                          \
+    ROUTE(Blend, A8B8G8R8, R5G6B5, AlphaOntoR5G6B5)                                                          \
+    ROUTE(Blend, R8G8B8A8, R5G6B5, AlphaOntoR5G6B5)                                                          \
+    ROUTE(Blend, B8G8R8A8, R5G6B5, AlphaOntoR5G6B5)                                                          \
+    ROUTE(Blend, A8R8G8B8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                      \
+    ROUTE(Blend, A8B8G8R8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                      \
+    ROUTE(Blend, R8G8B8A8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                      \
+    ROUTE(Blend, B8G8R8A8, A8R8G8B8, AlphaOntoA8R8G8B8)
 
 #endif

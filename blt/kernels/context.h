@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "kernels/formats.h"
+#include "formats.h"
 
 // One side of a blit. Its front has the layout of a RenderInfo, which p96LockBitMap() writes in place.
 struct BltRenderFmt {
