@@ -115,7 +115,10 @@ constexpr Generic kGenerics[] = {
 struct Geometry {
     Kind kind;
     long width, height, pitch;
+    bool bottomUp = false;
     long bytes() const { return memoryOf(kind, width, height, pitch); }
+    // Where the first pixel lies in memory that begins at `at`.
+    long first(long at) const { return at + (bottomUp && height ? (height - 1) * pitch : 0); }
 };
 
 class Case {
@@ -156,13 +159,8 @@ public:
             chooseOddFormats();
         if (random_.oneIn(40))
             (random_.oneIn(2) ? blit_.width : blit_.height) = 0;
-        for (model::Image* image : {&blit_.src, &blit_.dst, &blit_.mask}) { // nothing keeps it inside
+        for (model::Image* image : {&blit_.src, &blit_.dst, &blit_.mask}) // nothing keeps it inside
             image->begin = 0, image->end = static_cast<long>(arena_.memory.bytes.size());
-            if (random_.oneIn(4) && image->height > 0) { // bottom up
-                image->first += (image->height - 1) * image->pitch;
-                image->pitch = -image->pitch;
-            }
-        }
         static constexpr unsigned char kFills[] = {0, 255, 255, 0x5A};
         const unsigned char fill = random_.of(kFills);
         BltContext ctx = contextFor(blit_, arena_.at(0));
@@ -228,7 +226,7 @@ private:
     }
 
     // Rows are padded, tight, as of a view of a wider image, or (surfaces) longer than 32767 bytes or shorter
-    // than their pixels.
+    // than their pixels; and stored from the last one up, which no surface is.
     Geometry geometry(const Kind& kind) {
         if (large_)
             return {kind, 6000 + random_.upTo(100), 400 * 1024 / 6000 / kind.bytes() + 1,
@@ -239,6 +237,7 @@ private:
             g.width = random_.oneIn(8) ? random_.between(780, 820) : random_.upTo(100);
         const long row = g.width * kind.bytes();
         g.pitch = row + (random_.oneIn(3) ? 0 : random_.upTo(random_.oneIn(4) ? 200 : 9));
+        g.bottomUp = !(entry_ && kind.code == RGBFB_NONE) && random_.oneIn(5);
         if (entry_ && kind.code == RGBFB_NONE && random_.oneIn(100))
             g.pitch =
                 kind.depth == 8 || random_.oneIn(16) ? random_.between(32760, 65535) : random_.upTo(row);
@@ -263,7 +262,8 @@ private:
     }
 
     Picture picture(const Kind& kind, long at, const Geometry& g) {
-        return {kind, arena_.at(at), g.width, g.height, g.pitch, random_.oneIn(2)};
+        const long pitch = g.bottomUp ? -g.pitch : g.pitch;
+        return {kind, arena_.at(g.first(at)), g.width, g.height, pitch, random_.oneIn(2)};
     }
 
     Kind kindFor(bool surface) {
@@ -304,10 +304,10 @@ private:
         windows_[0] = window(0, srcAt, s.bytes());
         windows_[1] = window(shared ? 0 : 1, dstAt, d.bytes());
         src_ = picture(from, srcAt, s);
-        blit_.src = src_.image(srcAt);
+        blit_.src = src_.image(s.first(srcAt));
         if (!same_)
             dst_ = picture(onto, dstAt, d);
-        blit_.dst = target().image(dstAt);
+        blit_.dst = target().image(d.first(dstAt));
 
         blit_.masked = entry_     ? entry_->takesMask && !random_.oneIn(8)
                        : generic_ ? generic_->masked
@@ -320,7 +320,7 @@ private:
             const long maskAt = overDestination ? dstAt : place(2, m.bytes());
             windows_[2] = overDestination ? windows_[1] : window(2, maskAt, m.bytes());
             mask_ = picture(kind, maskAt, m);
-            blit_.mask = mask_.image(maskAt);
+            blit_.mask = mask_.image(m.first(maskAt));
         }
         for (const Range& w : windows_)
             random_.fill(arena_.at(w.from), w.to - w.from);

@@ -20,6 +20,7 @@
 
 #include <SDL.h>
 
+#include <host/bitmap.h>
 #include <host/debug.h>
 #include <proto/Picasso96API.h>
 #include <proto/exec.h>
@@ -82,10 +83,11 @@ struct Pixels {
 TEST_F(Platform, BitMapFormatsComeFromDepth) {
     for (const auto& [depth, format] :
          {std::pair{8, RGBFB_CLUT}, {15, RGBFB_R5G5B5}, {16, RGBFB_R5G6B5}, {24, RGBFB_A8R8G8B8}}) {
-        const OwnBitMap bm = makeBitMap(16000, 1, RGBFB_NONE, static_cast<uint32>(depth));
+        const OwnBitMap bm = makeBitMap(8000, 1, RGBFB_NONE, static_cast<uint32>(depth));
         EXPECT_EQ(Pixels(bm.get()).info.RGBFormat, static_cast<uint32>(format));
     }
-    ASSERT_FALSE(makeBitMap(16384, 1, RGBFB_A8R8G8B8) || makeBitMap(1, 32768, RGBFB_CLUT));
+    ASSERT_FALSE(makeBitMap(8192, 1, RGBFB_A8R8G8B8) || makeBitMap(1, 32768, RGBFB_CLUT) ||
+                 HOST_WrapBitMap(nullptr, 1, 1, 32768, RGBFB_CLUT, FALSE));
 }
 
 TEST_F(Platform, MemoryIsClearedAndLocksNeedRoom) {
