@@ -205,6 +205,12 @@ TEST_F(Platform, MessagesAndSignals) {
     }
     const auto sent = std::async(std::launch::async, [&] { PutMsg(port, &messages[2]); });
     EXPECT_TRUE(Wait(SIGBREAKF_CTRL_C | bit) == bit && GetMsg(port) == &messages[2]);
+    PutMsg(port, &messages[2]);
+    DeleteMsgPort(port);
+    ports[0] = CreateMsgPort();
+    ASSERT_EQ(1U << ports[0]->mp_SigBit, bit) << "the one that is free";
+    std::raise(SIGINT);
+    EXPECT_EQ(Wait(SIGBREAKF_CTRL_C | bit), SIGBREAKF_CTRL_C) << "what the old port got is gone";
     std::for_each(ports.begin(), ports.end(), DeleteMsgPort);
 }
 
