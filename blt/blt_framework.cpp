@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 
 #include <proto/exec.h>
@@ -53,18 +54,16 @@ bool refuse(const char* line, const char* word) {
 
 namespace {
 
-// The pitch as the image means it: a surface's has 16 bits without a sign, and a bitmap's is stored so.
-ptrdiff_t unsignedPitch(int16_t pitch) {
-    return static_cast<uint16_t>(pitch);
-}
-
-// Behind the last pixel of the last row: programs make views of larger images, whose last row has no padding
-// of its own. Where rows are shorter than their pixels, the memory ends with the last row.
-const uint8_t* endOf(const uint8_t* pixels, ptrdiff_t pitch, uint32_t bytes, Dims image) {
-    if (!pixels || image.height <= 0)
-        return pixels;
-    return pixels + pitch * (image.height - 1) +
-           std::min(pitch, static_cast<ptrdiff_t>(image.width) * static_cast<ptrdiff_t>(bytes));
+// An image's memory ends behind the last pixel of the row that lies highest in it: programs make views of
+// larger images, where no padding of their own follows that row. Where rows are shorter than their pixels,
+// the memory ends with that row. An image without pixels has none.
+Memory memoryOf(const uint8_t* pixels, int16_t pitch16, uint32_t bytes, Dims image) {
+    const ptrdiff_t pitch = image.pitchIsSigned ? pitch16 : static_cast<uint16_t>(pitch16);
+    if (!pixels || image.width <= 0 || image.height <= 0)
+        return {pixels, pixels, pitch};
+    const uint8_t* const last = pixels + pitch * (image.height - 1);
+    const ptrdiff_t row = std::min(std::abs(pitch), static_cast<ptrdiff_t>(image.width) * ptrdiff_t{bytes});
+    return {std::min(pixels, last), std::max(pixels, last) + row, pitch};
 }
 
 } // namespace
@@ -88,7 +87,7 @@ bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
     const int32_t srcEnd = ctx.srcY + ctx.height, dstEnd = ctx.dstY + ctx.height;
     return rowsStayInside(ctx.srcX, ctx.width, ctx.src.bytesPerPixel, ctx.src.pitch, src, srcEnd, copied) &&
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch, dst, dstEnd, stored) &&
-           (!ctx.maskPixels || (srcEnd <= mask.height &&
+           (!ctx.maskPixels || (mask.width > 0 && srcEnd <= mask.height &&
                                 rowsStayInside(ctx.srcX, ctx.width, 1, ctx.maskPitch, mask, srcEnd, 0)));
 }
 
@@ -97,14 +96,9 @@ bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
 unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
     if (staysInside(ctx, src, dst, mask))
         return ctx.maskPixels ? BLT_FallbackBltMaskContext(&ctx) : BLT_FallbackBltContext(&ctx);
-    const ptrdiff_t srcPitch = unsignedPitch(ctx.src.pitch), dstPitch = unsignedPitch(ctx.dst.pitch),
-                    maskPitch = unsignedPitch(ctx.maskPitch);
-    const Bounds bounds = {.srcPitch = srcPitch,
-                           .dstPitch = dstPitch,
-                           .maskPitch = maskPitch,
-                           .srcEnd = endOf(ctx.src.pixels, srcPitch, ctx.src.bytesPerPixel, src),
-                           .dstEnd = endOf(ctx.dst.pixels, dstPitch, ctx.dst.bytesPerPixel, dst),
-                           .maskEnd = endOf(ctx.maskPixels, maskPitch, 1, mask)};
+    const Bounds bounds = {.src = memoryOf(ctx.src.pixels, ctx.src.pitch, ctx.src.bytesPerPixel, src),
+                           .dst = memoryOf(ctx.dst.pixels, ctx.dst.pitch, ctx.dst.bytesPerPixel, dst),
+                           .mask = memoryOf(ctx.maskPixels, ctx.maskPitch, 1, mask)};
     return ctx.maskPixels ? dispatchMaskInside(ctx, bounds) : dispatchInside(ctx, bounds);
 }
 

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <ext/atomicity.h>
+#include <type_traits>
 
 #include <SDL.h>
 
@@ -272,13 +273,16 @@ ORMSEL_INTO_CALLER bool BLT_InitContext(BltContext& ctx, Src* src, Dst* dst, lon
 
 namespace ormsel {
 
+// The size of an image, and whether a pitch with its highest bit set walks upwards: a bitmap's does, while
+// that of a surface or an array has 16 bits without a sign.
 struct Dims {
     long width, height;
+    bool pitchIsSigned;
 };
 
 template <class Image>
 Dims dimsOf(Image* image) {
-    Dims dims = {0, 0};
+    Dims dims = {0, 0, std::is_same_v<Image, BitMap>};
     if (image)
         BLT_GetBitmapDims(image, dims.width, dims.height);
     return dims;

@@ -17,6 +17,10 @@ function(install_library target name folder)
         INCLUDES DESTINATION "${folder}")
     install(EXPORT ormsel-${name}-targets NAMESPACE ormsel:: DESTINATION "${package_dir}" COMPONENT development)
 endfunction()
+# It finds the library for surfaces beside it, wherever the tree is: a program's own run path doesn't reach that far.
+if(TARGET ormsel_native_shared)
+    set_target_properties(ormsel_native_shared PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 install_library(ormsel ormsel "${CMAKE_INSTALL_INCLUDEDIR}")
 install_library(ormsel_native native "${native_include_dir}")
 

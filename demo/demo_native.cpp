@@ -80,6 +80,8 @@ public:
 
     // Serves input until the user ends the program.
     void run();
+    // Blits the alpha picture so many times onto a bitmap like the frame's.
+    void repeat(int times) const;
 
 private:
     void allocateBitmaps(uint32 depth);
@@ -124,6 +126,8 @@ NativeMode::NativeMode(ORU_VideoInfo* display, SDL_Surface* backgroundPicture, S
 
     pFont_ = openFont("/fonts/FreeSans.ttf", 18);
     pCourier_ = openFont("/fonts/FreeMono.ttf", 12);
+    if (!pFont_ || !pCourier_)
+        std::fprintf(stderr, "\nThe fonts are looked for in '%s'\n", volumePath("/fonts").c_str());
 
     showFirstPicture();
 
@@ -180,6 +184,13 @@ void NativeMode::showFirstPicture() {
     if (backBuffer_ != screenBuffer_)
         BltBitMapRastPort(backBuffer_, 0, 0, vi_->window->RPort, 0, 0, kScreenWidth, kScreenHeight,
                           kPlainCopy);
+}
+
+void NativeMode::repeat(int times) const {
+    if (BitMap* const copy = AllocBitMap(kScreenWidth, kScreenHeight, 16, 0, backBuffer_)) {
+        repeatBlit(alpha_, copy, times);
+        FreeBitMap(copy);
+    }
 }
 
 void NativeMode::run() {
@@ -291,7 +302,7 @@ void NativeMode::redraw() {
 
 } // namespace
 
-void runNativeMode(SDL_Surface* background, SDL_Surface* alpha, int depth, bool fullscreen) {
+void runNativeMode(SDL_Surface* background, SDL_Surface* alpha, int depth, bool fullscreen, int repeat) {
     for (const char* line : {kDashes, kBanner, kDashes})
         DebugPrintF("%s\n", line);
     for (const char* line : {kDashes, kBanner, kDashes})
@@ -303,6 +314,8 @@ void runNativeMode(SDL_Surface* background, SDL_Surface* alpha, int depth, bool 
         return;
     {
         NativeMode mode(vi, background, alpha, depth);
+        if (repeat)
+            mode.repeat(repeat);
         mode.run();
     }
     ORU_CloseVideo(vi);

@@ -3,9 +3,11 @@
 
 #include <cstdio>
 
+#include <devices/timer.h>
 #include <graphics/gfx.h>
 #include <graphics/rastport.h>
 #include <proto/exec.h>
+#include <proto/timer.h>
 
 #include "ormsel/ormsel.h"
 
@@ -71,7 +73,34 @@ struct Timing {
     }
 };
 
+double seconds() {
+    TimeVal time;
+    GetSysTime(&time);
+    return time.Seconds + time.Microseconds / 1e6;
+}
+
+template <typename Blit>
+void repeat(const SDL_Surface* src, int times, Blit blit) {
+    const double start = seconds();
+    for (int i = 0; i < times; ++i)
+        blit();
+    const double spent = seconds() - start, bytes = double(src->w) * src->h * src->format->BytesPerPixel;
+    std::printf("%d blits of %dx%d pixels took %.3f ms: %.0f blits per sec, %.0f MB/sec\n", times, src->w,
+                src->h, spent * 1000, times / spent, bytes * times / spent / (1024 * 1024));
+}
+
 } // namespace
+
+void repeatBlit(SDL_Surface* src, SDL_Surface* dst, int times) {
+    repeat(src, times, [&] { SDL_BlitAlphaSurface(src, nullptr, dst, nullptr); });
+}
+
+void repeatBlit(SDL_Surface* src, BitMap* dst, int times) {
+    repeat(src, times, [&] {
+        SDL_BlitAlphaSurfaceBitMap(src, 0, 0, dst, 0, 0, static_cast<unsigned long>(src->w),
+                                   static_cast<unsigned long>(src->h), kBlitFlags);
+    });
+}
 
 void drawText(const char* text, BitMap* bitmap, int32 x, int32 y, SDL_Color col, TTF_Font* font) {
     withText(text, col, font, [&](SDL_Surface* rendered, unsigned long width, unsigned long height) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include <proto/exec.h>
 
@@ -11,24 +12,40 @@ namespace {
 
 constexpr char kDashes[] = "------------------------------------------------------------\n";
 
-// Starts SDL with a driver that shows pixels. Left to choose, SDL would fall back to drawing with letters in
-// the terminal.
-bool startVideo() {
+// Asks SDL for a desktop's driver, if one of them starts, and leaves the choice to SDL where none does: a
+// platform of its own has a driver of its own.
+void chooseDriver() {
     static char variable[] = "SDL_VIDEODRIVER";
     if (SDL_getenv(variable))
-        return SDL_Init(SDL_INIT_VIDEO) == 0;
-    bool started = false;
+        return;
     // SDL keeps the texts.
     static char choices[][32] = {"SDL_VIDEODRIVER=x11",    "SDL_VIDEODRIVER=wayland",
                                  "SDL_VIDEODRIVER=Quartz", "SDL_VIDEODRIVER=directfb",
                                  "SDL_VIDEODRIVER=fbcon",  "SDL_VIDEODRIVER=windib"};
-    for (char* choice : choices) {
-        SDL_putenv(choice);
-        started = SDL_Init(SDL_INIT_VIDEO) == 0;
-        if (started)
-            break;
-    }
-    return started;
+    for (char* choice : choices)
+        if (SDL_VideoInit(choice + sizeof variable, 0) == 0) {
+            SDL_VideoQuit();
+            SDL_putenv(choice);
+            return;
+        }
+}
+
+// Left to choose, SDL would even draw with letters in the terminal.
+bool drawsWithLetters() {
+    char name[16] = "";
+    SDL_VideoDriverName(name, sizeof name);
+    return !std::strcmp(name, "aalib") || !std::strcmp(name, "caca");
+}
+
+bool startVideo() {
+    chooseDriver();
+    if (SDL_Init(SDL_INIT_VIDEO) != 0)
+        return false;
+    if (!drawsWithLetters())
+        return true;
+    SDL_Quit();
+    SDL_SetError("No available video device");
+    return false;
 }
 
 SDL_Surface* openScreen(int depth) {
@@ -85,7 +102,7 @@ void waitForEnd() {
 
 } // namespace
 
-void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth) {
+void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth, int repeat) {
     std::fputs("Running korvalen - SDL version\n", stderr);
     SDL_Surface* screen = openScreen(depth);
     DebugPrintF(kDashes);
@@ -106,5 +123,10 @@ void runSdlMode(SDL_Surface*& background, SDL_Surface* alpha, int depth) {
     drawImageSDL(alpha, screen, 0, 0);
     // All of it; a size of -1 makes SDL 1.2.15 run past the screen's memory.
     SDL_UpdateRect(screen, 0, 0, 0, 0);
+    if (repeat)
+        if (SDL_Surface* const copy = SDL_ConvertSurface(screen, screen->format, SDL_SWSURFACE)) {
+            repeatBlit(alpha, copy, repeat);
+            SDL_FreeSurface(copy);
+        }
     waitForEnd();
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Zlib
 // Korvalen, the demonstration of the Ormsel blit library: start-up, options and the common end.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -38,6 +39,7 @@ struct Options {
     bool useSdl = false;
     bool fullscreen = false;
     int sd = 16;
+    int repeat = 0;
 };
 
 // Unknown words are skipped, and later ones override earlier ones.
@@ -53,6 +55,8 @@ Options readOptions(int argc, char** argv) {
             options.fullscreen = true;
         else if (is("--window", "-w"))
             options.fullscreen = false;
+        else if (is("--repeat", "-r") && ++i < argc)
+            options.repeat = std::max(0, std::atoi(argv[i]));
         else if (is("--depth", "-d") && ++i < argc) {
             const int depth = std::atoi(argv[i]);
             if (depth == 16 || depth == 32)
@@ -113,12 +117,15 @@ int main(int argc, char* argv[]) {
         return -1;
     }
     std::atexit(TTF_Quit);
-    pFallbackFont = TTF_OpenFont(volumePath("/fonts/FreeSans.ttf").c_str(), 13);
+    const std::string font = volumePath("/fonts/FreeSans.ttf");
+    pFallbackFont = TTF_OpenFont(font.c_str(), 13);
+    if (!pFallbackFont)
+        std::fprintf(stderr, "No font in '%s': %s\n", font.c_str(), TTF_GetError());
 
     if (options.useSdl)
-        runSdlMode(background, alpha, options.sd);
+        runSdlMode(background, alpha, options.sd, options.repeat);
     else
-        runNativeMode(background, alpha, options.sd, options.fullscreen);
+        runNativeMode(background, alpha, options.sd, options.fullscreen, options.repeat);
 
     if (pFallbackFont)
         TTF_CloseFont(pFallbackFont);

@@ -41,8 +41,10 @@ int main(int argc, char** argv) {
     Layer_Info* layers = NewLayerInfo();
     Layer* window = CreateUpfrontLayer(layers, screen, 10, 10, 109, 109, LAYERSMART, nullptr);
     Layer* cover = CreateUpfrontLayer(layers, screen, 60, 30, 149, 89, LAYERSMART, nullptr);
-    if (!canvas || !window || !cover)
+    if (!canvas || !window || !cover) {
+        std::fprintf(stderr, "out of memory\n");
         return 1;
+    }
 
     fill(screen, window, 0xFF204080, 100, 100);
     fill(screen, cover, 0xFF803030, 90, 60);
@@ -52,6 +54,8 @@ int main(int argc, char** argv) {
     SDL_BlitAlphaBitMapSurface(screen, 0, 0, canvas, kWidth, 0, kWidth, kHeight, 255, 0);
 
     const int status = argc > 1 && SDL_SaveBMP(canvas, argv[1]) != 0;
+    if (status != 0)
+        std::fprintf(stderr, "%s\n", SDL_GetError());
     DisposeLayerInfo(layers);
     FreeBitMap(screen);
     SDL_FreeSurface(canvas);

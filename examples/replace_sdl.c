@@ -1,6 +1,8 @@
 /* SPDX-License-Identifier: Zlib */
 /* What a maintainer adds to a program that draws with SDL 1.2: the two lines with "ormsel" in them. Not a
  * pixel of its pictures changes. Saves one: replace_sdl PICTURE.bmp */
+#include <stdio.h>
+
 #include <SDL.h>
 
 #define ORMSEL_REPLACES_SDL_BLITS
@@ -23,6 +25,8 @@ int main(int argc, char** argv) {
         }
         status = argc > 1 && SDL_SaveBMP(canvas, argv[1]) != 0;
     }
+    if (status != 0)
+        fprintf(stderr, "%s\n", SDL_GetError());
     SDL_FreeSurface(glass);
     SDL_FreeSurface(canvas);
     return status;

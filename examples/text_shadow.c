@@ -28,13 +28,15 @@ int main(int argc, char** argv) {
     TTF_Font* font = argc > 2 && TTF_Init() == 0 ? TTF_OpenFont(argv[2], 40) : NULL;
     int status = 1;
 
-    if (canvas && font) {
+    if (argc <= 2) {
+        fprintf(stderr, "usage: text_shadow PICTURE.bmp FONT.ttf\n");
+    } else if (canvas && font) {
         SDL_FillRect(canvas, NULL, SDL_MapRGB(canvas->format, 90, 140, 170));
         write(canvas, font, "Deep water", black, 104, 23, 15);
         write(canvas, font, "Deep water", cream, 255, 20, 12);
         status = SDL_SaveBMP(canvas, argv[1]) != 0;
     }
-    if (status != 0)
+    if (status != 0 && argc > 2)
         fprintf(stderr, "%s\n", SDL_GetError());
     if (font)
         TTF_CloseFont(font);

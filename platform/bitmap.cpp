@@ -18,8 +18,8 @@ namespace host {
 namespace {
 
 constexpr uint32 kMaxSide = 32767;
-// What 16 bits of RenderInfo.BytesPerRow can tell.
-constexpr uint32 kMaxPitch = 65535;
+// What RenderInfo.BytesPerRow can tell: 16 bits with a sign, of which a negative one leads upwards.
+constexpr int32 kMaxPitch = 32767;
 // Also the value of a lock handle, which is merely not 0.
 constexpr int32 kLockHandle = 1;
 
@@ -59,7 +59,7 @@ BitMapPtr makeBitMap(uint32 width, uint32 height, RGBFTYPE code, bool clear, uin
         return nullptr;
     // At least one byte of padding: programs that take rows for contiguous are found out here.
     const uint32 pitch = (width * format->bytes / alignment + 1) * alignment;
-    if (pitch > kMaxPitch)
+    if (pitch > uint32{kMaxPitch})
         return nullptr;
     BitMapPtr bm = makeRecord(width, height, static_cast<std::ptrdiff_t>(pitch), code);
     if (!bm)
@@ -107,7 +107,7 @@ void FreeBitMap(BitMap* bitmap) noexcept {
 
 BitMap* HOST_WrapBitMap(void* pixels, uint32 width, uint32 height, int32 pitch, uint32 format,
                         BOOL onBoard) noexcept {
-    if (!findFormat(format))
+    if (!findFormat(format) || pitch > kMaxPitch || pitch < -kMaxPitch - 1)
         return nullptr;
     BitMapPtr bm = makeRecord(width, height, pitch, static_cast<RGBFTYPE>(format));
     if (!bm)

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include <SDL_error.h>
+#include <proto/exec.h>
 #include <proto/intuition.h>
 #include <proto/utility.h>
 
@@ -39,8 +40,14 @@ void destroyScreen(ScreenRecord* screen) {
 
 uint32 workbenchDepth() {
     const char* const text = std::getenv("ORMSEL_WORKBENCH_DEPTH");
-    const auto depth = text ? static_cast<uint32>(std::strtoul(text, nullptr, 10)) : 0;
-    return isScreenDepth(depth) ? depth : 16;
+    if (!text || !*text)
+        return 16;
+    char* end;
+    const auto depth = static_cast<uint32>(std::strtoul(text, &end, 10));
+    if (!*end && isScreenDepth(depth))
+        return depth;
+    DebugPrintF("ORMSEL_WORKBENCH_DEPTH: '%s' is none of 15, 16, 24 and 32, using 16.\n", text);
+    return 16;
 }
 
 bool isWorkbenchName(const char* name) {

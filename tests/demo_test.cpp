@@ -201,14 +201,17 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
          "\nScreen Mask:  a[00000000] r[00ff0000] g[0000ff00] b[000000ff]\n"},
         {{"-d", "32", "-s", "unknown", "-d", "16", "--SDL", "--depth=32"}, "Screen Format: 16\n"},
         {{"-s", "-d", "-d", "32", "--depth"}, "Screen Format: 16\n"},
+        {{"-s", "--repeat", "3"}, "3 blits of 300x300 pixels took "},
         // The native mode.
         {{"--depth", "--sdl"},
-         "' font! Could not open '/fonts/FreeMono.ttf' font! ",
+         "' font! Could not open '/fonts/FreeMono.ttf' font! \nThe fonts are looked for in '" +
+             (part / "pictures/fonts").string() + "'\n",
          0,
          "dummy",
          part / "pictures"},
         // An empty name of a folder counts as none: the pictures are those of the build.
-        {{}, "Destintion is in sys\n", 0, "dummy", ""},
+        {{}, "is none of 15, 16, 24 and 32, using 16.\nDestintion is in sys\n", 0, "dummy", ""},
+        {{"-r", "2"}, "2 blits of 300x300 pixels took "},
         {{}, "No picture in '/nowhere/pictures/blue.png': ", 20, "none", "/nowhere"},
         {{}, "Could not load 'blue.png'\n", 20, "none", "/nowhere"},
         {{"--sdl"}, "Could not load 'alpha.png'\n", 20, "none", part},
@@ -219,7 +222,7 @@ TEST(Korvalen, HeedsItsOptionsAndReportsFailures) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(testing::PrintToString(test.arguments));
-        Korvalen korvalen(test.arguments, test.driver, test.folder);
+        Korvalen korvalen(test.arguments, test.driver, test.folder, "33");
         EXPECT_TRUE(korvalen.says(test.says)) << korvalen.out() << korvalen.err();
         if (test.driver == "dummy")
             korvalen.signal(SIGINT);

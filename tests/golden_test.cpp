@@ -104,6 +104,8 @@ public:
         }
     }
 
+    const std::vector<uint8_t>& bytes() const { return memory_; }
+
     uint64_t fold(uint64_t sum) const {
         for (size_t at = 0; at < memory_.size(); at += bytes_) {
             uint32_t value = 0;
@@ -124,7 +126,7 @@ private:
     std::vector<uint8_t> memory_;
 };
 
-void blit(const Pairing& p, const Picture& src, const Picture& dst, const Picture& mask, Random& random) {
+model::Blit chooseBlit(const Picture& src, const Picture& dst, Random& random) {
     model::Blit b{};
     const long width = src.image(0).width;
     b.srcX = random.oneIn(2) ? 0 : random.between(-2, width);
@@ -136,16 +138,47 @@ void blit(const Pairing& p, const Picture& src, const Picture& dst, const Pictur
     const auto any = static_cast<unsigned>(random.upTo(255));
     b.alpha = random.oneIn(3) ? 255 : random.oneIn(2) ? random.of(kConstantAlphas) : any;
     b.flags = random.oneIn(4) ? ORMSEL_BLIT_COPY : static_cast<uint32_t>(random.upTo(3));
+    return b;
+}
+
+void draw(const model::Blit& b, const Picture& src, const Picture& dst, const Picture& mask) {
     if (src.sdl())
         src.setAlpha(true, b.alpha);
     const Entry& entry = src.sdl() && dst.sdl() ? kSurfaceMasked
                          : src.sdl()            ? kSurfaceToBitmap
                          : dst.sdl()            ? kBitmapToSurface
                                                 : kBitmapMasked;
-    entry.call({b, src, dst, p.masked ? mask : Picture()});
+    entry.call({b, src, dst, b.masked ? mask : Picture()});
 }
 
-std::string checksum(const std::string& family, const std::vector<Pairing>& pairings) {
+// Draws, and tells the first pixel that the model has otherwise; empty: none.
+std::string compare(model::Blit b, const Canvas& src, const Canvas& dst, const Picture& mask,
+                    const std::vector<uint8_t>& coverage) {
+    model::Memory expected;
+    for (const auto* part : {&src.bytes(), &dst.bytes(), &coverage})
+        expected.bytes.insert(expected.bytes.end(), part->begin(), part->end());
+    expected.written.resize(expected.bytes.size());
+    const long dstAt = std::ssize(src.bytes());
+    b.src = src.picture.image(0), b.dst = dst.picture.image(dstAt);
+    b.mask = mask.image(dstAt + std::ssize(dst.bytes()));
+    draw(b, src.picture, dst.picture, mask);
+    if (model::clip(b))
+        model::draw(expected, b);
+    for (long y = 0; y < b.dst.height; ++y)
+        for (long x = 0; x < b.dst.width; ++x) {
+            const uint32_t found = model::load(dst.bytes().data() - dstAt, b.dst, x, y),
+                           right = model::load(expected.bytes.data(), b.dst, x, y);
+            std::ostringstream out;
+            out << "pixel (" << x << ", " << y << ") is " << std::hex << found << ", not " << right << ": ";
+            if (found != right)
+                return out.str() + describe(b);
+        }
+    return {};
+}
+
+// With `wrong`, also what the first pixel is that isn't the model's.
+std::string checksum(const std::string& family, const std::vector<Pairing>& pairings,
+                     std::string* wrong = nullptr) {
     uint64_t sum = 0;
     for (const char c : family)
         sum = sum * 31 + static_cast<uint8_t>(c);
@@ -163,7 +196,12 @@ std::string checksum(const std::string& family, const std::vector<Pairing>& pair
         }
         const Picture mask(p.src.code ? kBitmapMask : kSurfaceMask, coverage.data(), width, height, width);
         for (long i = 0; i < kBlitsPerScene; ++i) {
-            blit(p, src.picture, dst.picture, mask, random);
+            model::Blit b = chooseBlit(src.picture, dst.picture, random);
+            b.masked = p.masked;
+            if (wrong && wrong->empty())
+                *wrong = compare(b, src, dst, mask, coverage);
+            else
+                draw(b, src.picture, dst.picture, mask);
             sum = dst.fold(sum);
         }
     }
@@ -178,8 +216,13 @@ TEST(Golden, EveryFamilyGivesItsNumber) {
     for (std::string name, number; file >> name >> number;)
         expected[name] = number;
     for (const auto& [family, pairings] : families())
-        found[family] = checksum(family, pairings);
-    EXPECT_EQ(found, expected);
+        if ((found[family] = checksum(family, pairings)) != expected[family]) {
+            std::string pixel;
+            checksum(family, pairings, &pixel);
+            ADD_FAILURE() << family << " gives " << found[family] << ", not " << expected[family] << "; "
+                          << (pixel.empty() ? "every pixel is the model's" : pixel);
+        }
+    EXPECT_EQ(found.size(), expected.size());
     EXPECT_GE(static_cast<long>(found.size()) * kScenesPerFamily * kBlitsPerScene, 2000000);
     if (const char* path = std::getenv("ORMSEL_GOLDEN_OUT")) {
         std::ofstream out(path);

@@ -184,7 +184,8 @@ uint32_t Kind::recognised() const {
 }
 
 long memoryOf(const Kind& kind, long width, long height, long pitch) {
-    return std::max(0L, std::min(pitch * height, pitch * (height - 1) + width * kind.bytes()));
+    const long step = std::abs(pitch);
+    return width && height ? step * (height - 1) + std::min(step, width * kind.bytes()) : 0;
 }
 
 // A surface with what SDL finds in these masks. An empty one is made and filled in: where SDL is a layer over
@@ -240,8 +241,9 @@ void Picture::setAlpha(bool use, unsigned alpha) const {
 
 model::Image Picture::image(long first) const {
     model::Image image = image_;
-    image.first = image.begin = first;
-    image.end += first;
+    image.first = first;
+    image.begin = first + std::min(0L, image.pitch * std::max(0L, image.height - 1));
+    image.end += image.begin;
     return image;
 }
 

@@ -89,7 +89,8 @@ const Kind& bitmapKind(uint32_t code);
 Kind surfaceKind(uint32_t code); // with the channels of that format
 
 // The bytes of an image: its memory ends behind the last pixel of its last row, or at pitch x height where
-// that is less. What follows may be another image's, of which this one is a view.
+// that is less. What follows may be another image's, of which this one is a view. An image stored bottom up
+// ends likewise behind its first row.
 long memoryOf(const Kind& kind, long width, long height, long pitch);
 
 // An image as the library sees it: a surface, a bitmap or nothing.

@@ -121,7 +121,7 @@ void inGroups(Memory& memory, const Blit& blit, long group, const NewValue& newV
 
 void OpaqueOntoR5G6B5(Memory& memory, const Blit& blit) {
     const int a5 = static_cast<int>(blit.alpha) / 8;
-    if (a5 == 0 || (a5 < 31 && blit.noMemory))
+    if (a5 == 0 || (blit.noMemory && takesMemory(blit)))
         return;
     const Format from = formatOf(blit.src.format.code);
     inGroups(memory, blit, from.bytes == 3 ? 2 : 4, [&](uint32_t s, uint32_t old) {
@@ -132,7 +132,7 @@ void OpaqueOntoR5G6B5(Memory& memory, const Blit& blit) {
 
 void AlphaOntoR5G6B5(Memory& memory, const Blit& blit) {
     const int constant = static_cast<int>(blit.alpha);
-    if (constant < 8 || (blit.dst.onBoard && blit.noMemory))
+    if (constant < 8 || (blit.noMemory && takesMemory(blit)))
         return;
     const Format from = formatOf(blit.src.format.code);
     inGroups(memory, blit, 4, [&](uint32_t s, uint32_t old) -> std::optional<uint32_t> {
@@ -242,6 +242,12 @@ void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill) {
             channel(sf.b, df.b);
             store(memory, blit.dst, blit.dstX + x, blit.dstY + y, pixel);
         }
+}
+
+bool takesMemory(const Blit& b) {
+    if (b.masked || b.dst.format.code != RGBFB_R5G6B5 || b.alpha < 8)
+        return false;
+    return b.src.format.bytes == 4 ? b.dst.onBoard : b.alpha < 248;
 }
 
 bool clip(Blit& b) {

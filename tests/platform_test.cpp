@@ -20,6 +20,7 @@
 
 #include <SDL.h>
 
+#include <host/bitmap.h>
 #include <host/debug.h>
 #include <proto/Picasso96API.h>
 #include <proto/exec.h>
@@ -82,10 +83,11 @@ struct Pixels {
 TEST_F(Platform, BitMapFormatsComeFromDepth) {
     for (const auto& [depth, format] :
          {std::pair{8, RGBFB_CLUT}, {15, RGBFB_R5G5B5}, {16, RGBFB_R5G6B5}, {24, RGBFB_A8R8G8B8}}) {
-        const OwnBitMap bm = makeBitMap(16000, 1, RGBFB_NONE, static_cast<uint32>(depth));
+        const OwnBitMap bm = makeBitMap(8000, 1, RGBFB_NONE, static_cast<uint32>(depth));
         EXPECT_EQ(Pixels(bm.get()).info.RGBFormat, static_cast<uint32>(format));
     }
-    ASSERT_FALSE(makeBitMap(16384, 1, RGBFB_A8R8G8B8) || makeBitMap(1, 32768, RGBFB_CLUT));
+    ASSERT_FALSE(makeBitMap(8192, 1, RGBFB_A8R8G8B8) || makeBitMap(1, 32768, RGBFB_CLUT) ||
+                 HOST_WrapBitMap(nullptr, 1, 1, 32768, RGBFB_CLUT, FALSE));
 }
 
 TEST_F(Platform, MemoryIsClearedAndLocksNeedRoom) {
@@ -203,6 +205,12 @@ TEST_F(Platform, MessagesAndSignals) {
     }
     const auto sent = std::async(std::launch::async, [&] { PutMsg(port, &messages[2]); });
     EXPECT_TRUE(Wait(SIGBREAKF_CTRL_C | bit) == bit && GetMsg(port) == &messages[2]);
+    PutMsg(port, &messages[2]);
+    DeleteMsgPort(port);
+    ports[0] = CreateMsgPort();
+    ASSERT_EQ(1U << ports[0]->mp_SigBit, bit) << "the one that is free";
+    std::raise(SIGINT);
+    EXPECT_EQ(Wait(SIGBREAKF_CTRL_C | bit), SIGBREAKF_CTRL_C) << "what the old port got is gone";
     std::for_each(ports.begin(), ports.end(), DeleteMsgPort);
 }
 

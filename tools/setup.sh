@@ -38,14 +38,15 @@ need_packages() {
             > /dev/null || die "could not install: $missing"
 }
 
-# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed.
+# build PRESET [TARGET...]: configures build/PRESET when needed and builds what changed. Whatever packages came or went
+# since then is looked for anew: tests depend on them.
 build() {
-    local preset=$1 log=$root/build/$1.log
+    local preset=$1 log=$root/build/$1.log ninja=$root/build/$1/build.ninja
     shift
     mkdir -p "$root/build"
-    if [[ ! -e $root/build/$preset/build.ninja || $root/CMakePresets.json -nt $root/build/$preset/build.ninja ]]; then
+    if [[ ! -e $ninja || $root/CMakePresets.json -nt $ninja || /var/lib/dpkg/status -nt $ninja ]]; then
         say "configuring build/$preset"
-        (cd "$root" && cmake --preset "$preset") > "$log" 2>&1 || {
+        (cd "$root" && cmake --fresh --preset "$preset") > "$log" 2>&1 || {
             cat "$log" >&2
             die "could not configure build/$preset"
         }

@@ -68,11 +68,12 @@ int run(const std::string& picture, const x11::Words& command) {
         std::fprintf(stderr, "show_demo: %s did not end after Esc\n", command[0].c_str());
         return 1;
     }
-    if (found)
+    if (found) {
         std::printf("The screen's picture is %s\n", picture.c_str());
-    else
-        std::fprintf(stderr, "show_demo: %s ended without showing a picture\n", command[0].c_str());
-    return code;
+        return code;
+    }
+    std::fprintf(stderr, "show_demo: %s ended without showing a picture\n", command[0].c_str());
+    return code ? code : 1;
 }
 
 } // namespace

@@ -44,24 +44,35 @@ namespace {
 // One image as a block sees it, in bytes counted from the rectangle's first pixel.
 class Side {
 public:
-    Side(const uint8_t* first, ptrdiff_t pitch, size_t bytes, const uint8_t* end, size_t reach = 0)
-        : pitch_(static_cast<size_t>(pitch)), bytes_(bytes), reach_(reach),
-          size_(first < end ? static_cast<size_t>(end - first) : 0) {}
+    Side(const uint8_t* first, size_t bytes, const Memory& memory, size_t reach = 0)
+        : pitch_(memory.pitch), begin_(memory.begin - first), end_(memory.end - first), bytes_(bytes),
+          reach_(reach) {}
 
-    size_t offset(size_t row, size_t column) const { return row * pitch_ + column * bytes_; }
+    ptrdiff_t offset(size_t row, size_t column) const {
+        return static_cast<ptrdiff_t>(row) * pitch_ + static_cast<ptrdiff_t>(column * bytes_);
+    }
     size_t bytesOf(size_t pixels) const { return pixels * bytes_ + reach_; }
 
     // How many bytes lie inside from a pixel on.
     size_t left(size_t row, size_t column) const {
-        const size_t from = offset(row, column);
-        return from < size_ ? size_ - from : 0;
+        const ptrdiff_t from = offset(row, column);
+        return from >= begin_ && from < end_ ? static_cast<size_t>(end_ - from) : 0;
     }
 
-    // How many rows lie inside as a whole, counted from the first.
-    size_t wholeRows(size_t width, size_t height) const {
-        if (size_ < bytesOf(width))
+    // Whether any of a row's pixels may lie inside.
+    bool meets(size_t row, size_t width) const {
+        return offset(row, 0) < end_ && offset(row, width) > begin_;
+    }
+
+    // How many of `height` rows lie inside as a whole, counted from this one.
+    size_t wholeRows(size_t row, size_t width, size_t height) const {
+        if (left(row, 0) < bytesOf(width))
             return 0;
-        return pitch_ ? std::min(height, (size_ - bytesOf(width)) / pitch_ + 1) : height;
+        if (pitch_ == 0)
+            return height;
+        const ptrdiff_t from = offset(row, 0), room = static_cast<ptrdiff_t>(left(row, 0) - bytesOf(width));
+        return std::min(height,
+                        static_cast<size_t>(pitch_ > 0 ? room / pitch_ : (begin_ - from) / pitch_) + 1);
     }
 
     // How many pixels of a row lie inside as a whole, counted from the first.
@@ -71,7 +82,8 @@ public:
     }
 
 private:
-    size_t pitch_, bytes_, reach_, size_;
+    ptrdiff_t pitch_, begin_, end_;
+    size_t bytes_, reach_;
 };
 
 // A few pixels of one image on the stack, with zeros for the bytes that the image doesn't have.
@@ -98,24 +110,34 @@ private:
 class PieceRunner {
 public:
     PieceRunner(const Block& block, KernelChoice choose)
-        : block_(block), choose_(choose),
-          src_(block.src, block.srcPitch, block.srcBytes, block.bounds->srcEnd),
-          dst_(block.dst, block.dstPitch, block.dstBytes, block.bounds->dstEnd, block.dstBytes == 3),
-          mask_(block.mask, block.maskPitch, 1, block.bounds->maskEnd) {}
+        : block_(block), choose_(choose), src_(block.src, block.srcBytes, block.bounds->src),
+          dst_(block.dst, block.dstBytes, block.bounds->dst, block.dstBytes == 3),
+          mask_(block.mask, 1, block.bounds->mask) {}
 
     void run() const {
-        size_t row = std::min(src_.wholeRows(block_.width, block_.height),
-                              dst_.wholeRows(block_.width, block_.height));
-        if (block_.mask)
-            row = std::min(row, mask_.wholeRows(block_.width, block_.height));
-        runInPlace(0, block_.width, row);
-        for (; row < block_.height && drawsIn(row); ++row)
-            runEdgeRow(row);
+        for (size_t row = 0; row < block_.height;) {
+            const size_t whole = wholeRows(row);
+            runInPlace(row, block_.width, whole);
+            row += whole;
+            if (row < block_.height && drawsIn(row))
+                runEdgeRow(row);
+            ++row;
+        }
     }
 
 private:
-    // Whether any pixel of a row can be drawn; if not, none of the later rows has one either.
-    bool drawsIn(size_t row) const { return dst_.left(row, 0) && (!block_.mask || mask_.left(row, 0)); }
+    // How many rows lie inside as a whole, in every image, counted from this one.
+    size_t wholeRows(size_t row) const {
+        const size_t rows = block_.height - row;
+        const size_t whole =
+            std::min(src_.wholeRows(row, block_.width, rows), dst_.wholeRows(row, block_.width, rows));
+        return block_.mask ? std::min(whole, mask_.wholeRows(row, block_.width, rows)) : whole;
+    }
+
+    // Whether any pixel of a row can be drawn.
+    bool drawsIn(size_t row) const {
+        return dst_.meets(row, block_.width) && (!block_.mask || mask_.meets(row, block_.width));
+    }
 
     void runEdgeRow(size_t row) const {
         const size_t whole =
@@ -187,7 +209,7 @@ void takeRow(uint8_t* copy, const Block& row) {
     const size_t bytes = row.width * row.dstBytes;
     size_t inside = bytes;
     if (row.bounds)
-        inside = std::min(bytes, static_cast<size_t>(std::max<ptrdiff_t>(row.bounds->dstEnd - row.dst, 0)));
+        inside = std::min(bytes, static_cast<size_t>(std::max<ptrdiff_t>(row.bounds->dst.end - row.dst, 0)));
     std::memcpy(copy, row.dst, inside);
     std::memset(copy + inside, 0, bytes - inside);
 }

@@ -11,11 +11,17 @@
 
 namespace ormsel {
 
+// An image's memory: from its first byte to behind its last pixel, and the exact pitch. A negative one leads
+// from row to row upwards.
+struct Memory {
+    const uint8_t *begin, *end;
+    ptrdiff_t pitch;
+};
+
 // The memory of a context's images, for a blit that could leave them, or whose pitches don't fit the signed
-// 16 bits that routines take them as: exact pitches, and the byte behind each image's last pixel.
+// 16 bits that routines take them as.
 struct Bounds {
-    ptrdiff_t srcPitch, dstPitch, maskPitch;
-    const uint8_t *srcEnd, *dstEnd, *maskEnd;
+    Memory src, dst, mask;
     bool onBoard = false; // the destination is graphics-card memory, whatever the context says
 };
 
@@ -53,8 +59,8 @@ using KernelChoice = Kernel (*)(const Block& block);
 inline Block blockOf(const BltContext& ctx, const Bounds* bounds, uint32_t srcBytes, uint32_t dstBytes,
                      uint32_t unit) {
     Block b;
-    b.srcPitch = bounds ? bounds->srcPitch : ctx.src.pitch;
-    b.dstPitch = b.oldPitch = bounds ? bounds->dstPitch : ctx.dst.pitch;
+    b.srcPitch = bounds ? bounds->src.pitch : ctx.src.pitch;
+    b.dstPitch = b.oldPitch = bounds ? bounds->dst.pitch : ctx.dst.pitch;
     b.src = ctx.src.pixels + ctx.srcY * b.srcPitch + ctx.srcX * static_cast<ptrdiff_t>(srcBytes);
     b.old = b.dst = ctx.dst.pixels + ctx.dstY * b.dstPitch + ctx.dstX * static_cast<ptrdiff_t>(dstBytes);
     b.mask = nullptr;
@@ -76,7 +82,7 @@ inline Block blockOf(const BltContext& ctx, const Bounds* bounds, uint32_t srcBy
 
 // Adds the context's mask, which has the source's coordinates.
 inline void addMask(Block& b, const BltContext& ctx) {
-    b.maskPitch = b.bounds ? b.bounds->maskPitch : ctx.maskPitch;
+    b.maskPitch = b.bounds ? b.bounds->mask.pitch : ctx.maskPitch;
     b.mask = ctx.maskPixels + ctx.srcY * b.maskPitch + ctx.srcX;
 }
 

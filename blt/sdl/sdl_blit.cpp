@@ -14,7 +14,7 @@ namespace {
 // SDL is sooner done with this many pixels: by their own alpha, and by a surface's alpha or colour key. For
 // 32-bit processors its library may have been built with vector code, which rounds in its own way.
 constexpr bool kSdlIsPlainC = sizeof(void*) == 8;
-constexpr int kFewByPixel = kSdlIsPlainC ? 16 : 0, kFewBySurface = kSdlIsPlainC ? 64 : 0;
+constexpr uint32_t kFewByPixel = kSdlIsPlainC ? 16 : 0, kFewBySurface = kSdlIsPlainC ? 64 : 0;
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 constexpr uint32_t kSpecial =
@@ -100,7 +100,8 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
         return false;
     b.weight = 255;
     const bool onto32 = b.to == SdlLayout::k32, onto16 = to.BytesPerPixel == 2;
-    const bool encodes = src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY);
+    const bool encodes =
+        src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY) && from.BitsPerPixel == 32;
     if (from.Amask == 0xFF000000 && !encodes) {
         b.tidy = onto32
                      ? sameColours(from, to)
@@ -154,6 +155,12 @@ bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& 
     return true;
 }
 
+// Whether SDL's own steps from row to row, which it counts in whole pixels of 2 and 4 bytes, lead astray.
+bool drifts(const SDL_Surface& s) {
+    const int bytes = s.format->BytesPerPixel;
+    return bytes != 3 && s.pitch & (bytes - 1);
+}
+
 // Finds the rule for a pair of surfaces. False: SDL's.
 bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     if ((src.flags | dst.flags) & kSpecial || src.offset || dst.offset)
@@ -166,7 +173,7 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     b.to = layoutOf(to);
     b.perPixel = perPixel;
     b.tidy = false;
-    if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone)
+    if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone || drifts(src) || drifts(dst))
         return false;
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
@@ -175,8 +182,9 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
 struct Side {
     int from, size; // in the source
 
-    // `at` is the position in the destination, which SDL keeps in 16 bits.
-    void clip(Sint16& at, int sourceSize, int clipAt, int clipSize) {
+    // `at` is the position in the destination, which SDL keeps in 16 bits; it may be the clip rectangle's
+    // own.
+    void clip(Sint16& at, int sourceSize, const Sint16& clipAt, const Uint16& clipSize) {
         if (from < 0) {
             size += from;
             at = static_cast<Sint16>(at - from);
@@ -198,7 +206,7 @@ struct Side {
 
 // Where a surface's pixels lie, in bytes from the first.
 bool hasRectangle(const SDL_Surface& s, int x, int y, int width, int height) {
-    return s.pixels && x >= 0 && y >= 0 && x + width <= s.w && y + height <= s.h &&
+    return s.pixels && x >= 0 && y >= 0 && x + width <= s.w && y + height <= s.h && s.w <= s.pitch &&
            s.w * s.format->BytesPerPixel <= s.pitch;
 }
 
@@ -243,7 +251,7 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
 
 int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
     ormsel::SdlBlit blit;
-    return src && dst && ormsel::choose(blit, *src, *dst);
+    return src && dst && src->format && dst->format && ormsel::choose(blit, *src, *dst);
 }
 
 int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
@@ -267,7 +275,8 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     drawn.h = static_cast<Uint16>(y.size);
     SDL_Rect part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
     // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const bool few = x.size * y.size <= (src->format->Amask ? kFewByPixel : kFewBySurface) &&
-                     !(src->flags & SDL_RLEACCELOK);
+    const uint32_t pixels = static_cast<uint32_t>(x.size) * static_cast<uint32_t>(y.size);
+    const bool few =
+        pixels <= (src->format->Amask ? kFewByPixel : kFewBySurface) && !(src->flags & SDL_RLEACCELOK);
     return few ? SDL_LowerBlit(src, &part, dst, &drawn) : drawClipped(src, &part, dst, &drawn);
 }

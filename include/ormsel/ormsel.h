@@ -38,7 +38,8 @@
  *
  * **Memory safety**: no byte outside an image's memory is read or written. The memory begins with the first
  * pixel and ends behind the last pixel of the last row, or after pitch times height bytes where that is
- * less; so a surface may be a view of a part of another one. A byte outside counts as 0. A mask may be
+ * less; so a surface may be a view of a part of another one. An image without rows or columns has none. A
+ * bitmap with a negative pitch is stored from its last row up. A byte outside counts as 0. A mask may be
  * smaller than the source: rows that it doesn't have draw nothing, and where its rows are shorter than the
  * rectangle, whatever follows in its memory counts.
  *

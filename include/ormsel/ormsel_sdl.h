@@ -35,6 +35,11 @@ extern "C" {
  *
  * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so.
  *
+ * Formats and flags count as they are at the call, also those that a program has set by hand. SDL keeps what it
+ * chose at a pair's first blit until SDL_SetAlpha(), SDL_SetColorKey() or another destination makes it choose
+ * anew: a program that writes to `flags` or `format->alpha` between two blits sees them at once here, and with
+ * SDL later or never.
+ *
  * Nothing is allocated, locked or kept between calls. Safe from any thread, as long as no other thread uses
  * one of the surfaces.
  *
@@ -51,7 +56,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
 /**
  * Tells whether ormsel_BlitSurface() draws blits between two surfaces itself, as their formats and flags are
  * now. Locks have no part in it.
- * @return 1 or 0; 0 also for NULL
+ * @return 1 or 0; 0 also for NULL and for a surface without a format
  */
 int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) ORMSEL_NOEXCEPT;
 

@@ -21,7 +21,7 @@ extern "C" {
  *               15 RGBFB_R5G5B5, 16 RGBFB_R5G6B5, up to 32 RGBFB_A8R8G8B8
  * @param flags  BMF_... bits
  * @param friendOrTags NULL; or a bitmap whose format to take; or with BMF_CHECKVALUE a tag list
- * @return NULL when memory is short, a size out of range, the format unknown, or a row longer than 65535
+ * @return NULL when memory is short, a size out of range, the format unknown, or a row longer than 32767
  *         bytes; freed with FreeBitMap()
  */
 struct BitMap* AllocBitMap(uint32 width, uint32 height, uint32 depth, uint32 flags, const void* friendOrTags)
