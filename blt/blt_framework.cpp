@@ -62,7 +62,8 @@ Memory memoryOf(const uint8_t* pixels, int16_t pitch16, uint32_t bytes, Dims ima
     if (!pixels || image.width <= 0 || image.height <= 0)
         return {pixels, pixels, pitch};
     const uint8_t* const last = pixels + pitch * (image.height - 1);
-    const ptrdiff_t row = std::min(std::abs(pitch), static_cast<ptrdiff_t>(image.width) * ptrdiff_t{bytes});
+    const ptrdiff_t row =
+        std::min(std::abs(pitch), static_cast<ptrdiff_t>(image.width) * static_cast<ptrdiff_t>(bytes));
     return {std::min(pixels, last), std::max(pixels, last) + row, pitch};
 }
 
