@@ -95,11 +95,12 @@ bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
 } // namespace
 
 unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
-    if (staysInside(ctx, src, dst, mask))
+    if (staysInside(ctx, src, dst, mask) && !dst.inVideoMemory)
         return ctx.maskPixels ? BLT_FallbackBltMaskContext(&ctx) : BLT_FallbackBltContext(&ctx);
     const Bounds bounds = {.src = memoryOf(ctx.src.pixels, ctx.src.pitch, ctx.src.bytesPerPixel, src),
                            .dst = memoryOf(ctx.dst.pixels, ctx.dst.pitch, ctx.dst.bytesPerPixel, dst),
-                           .mask = memoryOf(ctx.maskPixels, ctx.maskPitch, 1, mask)};
+                           .mask = memoryOf(ctx.maskPixels, ctx.maskPitch, 1, mask),
+                           .onBoard = dst.inVideoMemory};
     return ctx.maskPixels ? dispatchMaskInside(ctx, bounds) : dispatchInside(ctx, bounds);
 }
 

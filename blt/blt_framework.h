@@ -12,10 +12,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <ext/atomicity.h>
 #include <type_traits>
 
 #include <SDL.h>
+#if __has_include(<sys/single_threaded.h>)
+#    include <sys/single_threaded.h>
+#endif
 
 #include <ormsel/ormsel.h>
 
@@ -77,15 +79,26 @@ inline bool isImage(const BitMap* bitmap, const char* role) {
 [[gnu::cold]] void lockShared(SDL_Surface* surface);
 [[gnu::cold]] void unlockShared(SDL_Surface* surface);
 
+// Whether the program has never had a second thread. C libraries that don't tell leave it open.
+#if __has_include(<sys/single_threaded.h>)
+ORMSEL_INTO_CALLER bool isSingleThreaded() {
+    return __libc_single_threaded;
+}
+#else
+ORMSEL_INTO_CALLER bool isSingleThreaded() {
+    return false;
+}
+#endif
+
 ORMSEL_INTO_CALLER void lock(SDL_Surface* surface) {
-    if (__gnu_cxx::__is_single_threaded()) [[likely]]
+    if (isSingleThreaded()) [[likely]]
         SDL_LockSurface(surface);
     else
         lockShared(surface);
 }
 
 ORMSEL_INTO_CALLER void unlock(SDL_Surface* surface, uint32_t) {
-    if (__gnu_cxx::__is_single_threaded()) [[likely]]
+    if (isSingleThreaded()) [[likely]]
         SDL_UnlockSurface(surface);
     else
         unlockShared(surface);
@@ -278,11 +291,20 @@ namespace ormsel {
 struct Dims {
     long width, height;
     bool pitchIsSigned;
+    bool inVideoMemory; // a surface; a bitmap's context says so itself
 };
+
+inline bool isInVideoMemory(const SDL_Surface* surface) {
+    return surface && surface->flags & SDL_HWSURFACE;
+}
+template <class Image>
+bool isInVideoMemory(const Image*) {
+    return false;
+}
 
 template <class Image>
 Dims dimsOf(Image* image) {
-    Dims dims = {0, 0, std::is_same_v<Image, BitMap>};
+    Dims dims = {0, 0, std::is_same_v<Image, BitMap>, isInVideoMemory(image)};
     if (image)
         BLT_GetBitmapDims(image, dims.width, dims.height);
     return dims;
@@ -303,8 +325,8 @@ ORMSEL_INTO_CALLER bool staysInside(const BltContext& ctx, bool masked, unsigned
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
-// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside. Cold: what needs
-// it can take the longer way there.
+// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside; or onto a surface in
+// video memory, of which the context says nothing. Cold: what needs it can take the longer way there.
 [[gnu::cold]] unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
 
 // Whether locking gave every image's pixels. If not, says which has none.
@@ -328,7 +350,7 @@ ORMSEL_INTO_CALLER unsigned long BLT_BltAlphaT(Src* src, short srcX, short srcY,
     unsigned long result = 0;
     if (BLT_InitContext(ctx, src, dst, srcX, srcY, dstX, dstY, width, height, mask, alpha, flags) &&
         ormsel::havePixels(ctx, mask != nullptr)) {
-        if (ormsel::staysInside(ctx, mask != nullptr, flags)) [[likely]]
+        if (ormsel::staysInside(ctx, mask != nullptr, flags) && !ormsel::isInVideoMemory(dst)) [[likely]]
             result = BLT_FallbackBltContext(&ctx);
         else
             result = ormsel::runInside(ctx, ormsel::dimsOf(src), ormsel::dimsOf(dst), ormsel::dimsOf(mask));

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include <gtest/gtest.h>
+#include <sys/mman.h>
 
 #include <ormsel/ormsel.h>
 #include <ormsel/ormsel_target.h>
@@ -266,6 +267,32 @@ TEST(Contract, LocksThatWaitStopNobody) {
         if (thread.wait_for(std::chrono::minutes(2)) != std::future_status::ready) {
             std::cerr << "The threads stand still.\n";
             std::abort(); // they can't be ended
+        }
+}
+
+// In graphics-card memory nothing is touched that isn't drawn: a page without access shows it. In main memory a
+// row of vectors may be written back as it is, and the best target does so.
+TEST(Contract, VideoMemoryIsTouchedWhereSomethingIsDrawn) {
+    const Arena arena(1, Arena::page());
+    std::vector<uint8_t> clear(64 * 4, 0);
+    for (const uint32_t onto : {RGBFB_A8R8G8B8, RGBFB_R5G6B5, RGBFB_R5G5B5, RGBFB_R8G8B8})
+        for (const bool masked : {false, true}) {
+            const Kind kind = surfaceKind(onto);
+            const Picture src(surfaceKind(RGBFB_A8R8G8B8), clear.data(), 64, 1, 256),
+                mask(kSurfaceMask, clear.data(), 64, 1, 64), surface(kind, arena.at(arena.begin()), 64, 2, 256),
+                bitmap(bitmapKind(onto), arena.at(arena.begin()), 64, 2, 256, true);
+            model::Blit blit = Images::request();
+            blit.width = 64, blit.height = 1;
+            surface.sdl()->flags |= SDL_HWSURFACE;
+            arena.protect({arena.begin(), arena.begin() + arena.size()}, PROT_NONE);
+            EXPECT_FALSE(faults([&] { kSurfaceMasked.call({blit, src, surface, masked ? mask : Picture()}); }))
+                << "onto a surface of format " << onto << (masked ? " through a mask" : "");
+            if (onto != RGBFB_R5G6B5) { // whose rows are copied
+                EXPECT_FALSE(faults([&] { kSurfaceToBitmap.call({blit, src, bitmap, {}}); }))
+                    << "onto a bitmap of format " << onto;
+            }
+            arena.protect({arena.begin(), arena.begin() + arena.size()}, PROT_READ | PROT_WRITE);
+            surface.sdl()->flags &= ~static_cast<Uint32>(SDL_HWSURFACE);
         }
 }
 
