@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The list of vector targets, best first. The build reads it, too: which flags the vector kernels are compiled
-// with, and which targets the tests run on.
+// The list of vector targets, best first. cmake/Targets.cmake reads it, too: which flags the vector kernels are
+// compiled with, and which targets the tests run on.
 #pragma once
 
 // TARGET(name, highway, isAvailable, processors, flags)
@@ -19,8 +19,8 @@
     TARGET(avx2, AVX2, hasAvx2, "^(x86_64|AMD64|i[3-6]86)$", "")                                             \
     TARGET(sse4, SSE4, hasSse4, "^(x86_64|AMD64|i[3-6]86)$", "")                                             \
     TARGET(neon, NEON, isAlwaysThere, "^(aarch64|arm64)$", "-march=armv8-a+crypto")                          \
-    TARGET(neon, NEON, isAlwaysThere, "^arm(hf|v7)", "-mfp16-format=ieee")                                   \
-    TARGET(altivec, ALTIVEC, hasAltivec, "^(powerpc|ppc)(64)?$", "-mabi=altivec;-fno-sched-interblock")
+    TARGET(neon, NEON, isAlwaysThere, "^arm(hf|v[78])", "-mfp16-format=ieee")                                   \
+    TARGET(altivec, ALTIVEC, hasAltivec, "^(powerpc|ppc)(64)?$", "-mabi=altivec -fno-sched-interblock")
 
 #ifdef ORMSEL_ALTIVEC
 #    include "altivec-inl.h"

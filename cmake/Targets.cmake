@@ -1,0 +1,21 @@
+# SPDX-License-Identifier: Zlib
+# The vector targets of this processor, from the list in blt/kernels/targets.h: ORMSEL_VECTOR_TARGETS, their names, and
+# ORMSEL_VECTOR_FLAGS, what the kernels are compiled with.
+set(ORMSEL_VECTOR_TARGETS "")
+set(ORMSEL_VECTOR_FLAGS "")
+set(list "${CMAKE_CURRENT_LIST_DIR}/../blt/kernels/targets.h")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
+file(STRINGS "${list}" rows REGEX "^ +TARGET\\(")
+foreach(row IN LISTS rows)
+    if(NOT row MATCHES "TARGET\\(([a-z0-9]+), [A-Z0-9]+, [A-Za-z0-9]+, \"([^\"]*)\", \"([^\"]*)\"\\)")
+        message(FATAL_ERROR "blt/kernels/targets.h has a row that can't be read: ${row}")
+    endif()
+    set(name "${CMAKE_MATCH_1}")
+    set(processors "${CMAKE_MATCH_2}")
+    set(flags "${CMAKE_MATCH_3}")
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "${processors}" AND NOT ORMSEL_SCALAR_ONLY)
+        list(APPEND ORMSEL_VECTOR_TARGETS "${name}")
+        separate_arguments(flags)
+        list(APPEND ORMSEL_VECTOR_FLAGS ${flags})
+    endif()
+endforeach()
