@@ -95,9 +95,13 @@ const GenericRoute& genericRoute(const BltContext& ctx) {
 }
 
 // Not part of the dispatcher, which needs no registers of its own then.
-[[gnu::noinline]] unsigned long runGeneric(const BltContext* ctx) {
-    const GenericRoute& route = genericRoute(*ctx);
-    return route.run(route.routine, ctx);
+[[gnu::noinline]] unsigned long runGeneric(const BltContext& ctx, const Bounds* bounds) {
+    const GenericRoute& route = genericRoute(ctx);
+    return bounds ? drawInside(route, ctx, *bounds, false) : route.run(route.routine, &ctx);
+}
+
+unsigned long drawNothing(const BltContext&, const Bounds*) {
+    return 0;
 }
 
 // All codes of formats are below this one.
@@ -108,66 +112,51 @@ constexpr uint32_t kCodes = [] {
     return end;
 }();
 
-unsigned long drawNothing(const BltContext*) {
-    return 0;
-}
+// What serves a context, by its operation and the formats of source and destination: a switch would take several
+// jumps.
+class Routines {
+public:
+    using Routine = unsigned long (*)(const BltContext& ctx, const Bounds* bounds);
 
-// A route's routine: the one that has a name, or, for operations other than blending, the one made here.
-template <Operation Op, class Src, class Dst>
-constexpr BltRoutine routineOf(BltRoutine named) {
-    if constexpr (Op == Operation::kBlend)
-        return named;
-    else
-        return [](const BltContext* ctx) { return runRoute<Route<Op, Src, Dst>>(*ctx, nullptr); };
-}
-
-// The routines by the operation and the formats of source and destination: a switch would take several jumps.
-struct Routines {
-    BltRoutine of[kOperationCount][kCodes][kCodes];
-
-    constexpr Routines() : of() {
+    constexpr Routines() : of_() {
         for (size_t operation = 0; operation < kOperationCount; ++operation)
-            for (auto& row : of[operation])
-                for (BltRoutine& routine : row)
-                    routine = operation == static_cast<size_t>(Operation::kBlend) ? runGeneric : drawNothing;
+            for (auto& row : of_[operation])
+                std::fill(std::begin(row), std::end(row), anyPair(static_cast<Operation>(operation)));
 #define ROW(operation, Src, Dst, Rule)                                                                       \
-    of[static_cast<size_t>(Operation::k##operation)][Src::kFormat.code][Dst::kFormat.code] =                 \
-        routineOf<Operation::k##operation, Src, Dst>(BLT_##Src##_##Dst);
+    of_[static_cast<size_t>(Operation::k##operation)][Src::kFormat.code][Dst::kFormat.code] =                \
+        runRoute<Route<Operation::k##operation, Src, Dst>>;
         ORMSEL_ROUTES(ROW)
 #undef ROW
     }
+
+    Routine of(const BltContext& ctx) const {
+        const uint32_t src = ctx.src.format, dst = ctx.dst.format;
+        const Operation operation = operationOf(ctx.flags);
+        return src < kCodes && dst < kCodes ? of_[static_cast<size_t>(operation)][src][dst]
+                                            : anyPair(operation);
+    }
+
+private:
+    static constexpr Routine anyPair(Operation operation) {
+        return operation == Operation::kBlend ? runGeneric : drawNothing;
+    }
+
+    Routine of_[kOperationCount][kCodes][kCodes];
 };
 constexpr Routines kRoutines;
-
-// What tells routes apart, in one number.
-constexpr uint64_t keyOf(Operation operation, uint32_t src, uint32_t dst) {
-    return uint64_t{src} << 32 | uint64_t{dst} << 8 | static_cast<uint64_t>(operation);
-}
 
 } // namespace
 
 unsigned long BLT_FallbackBltContext(const BltContext* ctx) {
-    const uint32_t src = ctx->src.format, dst = ctx->dst.format;
-    const Operation operation = operationOf(ctx->flags);
-    if (src < kCodes && dst < kCodes) [[likely]]
-        return kRoutines.of[static_cast<size_t>(operation)][src][dst](ctx);
-    return operation == Operation::kBlend ? runGeneric(ctx) : 0;
+    return kRoutines.of(*ctx)(*ctx, nullptr);
+}
+
+unsigned long ormsel::dispatchInside(const BltContext& ctx, const Bounds& bounds) {
+    return kRoutines.of(ctx)(ctx, &bounds);
 }
 
 const GenericRoute& ormsel::routeByDepths(const BltContext& ctx) {
     return kRoutesByDepth[depthIndex(ctx.srcBpp)][depthIndex(ctx.dstBpp)];
-}
-
-unsigned long ormsel::dispatchInside(const BltContext& ctx, const Bounds& bounds) {
-    const Operation operation = operationOf(ctx.flags);
-    switch (keyOf(operation, ctx.src.format, ctx.dst.format)) {
-#define ROW(operation, Src, Dst, Rule)                                                                       \
-    case keyOf(Operation::k##operation, Src::kFormat.code, Dst::kFormat.code):                               \
-        return runRoute<Route<Operation::k##operation, Src, Dst>>(ctx, &bounds);
-        ORMSEL_ROUTES(ROW)
-#undef ROW
-    }
-    return operation == Operation::kBlend ? drawInside(genericRoute(ctx), ctx, bounds, false) : 0;
 }
 
 template unsigned long BLT_FallbackBltT<Short, Short>(const BltContext*, unsigned char);

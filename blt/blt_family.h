@@ -27,7 +27,7 @@ ORMSEL_INTO_CALLER void drawByRule(const BltContext& ctx, const Bounds* bounds) 
     if (const size_t bytes = Rule::rowCopyBytes(block.width, Rule::fades(ctx.alpha), onBoard)) [[unlikely]]
         drawWithRowCopy(block, kChoose, bytes, onBoard);
     else
-        drawBlock<kChoose>(block, bounds);
+        bounds ? drawInPieces(block, kChoose) : kChoose(block)(block);
 }
 
 // --- Raw copies ---------------------------------------------------------------------------------------
@@ -61,7 +61,7 @@ inline void copyRows(const Block& b) {
 
 template <size_t PixelBytes>
 Kernel kernelOfCopy(const Block& block) {
-    return orderIsFree(block) ? copyRows : copyRowsInUnits<PixelBytes>;
+    return isOrderIndependent(block) ? copyRows : copyRowsInUnits<PixelBytes>;
 }
 
 template <size_t PixelBytes>

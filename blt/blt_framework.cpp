@@ -81,7 +81,7 @@ bool rowsStayInside(int32_t x, int32_t width, uint32_t bytes, int16_t pitch, Dim
 
 // Whether no routine can leave the images, whatever the blit: with what a routine touches behind a row, and
 // through a mask.
-bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
+bool touchesImagesAlone(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
     // The raw copy takes up to two words more with each row, a store of a 24-bit pixel one byte.
     const int32_t copied = ctx.flags & ORMSEL_BLIT_COPY && ctx.width % 2 ? 8 : 0;
     const int32_t stored = ctx.dst.bytesPerPixel == 3 ? 1 : copied;
@@ -95,7 +95,7 @@ bool staysInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
 } // namespace
 
 unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask) {
-    if (staysInside(ctx, src, dst, mask) && !dst.inVideoMemory)
+    if (touchesImagesAlone(ctx, src, dst, mask) && !dst.inVideoMemory)
         return ctx.maskPixels ? BLT_FallbackBltMaskContext(&ctx) : BLT_FallbackBltContext(&ctx);
     const Bounds bounds = {.src = memoryOf(ctx.src.pixels, ctx.src.pitch, ctx.src.bytesPerPixel, src),
                            .dst = memoryOf(ctx.dst.pixels, ctx.dst.pitch, ctx.dst.bytesPerPixel, dst),

@@ -24,7 +24,7 @@ namespace {
 constexpr char kDashes[] = "---------------------------------------------------";
 constexpr char kBanner[] = "Running korvalen - Amiga native version";
 
-// Minterm.
+// The minterm of a blit that copies its source as it is.
 constexpr uint32 kPlainCopy = 0xC0;
 
 enum RawKey : uint16 {

@@ -10,12 +10,12 @@ HWY_INLINE bool beginOnVectors(const uint8_t* p, ptrdiff_t pitch) {
     return (reinterpret_cast<uintptr_t>(p) | static_cast<uintptr_t>(pitch)) % HWY_MAX_BYTES == 0;
 }
 
-// Draws rows of at least kPixels.
-template <class Step>
-HWY_INLINE void drawRows(const Rows& block, const Step& inMemory) {
+// The kernel of a step, for rows of at least kPixels.
+template <class Step, class Block>
+void drawRows(const Block& block) {
     constexpr size_t kPixels = Step::kPixels;
     constexpr bool kHas24 = Step::kSrcBytes == 3 || Step::kDstBytes == 3;
-    const Step step = inMemory; // in registers
+    const Step step(block);
     const Rows all = withoutGaps(block, Step::kSrcBytes, Step::kDstBytes);
     const size_t left = all.width % kPixels, end = left ? all.width - left - kPixels : all.width;
     Row<Step> row{all.src, all.dst, all.mask ? all.mask : all.src};

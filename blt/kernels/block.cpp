@@ -20,7 +20,7 @@ bool columnsApart(uintptr_t low, size_t lowBytes, uintptr_t high, size_t highByt
 
 } // namespace
 
-bool orderIsFreeInOneMemory(const Block& b) {
+bool isOrderIndependentInOneMemory(const Block& b) {
     const size_t srcRow = b.width * b.srcBytes, dstRow = b.width * b.dstBytes + (b.dstBytes == 3);
     const Span dst(b.dst, b.dstPitch, b.height, dstRow);
     if (b.mask && Span(b.mask, b.maskPitch, b.height, b.width).meets(dst))
@@ -196,7 +196,7 @@ private:
 
 } // namespace
 
-void runInside(const Block& block, KernelChoice choose) {
+void drawInPieces(const Block& block, KernelChoice choose) {
     PieceRunner(block, choose).run();
 }
 
@@ -215,7 +215,7 @@ void takeRow(uint8_t* copy, const Block& row) {
 }
 
 void draw(const Block& block, KernelChoice choose) {
-    block.bounds ? runInside(block, choose) : choose(block)(block);
+    block.bounds ? drawInPieces(block, choose) : choose(block)(block);
 }
 
 } // namespace

@@ -104,30 +104,29 @@ struct Span {
     bool meets(const Span& other) const { return begin < other.end && other.begin < end; }
 };
 
-// Whether the order of pixels is free, as orderIsFree() has it, in a block that writes to memory which it
-// reads.
-bool orderIsFreeInOneMemory(const Block& block);
+// isOrderIndependent() for a block that writes to memory that it also reads.
+bool isOrderIndependentInOneMemory(const Block& block);
 
-// Whether pixels may be read and written in any grouping from left to right and top to bottom: the memory
-// that the block writes is none of that which it reads from its source and mask, or is read first.
-inline bool orderIsFree(const Block& b) {
+// Whether pixels may be read and written in groups of any size, from left to right and top to bottom: the block
+// writes none of the memory that it reads from its source and mask, or reads it before.
+inline bool isOrderIndependent(const Block& b) {
     // A store of a 24-bit pixel writes one byte behind it.
     const Span dst(b.dst, b.dstPitch, b.height, b.width * b.dstBytes + 1);
     const bool apart = !Span(b.src, b.srcPitch, b.height, b.width * b.srcBytes).meets(dst) &&
                        !(b.mask && Span(b.mask, b.maskPitch, b.height, b.width).meets(dst));
-    return apart || orderIsFreeInOneMemory(b);
+    return apart || isOrderIndependentInOneMemory(b);
 }
 
 // Draws a block that has bounds; one that has none goes to its kernel as it is. Pixels that don't lie inside as
 // a whole, with all that is read or written behind them, go through a few bytes of stack: bytes outside read as
 // 0 and are not written. Each piece gets a kernel of its own choice.
-void runInside(const Block& block, KernelChoice choose);
+void drawInPieces(const Block& block, KernelChoice choose);
 
 // Draws a block. bounds are the block's own, given once more: most callers know of none, and no test is left
 // then.
 template <KernelChoice Choose>
 void drawBlock(const Block& block, const Bounds* bounds) {
-    bounds ? runInside(block, Choose) : Choose(block)(block);
+    bounds ? drawInPieces(block, Choose) : Choose(block)(block);
 }
 
 // Draws a block whose old pixels come from a row copy, a buffer of so many bytes of main memory. Reading

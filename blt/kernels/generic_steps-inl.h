@@ -13,6 +13,8 @@
 #        define ORMSEL_GENERIC_STEPS_INL_H
 #    endif
 
+#    include <array>
+
 #    include "generic.h"
 #    include "steps-inl.h"
 
@@ -164,6 +166,11 @@ public:
     HWY_INLINE ZeroBehind() : before_(hn::Zero(D32())) {}
 
     template <class Step, class At>
+    HWY_INLINE void store(const Step& step, At at, const std::array<Drawn24, 2>& two, uint8_t* dst) {
+        store(step, at, two[0], dst);
+        store(step, at, two[1], dst + 3 * kLanes32);
+    }
+    template <class Step, class At>
     HWY_INLINE void store(const Step&, At, const Drawn24& w, uint8_t* dst) {
         const D32 d32;
         const V32 firstByte = hn::Set(d32, kBigEndian ? 0x00FF0000 : 0x000000FF);
@@ -187,12 +194,10 @@ private:
 };
 
 template <int DstBytes>
-struct GenericRow {
-    using Row = OneByOne;
-};
+struct WithState {};
 template <>
-struct GenericRow<3> {
-    using Row = ZeroBehind;
+struct WithState<3> {
+    using State = ZeroBehind;
 };
 
 // A8R8G8B8 pixels into the destination.
@@ -256,7 +261,7 @@ template <int SrcBytes, AlphaSource Alpha>
 concept HasAlphas = Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4);
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
-struct BytesOntoBytesStep : VectorStep, GenericRow<DstBytes> {
+struct BytesOntoBytesStep : VectorStep, WithState<DstBytes> {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes;
 
     GenericFormat src;
@@ -282,17 +287,8 @@ struct BytesOntoBytesStep : VectorStep, GenericRow<DstBytes> {
 
 // From a 16-bit source, whose alpha is filled or plays no part: twice as many pixels.
 template <int DstBytes, AlphaSource Alpha>
-struct ShortOntoBytesStep : VectorStep {
+struct ShortOntoBytesStep : VectorStep, WithState<DstBytes> {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = DstBytes;
-
-    // Two vectors of pixels, each stored with regard to the one before.
-    struct Row : GenericRow<DstBytes>::Row {
-        template <class Pair, class At>
-        HWY_INLINE void store(const ShortOntoBytesStep& step, At at, const Pair& drawn, uint8_t* dst) {
-            GenericRow<DstBytes>::Row::store(step, at, drawn.first, dst);
-            GenericRow<DstBytes>::Row::store(step, at, drawn.second, dst + DstBytes * kLanes32);
-        }
-    };
 
     ShortColours src;
     OntoBytes<DstBytes, Alpha> onto;
@@ -306,16 +302,13 @@ struct ShortOntoBytesStep : VectorStep {
         const V16 pixels = orderForZip(At::load(D16(), s));
         const Zipped argb(hn::Or(src.g.extract(pixels), hn::ShiftRight<8>(src.b.extract(pixels))),
                           hn::Or(fill, hn::ShiftRight<8>(src.r.extract(pixels))));
-        const auto first = onto.draw(at, argb.first, d, mask);
-        return Pair<decltype(first)>{
-            first, onto.draw(at, argb.second, d + DstBytes * kLanes32, mask + kLanes32)};
+        const auto first = onto.draw(at, argb.first, d, mask),
+                   second = onto.draw(at, argb.second, d + DstBytes * kLanes32, mask + kLanes32);
+        if constexpr (DstBytes == 4)
+            return Zipped(first, second);
+        else
+            return std::array{first, second};
     }
-
-private:
-    template <class T>
-    struct Pair {
-        T first, second;
-    };
 };
 
 // --- Onto 16 bits -------------------------------------------------------------------------------------
@@ -429,15 +422,9 @@ using GenericStep =
                        std::conditional_t<SrcBytes == 2, ShortOntoBytesStep<DstBytes, Alpha>,
                                           BytesOntoBytesStep<SrcBytes, DstBytes, Alpha>>>;
 
-template <class Step>
-void drawGenericRows(const Block& block) {
-    drawRows(block, Step(block));
-}
-
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
 Kernel rowsBy(const Block& b) {
-    using Step = GenericStep<SrcBytes, DstBytes, Alpha>;
-    return b.width < Step::kPixels ? kNarrowerKernels.generic(b) : drawGenericRows<Step>;
+    return kernelBy<GenericStep<SrcBytes, DstBytes, Alpha>>(b, kNarrowerKernels.generic);
 }
 
 template <AlphaSource Alpha>

@@ -46,7 +46,7 @@ constexpr size_t kLeastPixels = 4;
 // nothing that they don't draw, where the block's images share memory in a way that shows the order, the
 // destination is graphics-card memory, or the rows are too short.
 inline const Kernels& kernelsFor(const Block& block) {
-    return block.width < kLeastPixels || block.onBoard || !orderIsFree(block) ? kScalarKernels
+    return block.width < kLeastPixels || block.onBoard || !isOrderIndependent(block) ? kScalarKernels
                                                                              : kernelsInUse();
 }
 

@@ -6,12 +6,13 @@
 // A row that is no whole number of vectors ends in one that overlaps with the one before. Both are blended
 // before either is stored, so that each pixel is blended once, from its old value.
 //
-// A step draws one vector of pixels by a rule. It has
+// A step draws one vector of pixels by a rule. It is made of the block, and has
 //   - kPixels, kSrcBytes, kDstBytes: how many pixels, and of how many bytes
 //   - draw(at, src, dst, mask): what the pixels at dst become; at as Anywhere in vec-inl.h
 //   - store(at, drawn, dst): stores that
 //   - perhaps isClear(at, src, mask): whether none of kRunPixels pixels is drawn
-//   - perhaps Row: what a step must know of the one before it; see OneByOne
+//   - perhaps State: what a step must know of the one before it in its row. state.store(step, at, drawn, dst)
+//     stores in store()'s place, and state.pause(dst) is told that nothing is drawn from dst on for a while
 
 #if defined(ORMSEL_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #    ifdef ORMSEL_ROWS_INL_H
@@ -79,24 +80,16 @@ struct VectorStep {
     }
 };
 
-// Pixels of which each is stored without regard to those beside it.
-struct OneByOne {
-    template <class Step, class At, class Drawn>
-    HWY_INLINE void store(const Step& step, At at, const Drawn& drawn, uint8_t* dst) {
-        step.store(at, drawn, dst);
-    }
-    // Nothing is drawn from here on for a while.
-    HWY_INLINE void pause(uint8_t*) {}
-};
+struct NoState {};
 
 template <class Step>
-struct RowOf {
-    using Type = OneByOne;
+struct StateOf {
+    using Type = NoState;
 };
 template <class Step>
-requires requires { typename Step::Row; }
-struct RowOf<Step> {
-    using Type = typename Step::Row;
+requires requires { typename Step::State; }
+struct StateOf<Step> {
+    using Type = typename Step::State;
 };
 
 // One row, with the distances between pixels that a step has.
@@ -107,7 +100,7 @@ struct Row {
     const uint8_t* src;
     uint8_t* dst;
     const uint8_t* mask;
-    typename RowOf<Step>::Type state{};
+    typename StateOf<Step>::Type state{};
 
     template <class At>
     HWY_INLINE auto draw(const Step& step, At at, size_t x) const {
@@ -115,9 +108,15 @@ struct Row {
     }
     template <class At, class Drawn>
     HWY_INLINE void store(const Step& step, At at, const Drawn& drawn, size_t x) {
-        state.store(step, at, drawn, dst + x * kDst);
+        if constexpr (requires { typename Step::State; })
+            state.store(step, at, drawn, dst + x * kDst);
+        else
+            step.store(at, drawn, dst + x * kDst);
     }
-    HWY_INLINE void pause(size_t x) { state.pause(dst + x * kDst); }
+    HWY_INLINE void pause(size_t x) {
+        if constexpr (requires { typename Step::State; })
+            state.pause(dst + x * kDst);
+    }
 
     // Whole vectors from one pixel to another.
     template <class At>
@@ -169,10 +168,11 @@ HWY_AFTER_NAMESPACE();
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
-// Draws rows of at least kPixels.
-template <class Step>
-HWY_INLINE void drawRows(const Rows& block, const Step& step) {
+// The kernel of a step, for rows of at least kPixels.
+template <class Step, class Block>
+void drawRows(const Block& block) {
     constexpr size_t kPixels = Step::kPixels;
+    const Step step(block);
     const Rows all = withoutGaps(block, Step::kSrcBytes, Step::kDstBytes);
     const size_t left = all.width % kPixels, end = left ? all.width - left - kPixels : all.width;
     Row<Step> row{all.src, all.dst, all.mask ? all.mask : all.src};

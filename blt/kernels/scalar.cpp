@@ -45,7 +45,7 @@ Kernel rowsOf(const Block& b) {
     if constexpr (kHasSteps && Rule::Source::kBytes != 3) { // no vector loads three bytes
         // The shortest steps pay where units are large: each unit is stored by a branch of its own.
         constexpr bool kShort = Rule::kUnit == 4;
-        if (b.width >= (kShort ? kShortStep : kStep) && orderIsFree(b)) {
+        if (b.width >= (kShort ? kShortStep : kStep) && isOrderIndependent(b)) {
             if constexpr (kShort)
                 return drawRows<Rule, kLongStep, kStep, kShortStep, Rule::kUnit, 1>;
             else

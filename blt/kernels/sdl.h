@@ -53,7 +53,7 @@ struct SdlBlit : Rows {
     bool marksFalling; // bit 24 is set where the channel in the low byte gets smaller
     bool tidy;      // what most games ask for, see below; of the rest, only the layouts count then
     SdlRule rule;
-    uint32_t weight;     // without per-pixel alpha: the alpha of every pixel
+    uint32_t constantAlpha; // without per-pixel alpha: the alpha of every pixel; else 255
     uint32_t alphaShift; // with it: where the source's alpha stands
     uint32_t key;
     uint32_t place;      // for each byte of the destination the number of the source's, or 0x80 for none

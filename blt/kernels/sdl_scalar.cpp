@@ -26,7 +26,7 @@ void sdlScalarKernel(const SdlBlit& blit) {
     if (b.tidy)
         return withSdlTidy(b, [&]<SdlLayout To, bool PerPixel>() {
             everyPixel<PerPixel ? SdlLayout::k32 : To, To>(
-                b, [&](const uint8_t* s, uint8_t* d) { sdlTidyPixel<To, PerPixel>(b.weight, s, d); });
+                b, [&](const uint8_t* s, uint8_t* d) { sdlTidyPixel<To, PerPixel>(b.constantAlpha, s, d); });
         });
     if (b.copies) {
         switch (sdlBytes(b.to)) {

@@ -85,7 +85,7 @@ inline uint32_t sdlMix(uint32_t s, uint32_t d, uint32_t w, uint32_t roundUp) {
 template <SdlLayout From, SdlLayout To, bool PerPixel>
 inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* src, uint8_t* dst) {
     const uint32_t s = loadPixel<sdlBytes(From)>(src);
-    uint32_t w = b.weight;
+    uint32_t w = b.constantAlpha;
     if constexpr (PerPixel) {
         const uint32_t alpha = s >> b.alphaShift & 0xFF;
         if (!alpha)

@@ -76,7 +76,7 @@ public:
     explicit HWY_INLINE SdlStep(const SdlBlit& b)
         : clearTest_(PerPixel ? 0xFFU << b.alphaShift : 0, 0), place_(shuffleOfBytes(b.place)),
           toWeight_(shuffleOfBytes(bytesFrom(b.alphaShift / 8, 0x80, b.alphaShift / 8, 0x80))),
-          weight_(hn::Set(D16(), static_cast<uint16_t>(b.weight))),
+          weight_(hn::Set(D16(), static_cast<uint16_t>(b.constantAlpha))),
           lastBlended_(hn::Set(D16(), static_cast<uint16_t>(b.rule.opaqueFrom - 1))),
           alphaBits_(hn::Set(D16(), static_cast<uint16_t>(b.rule.alphaBits))),
           roundUp_(hn::Set(D16(), static_cast<uint16_t>(b.rule.roundUp))), key_(hn::Set(D32(), b.key)),
@@ -142,7 +142,7 @@ private:
 struct SdlAlphaOnto32Step : VectorStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4;
 
-    explicit HWY_INLINE SdlAlphaOnto32Step(uint32_t) {}
+    explicit HWY_INLINE SdlAlphaOnto32Step(const SdlBlit&) {}
 
     template <class At>
     HWY_INLINE bool isClear(At at, const uint8_t* src, const uint8_t*) const {
@@ -168,8 +168,8 @@ struct SdlAlphaOnto32Step : VectorStep {
 struct SdlFadeOnto32Step : VectorStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4;
 
-    explicit HWY_INLINE SdlFadeOnto32Step(uint32_t alpha)
-        : weight(hn::Set(D16(), static_cast<uint16_t>(alpha))) {}
+    explicit HWY_INLINE SdlFadeOnto32Step(const SdlBlit& b)
+        : weight(hn::Set(D16(), static_cast<uint16_t>(b.constantAlpha))) {}
 
     template <class At>
     HWY_INLINE V32 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
@@ -228,12 +228,9 @@ private:
 // --- The choice ---------------------------------------------------------------------------------------
 
 // Draws a blit by a step; or leaves it to the next narrower target where its rows have less than one vector.
-template <class Step, class Argument>
-HWY_INLINE void sdlRows(const SdlBlit& b, Argument argument) {
-    if (b.width < Step::kPixels)
-        kNarrowerKernels.sdl(b);
-    else
-        drawRows(b, Step(argument));
+template <class Step>
+HWY_INLINE void drawSdlBlitBy(const SdlBlit& b) {
+    b.width < Step::kPixels ? kNarrowerKernels.sdl(b) : drawRows<Step, SdlBlit>(b);
 }
 
 template <SdlLayout To, bool PerPixel>
@@ -245,20 +242,20 @@ using SdlTidyStep = std::conditional_t<
 inline void sdlKernel(const SdlBlit& b) {
     if (b.tidy)
         return withSdlTidy(b, [&]<SdlLayout To, bool PerPixel>() HWY_ATTR {
-            sdlRows<SdlTidyStep<To, PerPixel>>(b, b.weight);
+            drawSdlBlitBy<SdlTidyStep<To, PerPixel>>(b);
         });
     if (b.copies) {
         switch (sdlBytes(b.to)) {
         case 4:
-            return sdlRows<SdlCopyStep<SdlLayout::k32>, const SdlBlit&>(b, b);
+            return drawSdlBlitBy<SdlCopyStep<SdlLayout::k32>>(b);
         case 3:
-            return sdlRows<SdlCopyStep<SdlLayout::k24>, const SdlBlit&>(b, b);
+            return drawSdlBlitBy<SdlCopyStep<SdlLayout::k24>>(b);
         default:
-            return sdlRows<SdlCopyStep<SdlLayout::kR5G6B5>, const SdlBlit&>(b, b);
+            return drawSdlBlitBy<SdlCopyStep<SdlLayout::kR5G6B5>>(b);
         }
     }
     withSdlLayouts(b, [&]<SdlLayout From, SdlLayout To, bool PerPixel>() HWY_ATTR {
-        sdlRows<SdlStep<From, To, PerPixel>, const SdlBlit&>(b, b);
+        drawSdlBlitBy<SdlStep<From, To, PerPixel>>(b);
     });
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The vector forms of the rules of routes. Each gives the scalar kernel's results bit for bit.
+// The vector forms of the rules of routes. Each gives the scalar kernel's results bit for bit. A step is made of
+// what has a constantAlpha: a block, or a blit by SDL's rules.
 
 #if defined(ORMSEL_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #    ifdef ORMSEL_STEPS_INL_H
@@ -24,9 +25,9 @@ template <class L, bool Faded>
 struct AlphaOntoA8R8G8B8Step : VectorStep {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = 4, kDstBytes = 4;
 
-    explicit HWY_INLINE AlphaOntoA8R8G8B8Step(uint32_t constantAlpha)
-        : clearTest(0xFFU << L::kA, 255 / constantAlpha), // A * C < 256
-          weights(constantAlpha),
+    explicit HWY_INLINE AlphaOntoA8R8G8B8Step(const auto& block)
+        : clearTest(0xFFU << L::kA, 255 / block.constantAlpha), // A * C < 256
+          weights(block.constantAlpha),
           toColours(shuffleOfBytes(bytesFrom(byteAt(L::kB), byteAt(L::kG), byteAt(L::kR), 0x80))) {}
 
     template <class At>
@@ -158,9 +159,9 @@ template <class To, class L, bool Faded>
 struct AlphaOntoFieldsStep : VectorStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2;
 
-    explicit HWY_INLINE AlphaOntoFieldsStep(uint32_t constantAlpha)
-        : clearTest(0xFFU << L::kA, Faded ? 2047 / constantAlpha : 7), // A * C < 2048
-          fade(constantAlpha) {
+    explicit HWY_INLINE AlphaOntoFieldsStep(const auto& block)
+        : clearTest(0xFFU << L::kA, Faded ? 2047 / block.constantAlpha : 7), // A * C < 2048
+          fade(block.constantAlpha) {
         // Green is below the middle, with alpha on top.
         static_assert(L::kA == 24 ? L::kG == 8 : L::kA == 0 && L::kG == 16);
     }
@@ -198,8 +199,8 @@ template <class L, bool Faded>
 struct OpaqueOntoR5G6B5Step : VectorStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 3, kDstBytes = 2;
 
-    explicit HWY_INLINE OpaqueOntoR5G6B5Step(uint32_t constantAlpha)
-        : weights(FieldWeights().ofAll(constantAlpha >> 3)) {}
+    explicit HWY_INLINE OpaqueOntoR5G6B5Step(const auto& block)
+        : weights(FieldWeights().ofAll(block.constantAlpha >> 3)) {}
 
     template <class At>
     HWY_INLINE V16 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
@@ -221,8 +222,8 @@ template <class L>
 struct FadedFieldsStep : VectorStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2;
 
-    explicit HWY_INLINE FadedFieldsStep(uint32_t constantAlpha)
-        : weights(FieldWeights().ofAll(constantAlpha >> 3)) {}
+    explicit HWY_INLINE FadedFieldsStep(const auto& block)
+        : weights(FieldWeights().ofAll(block.constantAlpha >> 3)) {}
 
     template <class At>
     HWY_INLINE V16 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
@@ -239,7 +240,7 @@ struct FadedFieldsStep : VectorStep {
 struct HalfOntoR5G6B5Step : VectorStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2;
 
-    explicit HWY_INLINE HalfOntoR5G6B5Step(uint32_t) {}
+    explicit HWY_INLINE HalfOntoR5G6B5Step(const auto&) {}
 
     template <class At>
     HWY_INLINE V16 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
@@ -273,27 +274,22 @@ struct StepOfRule<OpaqueOntoR5G6B5<R5G6B5, Faded>> {
     using Type = FadedFieldsStep<R5G6B5>;
 };
 
-template <class Step>
-void drawRoute(const Block& block) {
-    drawRows(block, Step(block.constantAlpha));
-}
-
 // The kernel that draws a block by a step, or that of the next narrower target where its rows have less than one
 // vector of pixels.
 template <class Step>
-Kernel routeKernelBy(const Block& b, KernelChoice narrower) {
-    return b.width < Step::kPixels ? narrower(b) : drawRoute<Step>;
+Kernel kernelBy(const Block& b, KernelChoice narrower) {
+    return b.width < Step::kPixels ? narrower(b) : drawRows<Step, Block>;
 }
 
 template <class Route>
 Kernel routeKernel(const Block& b) {
     const KernelChoice narrower = kNarrowerKernels.routes[Route::kIndex];
     if (!Route::Faded::fades(b.constantAlpha))
-        return routeKernelBy<typename StepOfRule<typename Route::Full>::Type>(b, narrower);
+        return kernelBy<typename StepOfRule<typename Route::Full>::Type>(b, narrower);
     if constexpr (std::is_same_v<typename Route::Faded, OpaqueOntoR5G6B5<R5G6B5, true>>)
         if (b.constantAlpha >> 3 == 16)
-            return routeKernelBy<HalfOntoR5G6B5Step>(b, narrower);
-    return routeKernelBy<typename StepOfRule<typename Route::Faded>::Type>(b, narrower);
+            return kernelBy<HalfOntoR5G6B5Step>(b, narrower);
+    return kernelBy<typename StepOfRule<typename Route::Faded>::Type>(b, narrower);
 }
 
 } // namespace ormsel::HWY_NAMESPACE

@@ -98,7 +98,7 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
                    const SDL_PixelFormat& to) {
     if (b.from != SdlLayout::k32)
         return false;
-    b.weight = 255;
+    b.constantAlpha = 255;
     const bool onto32 = b.to == SdlLayout::k32, onto16 = to.BytesPerPixel == 2;
     const bool encodes =
         src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY) && from.BitsPerPixel == 32;
@@ -133,7 +133,7 @@ bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& 
     const bool sameWords = sameOrder && from.BitsPerPixel == to.BitsPerPixel && !to.Amask;
     const uint32_t alpha = src.flags & SDL_SRCALPHA ? from.alpha : 255;
     const uint32_t colours = to.Rmask | to.Gmask | to.Bmask;
-    b.weight = alpha;
+    b.constantAlpha = alpha;
     if (alpha == 255) {
         if (!keyed || !sameOrder)
             return false;
@@ -231,7 +231,7 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return SDL_LowerBlit(src, from, dst, to);
-    if (!blit.perPixel && !blit.tidy && blit.weight == 0) // SDL draws nothing then
+    if (!blit.perPixel && !blit.tidy && blit.constantAlpha == 0) // SDL draws nothing then
         return 0;
     blit.mask = nullptr;
     blit.maskPitch = 0;

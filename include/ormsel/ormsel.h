@@ -30,8 +30,14 @@
  * **Locking**: source, destination and mask are locked for exactly the span of one blit and released in
  * this order. The caller need not lock anything. What SDL_LockSurface() answers is not looked at.
  *
- * **Thread safety**: any thread, provided no other thread writes the same image. Several threads may blit
- * from one surface at a time: its lock count comes out right. That covers the library's own locks alone, not
+ * **What is touched**: a blit reads and writes no pixel outside its clipped rectangle. In main memory it may
+ * read any pixel inside and write it back with the value that it has; in graphics-card memory (bitmaps there,
+ * and surfaces with SDL_HWSURFACE) a pixel that isn't drawn is neither read nor written, but for what is said
+ * of the row copies onto R5G6B5. A store into a 24-bit destination takes the byte behind the pixel along.
+ *
+ * **Thread safety**: any thread, provided no other thread writes the same pixels: several threads may blit onto
+ * rectangles of one destination that have no pixel in common (nor, on 24 bits, the byte behind a row). Several
+ * threads may blit from one surface at a time: its lock count comes out right. That covers the library's own locks alone, not
  * those that the program takes on the same surface meanwhile; and not surfaces whose lock does more than
  * count (SDL_MUSTLOCK), for which SDL itself is not made. Between calls the library remembers nothing but
  * which processor target it uses.
