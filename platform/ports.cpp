@@ -47,7 +47,7 @@ host::WakePipe* wakePipe(Task& task) {
 }
 
 std::atomic<int> breakRaised{0}; // a word: RISC-V has no atomic exchange of bytes
-static_assert(std::atomic<int>::is_always_lock_free, "set by a signal handler");
+static_assert(ATOMIC_INT_LOCK_FREE != 0, "set by a signal handler"); // on ARMv5 the kernel sees to it
 
 // Readable after a break, for every thread that waits for one.
 host::WakePipe& breakPipe() {

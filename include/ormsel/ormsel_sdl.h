@@ -35,10 +35,10 @@ extern "C" {
  *
  * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so.
  *
- * Formats and flags count as they are at the call, also those that a program has set by hand. SDL keeps what it
- * chose at a pair's first blit until SDL_SetAlpha(), SDL_SetColorKey() or another destination makes it choose
- * anew: a program that writes to `flags` or `format->alpha` between two blits sees them at once here, and with
- * SDL later or never.
+ * Formats and flags count as they are at the call, also those that a program has set by hand. SDL keeps what
+ * it chose at a pair's first blit until SDL_SetAlpha(), SDL_SetColorKey() or another destination makes it
+ * choose anew: a program that writes to `flags` or `format->alpha` between two blits sees them at once here,
+ * and with SDL later or never.
  *
  * Nothing is allocated, locked or kept between calls. Safe from any thread, as long as no other thread uses
  * one of the surfaces.
