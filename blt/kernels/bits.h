@@ -15,7 +15,7 @@ inline constexpr bool kIsNarrow = sizeof(size_t) == 4;
 
 // A value of which compilers know nothing there. Where they know that bits are 0, they wouldn't insert others
 // but add them, which takes more instructions.
-constexpr uint32_t hidden(uint32_t v) {
+constexpr uint32_t forgetKnownBits(uint32_t v) {
     if constexpr (kIsNarrow)
         if (!std::is_constant_evaluated())
             asm("" : "+r"(v));

@@ -85,8 +85,14 @@ struct Two24 {
 inline Two24 loadTwo24(const uint8_t* p) {
     const auto word = loadWord<uint32_t>(p);
     const uint32_t rest = loadWord<uint16_t>(p + 4);
-    return kBigEndian ? Two24{word >> 8, insertBits<0xFFFF>(hidden(std::rotl(word, 16)), rest)}
+    return kBigEndian ? Two24{word >> 8, insertBits<0xFFFF>(forgetKnownBits(std::rotl(word, 16)), rest)}
                       : Two24{word, rest << 8 | word >> 24};
+}
+
+inline void store24(uint8_t* p, uint32_t v) {
+    p[0] = static_cast<uint8_t>(kBigEndian ? v >> 16 : v);
+    p[1] = static_cast<uint8_t>(v >> 8);
+    p[2] = static_cast<uint8_t>(kBigEndian ? v : v >> 16);
 }
 
 // The value of a pixel of 2, 3 or 4 bytes.
@@ -115,9 +121,7 @@ void storePixel(uint8_t* p, uint32_t v) {
     if constexpr (Bytes == 2) {
         storeWord(p, static_cast<uint16_t>(v));
     } else if constexpr (Bytes == 3) {
-        p[0] = static_cast<uint8_t>(kBigEndian ? v >> 16 : v);
-        p[1] = static_cast<uint8_t>(v >> 8);
-        p[2] = static_cast<uint8_t>(kBigEndian ? v : v >> 16);
+        store24(p, v);
         p[3] = 0;
     } else {
         storeWord(p, v);
@@ -154,9 +158,9 @@ template <class L>
 constexpr uint32_t toR5G6B5(uint32_t s) {
     if constexpr (std::is_same_v<L, R5G6B5>)
         return s;
-    const uint32_t red = hidden((s >> L::kR & 0xF8) << 8);                      // rrrrr...........
-    const uint32_t redGreen = hidden(insertBits<0x07E0>(red, s >> L::kG << 3)); // rrrrrgggggg.....
-    return insertBits<0x001F>(redGreen, s >> L::kB >> 3);                       // rrrrrggggggbbbbb
+    const uint32_t red = forgetKnownBits((s >> L::kR & 0xF8) << 8);                      // rrrrr...........
+    const uint32_t redGreen = forgetKnownBits(insertBits<0x07E0>(red, s >> L::kG << 3)); // rrrrrgggggg.....
+    return insertBits<0x001F>(redGreen, s >> L::kB >> 3);                                // rrrrrggggggbbbbb
 }
 
 // The colours of a pixel of whole bytes in A8R8G8B8's places. What stands in the alpha byte is undefined.

@@ -132,9 +132,9 @@ constexpr uint32_t convertColours(uint32_t pixel, uint32_t into) {
                       kBlue = conversion(From::kFormat.b, To::kFormat.b);
     if constexpr (From::kBytes == 3 || To::kBytes == 3)
         return into | kRed(pixel) | kGreen(pixel) | kBlue(pixel);
-    into = hidden(insertBits<kRed.mask>(into, pixel << kRed.left >> kRed.right));
-    into = hidden(insertBits<kGreen.mask>(into, pixel << kGreen.left >> kGreen.right));
-    return hidden(insertBits<kBlue.mask>(into, pixel << kBlue.left >> kBlue.right));
+    into = forgetKnownBits(insertBits<kRed.mask>(into, pixel << kRed.left >> kRed.right));
+    into = forgetKnownBits(insertBits<kGreen.mask>(into, pixel << kGreen.left >> kGreen.right));
+    return forgetKnownBits(insertBits<kBlue.mask>(into, pixel << kBlue.left >> kBlue.right));
 }
 
 // A format that is known when this is compiled: its pixels' colours as words that one product blends, and
@@ -172,7 +172,8 @@ struct Known {
             constexpr BitMove kRed = conversion(kFormat.r, A8R8G8B8::kFormat.r),
                               kGreen = conversion(kFormat.g, A8R8G8B8::kFormat.g),
                               kBlue = conversion(kFormat.b, A8R8G8B8::kFormat.b);
-            return {insertBits<kBlue.mask>(hidden(kRed(p)), p << kBlue.left >> kBlue.right), kGreen(p)};
+            return {insertBits<kBlue.mask>(forgetKnownBits(kRed(p)), p << kBlue.left >> kBlue.right),
+                    kGreen(p)};
         }
     }
 

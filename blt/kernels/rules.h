@@ -29,61 +29,77 @@ namespace ormsel {
 // amount to, is a sum of fields that aren't negative: each is a mean of s and d times 2^k, and so ends below
 // its neighbour. The logical shift differs from an arithmetic one only in the top k bits, and the mask
 // removes what is left between the fields.
+//
+// roundUp is added to each field's product before the shift: a word with less than 2^k in every field.
 template <unsigned K, class Word>
-constexpr Word mixFields(Word s, Word d, Word a, Word fields) {
-    return (((s - d) * a >> K) + d) & fields;
+constexpr Word mixFields(Word s, Word d, Word a, Word fields, Word roundUp = 0) {
+    return ((((s - d) * a + roundUp) >> K) + d) & fields;
 }
 
-// R5G6B5 with five free bits above each field.
-inline constexpr uint32_t kSpreadR5G6B5 = 0x07E0F81F; // .....gggggg.....rrrrr......bbbbb
-inline constexpr uint32_t kSpreadGreen = 0x07E00000;
+// A pixel of 16 bits with at least five free bits above each field: its upper half has the green, its lower
+// half red and blue.
+template <class To>
+inline constexpr uint32_t kSpreadGreen = To::kFormat.g.mask << 16;
+template <class To>
+inline constexpr uint32_t kSpread = kSpreadGreen<To> | To::kFormat.r.mask | To::kFormat.b.mask;
+static_assert(kSpread<R5G6B5> == 0x07E0F81F && // .....gggggg.....rrrrr......bbbbb
+              kSpread<R5G5B5> == 0x03E07C1F);  // ......ggggg......rrrrr.....bbbbb
 
-constexpr uint32_t spreadR5G6B5(uint32_t p) {
-    return (p << 16 | p) & kSpreadR5G6B5;
+template <class To>
+constexpr uint32_t spread(uint32_t p) {
+    return (p << 16 | p) & kSpread<To>;
 }
-// What stands between the fields doesn't matter; the upper half holds anything.
-constexpr uint32_t gatherR5G6B5(uint32_t v) {
-    v = hidden(v);
-    return hidden(insertBits<0x07E0>(v, v >> 16)); // rrrrrggggggbbbbb
+// What stands between the fields doesn't matter, but for R5G5B5's spare bit; the upper half holds anything.
+template <class To>
+constexpr uint32_t gather(uint32_t v) {
+    v = forgetKnownBits(v);
+    return forgetKnownBits(insertBits<To::kFormat.g.mask>(v, v >> 16)); // rrrrrggggggbbbbb
 }
 
-// The pixels of a word of two, in its upper and its lower half, and both as a word, from lower halves.
+// The pixels of R5G6B5 in a word of two, in its upper and its lower half, and both as a word, from lower
+// halves.
 constexpr uint32_t spreadUpperR5G6B5(uint32_t two) {
     const uint32_t turned = std::rotl(two, 16);
-    return insertBits<kSpreadGreen>(turned, two) & kSpreadR5G6B5;
+    return insertBits<kSpreadGreen<R5G6B5>>(turned, two) & kSpread<R5G6B5>;
 }
 constexpr uint32_t spreadLowerR5G6B5(uint32_t two) {
-    return insertBits<kSpreadGreen>(two, std::rotl(two, 16)) & kSpreadR5G6B5;
+    return insertBits<kSpreadGreen<R5G6B5>>(two, std::rotl(two, 16)) & kSpread<R5G6B5>;
 }
 constexpr uint32_t joinR5G6B5(uint32_t upper, uint32_t lower) {
     return insertBits<0xFFFF0000>(lower, upper << 16);
 }
 
-// A pixel spread like that, straight from its own layout.
-template <class L>
-constexpr uint32_t toSpreadR5G6B5(uint32_t s) {
-    if constexpr (std::is_same_v<L, R5G6B5>) {
-        return spreadR5G6B5(s);
+// A pixel spread like that, straight from its own layout: To itself, or one of whole bytes.
+template <class To, class L>
+constexpr uint32_t toSpread(uint32_t s) {
+    if constexpr (std::is_same_v<L, To>) {
+        return spread<To>(s);
     } else {
-        const uint32_t red = hidden((s >> L::kR & 0xF8) << 8); // ................rrrrr...........
-        const uint32_t redGreen =
-            hidden(insertBits<kSpreadGreen>(red, s >> L::kG << 19)); // .....gggggg.....rrrrr...........
-        return insertBits<0x1F>(redGreen, s >> L::kB >> 3);          // .....gggggg.....rrrrr......bbbbb
+        static_assert(L::kIsBytes);
+        constexpr uint32_t kGreenUp = 16 + To::kG - To::kFormat.g.loss;
+        const uint32_t red = forgetKnownBits((s >> L::kR & 0xF8) << (To::kR - 3)); // .rrrrr...........
+        const uint32_t redGreen = forgetKnownBits(insertBits<kSpreadGreen<To>>(red, s >> L::kG << kGreenUp));
+        return insertBits<0x1F>(redGreen, s >> L::kB >> 3); // .....gggggg.....rrrrr......bbbbb
     }
 }
 
-// Blends spread R5G6B5 pixels by a5 of 32; the upper half of the result holds anything. Proved by
+// Blends spread pixels by a5 of 32; the upper half of the result holds anything. Proved by
 // Arithmetic.EveryTriple.
-constexpr uint32_t mixSpreadR5G6B5(uint32_t s, uint32_t d, uint32_t a5) {
-    return gatherR5G6B5(mixFields<5>(s, d, a5, kIsNarrow ? ~uint32_t{0} : kSpreadR5G6B5));
+//
+// On narrow processors no bit is cut that gather() replaces: R5G6B5 has no other.
+template <class To>
+constexpr uint32_t mixSpread(uint32_t s, uint32_t d, uint32_t a5) {
+    constexpr bool kCuts = !kIsNarrow || !std::is_same_v<To, R5G6B5>;
+    return gather<To>(mixFields<5>(s, d, a5, kCuts ? kSpread<To> : ~uint32_t{0}));
 }
 
 // Blends two R5G6B5 pixels in a word by one a5 of 32. Three fields are spread as they stand, the others when
 // the word's halves are exchanged.
 constexpr uint32_t mixTwoR5G6B5(uint32_t s, uint32_t d, uint32_t a5) {
+    constexpr uint32_t kThree = kSpread<R5G6B5>;
     const uint32_t turnedS = std::rotl(s, 16), turnedD = std::rotl(d, 16);
-    const uint32_t three = mixFields<5>(s & kSpreadR5G6B5, d & kSpreadR5G6B5, a5, kSpreadR5G6B5);
-    const uint32_t others = mixFields<5>(turnedS & kSpreadR5G6B5, turnedD & kSpreadR5G6B5, a5, kSpreadR5G6B5);
+    const uint32_t three = mixFields<5>(s & kThree, d & kThree, a5, kThree);
+    const uint32_t others = mixFields<5>(turnedS & kThree, turnedD & kThree, a5, kThree);
     return three | std::rotl(others, 16);
 }
 
@@ -114,7 +130,8 @@ constexpr uint32_t mixColours32(Colours32 s, Colours32 d, uint32_t weight) {
         const auto mix = [weight](uint32_t from, uint32_t old) {
             return static_cast<uint32_t>(uint64_t{from - old} * weight >> 32) + old;
         };
-        return hidden(insertBits<Colours32::kGreen>(mix(s.redBlue, d.redBlue), mix(s.green, d.green))) &
+        return forgetKnownBits(
+                   insertBits<Colours32::kGreen>(mix(s.redBlue, d.redBlue), mix(s.green, d.green))) &
                0x00FFFFFF;
     } else {
         return mixFields<8>(s.redBlue, d.redBlue, weight, Colours32::kRedBlue) |
@@ -122,7 +139,8 @@ constexpr uint32_t mixColours32(Colours32 s, Colours32 d, uint32_t weight) {
     }
 }
 
-static_assert(static_cast<uint16_t>(mixSpreadR5G6B5(spreadR5G6B5(0xFFFF), 0, 15)) == 0x73AE &&
+static_assert(static_cast<uint16_t>(mixSpread<R5G6B5>(spread<R5G6B5>(0xFFFF), 0, 15)) == 0x73AE &&
+              static_cast<uint16_t>(mixSpread<R5G5B5>(spread<R5G5B5>(0xFFFF), 0, 15)) == 0x39CE &&
               mixTwoR5G6B5(0xFFFF0000, 0x0000FFFF, 15) == 0x73AE8430);
 static_assert(mixTwoR5G6B5(0xFFFFFFFF, 0, 30) == 0xEF7DEF7D && mixTwoR5G6B5(0, 0xFFFFFFFF, 16) == 0x7BEF7BEF);
 static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0), 254 * kWeightUnit) ==
@@ -140,7 +158,7 @@ static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0)
 //   - rowCopyBytes(width, fades, onBoard): the buffer to allocate for a row of old pixels; 0: none
 //   - weight(s): how much of a source pixel reaches the destination; 0 leaves the old pixel alone
 //   - mix(s, d, weight): the new pixel; weight 0 gives d
-//   - onto R5G6B5, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half; and perhaps
+//   - onto 16 bits, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half; and perhaps
 //     mixTwo(s, d): two pixels of a word at once
 // Faded tells whether fades() holds for the constant alpha, which a rule that isn't Faded doesn't look at.
 
@@ -164,10 +182,10 @@ struct OpaqueOntoR5G6B5 {
 
     constexpr uint32_t weight(uint32_t) const { return Faded ? alpha5 : 32; }
     constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a5) const {
-        return mixSpread(s, spreadR5G6B5(d), a5);
+        return mixSpread(s, spread<Destination>(d), a5);
     }
     constexpr uint32_t mixSpread(uint32_t s, uint32_t d, uint32_t a5) const {
-        return Faded ? mixSpreadR5G6B5(toSpreadR5G6B5<S>(s), d, a5) : toR5G6B5<S>(s);
+        return Faded ? ormsel::mixSpread<R5G6B5>(toSpread<R5G6B5, S>(s), d, a5) : toR5G6B5<S>(s);
     }
     constexpr uint32_t mixTwo(uint32_t s, uint32_t d) const requires(Faded&& S::kBytes == 2) {
         return mixTwoR5G6B5(s, d, alpha5);
@@ -176,16 +194,16 @@ struct OpaqueOntoR5G6B5 {
 
 // The source's alpha times the constant one, cut to five bits: A * C >> 11, at most 30; or A >> 3 from C =
 // 248 on. 31 counts as 32, which gives the source unchanged.
-template <class S, bool Faded>
-struct AlphaOntoR5G6B5 {
+template <class To, class S, bool Faded>
+struct AlphaOntoFields {
     using Source = S;
-    using Destination = R5G6B5;
+    using Destination = To;
     static constexpr size_t kUnit = 4;
     static constexpr bool kDrawsAll = false, kHasRawCopy = false;
 
     uint32_t constant;
 
-    explicit constexpr AlphaOntoR5G6B5(uint32_t constantAlpha) : constant(constantAlpha) {}
+    explicit constexpr AlphaOntoFields(uint32_t constantAlpha) : constant(constantAlpha) {}
 
     static constexpr bool draws(uint32_t c) { return c >> 3 != 0; }
     static constexpr bool fades(uint32_t c) { return c >> 3 != 31; }
@@ -197,12 +215,15 @@ struct AlphaOntoR5G6B5 {
         return Faded ? S::alpha(s) * constant >> 11 : S::alpha(s) >> 3;
     }
     constexpr uint32_t mix(uint32_t s, uint32_t d, uint32_t a5) const {
-        return mixSpread(s, spreadR5G6B5(d), a5);
+        return mixSpread(s, spread<Destination>(d), a5);
     }
     constexpr uint32_t mixSpread(uint32_t s, uint32_t d, uint32_t a5) const {
-        return mixSpreadR5G6B5(toSpreadR5G6B5<S>(s), d, Faded ? a5 : a5 + ((a5 + 1) >> 5));
+        return ormsel::mixSpread<To>(toSpread<To, S>(s), d, Faded ? a5 : a5 + ((a5 + 1) >> 5));
     }
 };
+
+template <class S, bool Faded>
+using AlphaOntoR5G6B5 = AlphaOntoFields<R5G6B5, S, Faded>;
 
 // The source's alpha times the constant one: A * C >> 8. That is at most 254, so that no pixel is ever copied
 // unchanged; A * 255 >> 8 is A - 1 for every A but 0.

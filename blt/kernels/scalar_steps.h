@@ -8,6 +8,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "block.h"
 #include "rules.h"
 
 namespace ormsel {
@@ -15,6 +16,18 @@ namespace ormsel {
 // A pixel of R5G6B5 or A8R8G8B8 as it is stored.
 template <class Rule>
 using Stored = std::conditional_t<Rule::Destination::kBytes == 2, uint16_t, uint32_t>;
+
+// Calls draw(source, destination, mask) with where each pixel and its byte of the mask stand. MaskBytes is 0
+// without a mask: its address is the same for all pixels then.
+template <size_t SrcBytes, size_t DstBytes, size_t MaskBytes = 0, class Draw>
+[[gnu::always_inline]] inline void everyPixel(const Rows& rows, const Draw& draw) {
+    const uint8_t *src = rows.src, *mask = rows.mask;
+    uint8_t* dst = rows.dst;
+    const size_t width = rows.width;
+    for (size_t y = rows.height; y; --y, src += rows.srcPitch, dst += rows.dstPitch, mask += rows.maskPitch)
+        for (size_t x = 0; x < width; ++x)
+            draw(src + SrcBytes * x, dst + DstBytes * x, mask + MaskBytes * x);
+}
 
 // Stores one unit of a rule. Pixels of weight 0 have their old value in it.
 //

@@ -36,29 +36,32 @@ inline constexpr SdlRule kSdlIn32ndsTo255{255, 0xF8, 0};
 
 enum class SdlLayout : uint8_t { k32, k24, kR5G6B5, kR5G5B5, kNone };
 
-// A blit is tidy if every colour stands where the destination, of 32 or 16 bits, has it, and the weight is
-// either an alpha in the top byte of 32-bit pixels or the same for all pixels of the destination's own
-// layout. Onto 32 bits the weight is the alpha, with 256 for 255. Onto 16 bits the weight is alpha / 8 in
-// 32nds, a channel in its own bits becomes (s * w + d * (32 - w)) / 32, and a spare bit is cleared; by pixel,
-// 32 stands for 31, and 0 leaves the old pixel alone.
+// One blit. A pixel of the source is widened to a byte for each channel, its bytes are put where the widened
+// destination has the same channels, and both are blended. 24- and 32-bit pixels are their values; the
+// channels of a 16-bit pixel go to bytes 2, 1 and 0, from its highest down.
 //
-// A source pixel is widened to a byte for each channel; `place` puts these bytes where the destination,
-// widened likewise, has the same channel. 24- and 32-bit pixels are their values; the channels of a 16-bit
-// pixel go to bytes 2, 1 and 0, from its highest down.
+// What most games ask for is simpler: a blit with its colours in place. The destination, of 32 or 16 bits,
+// has every channel where the source has it, and the weight is either the alpha in the top byte of 32-bit
+// source pixels or one for all pixels of the destination's own layout. Then the layouts, perPixel and
+// constantAlpha say everything.
+//   - Onto 32 bits the weight is the alpha, and 256 for 255.
+//   - Onto 16 bits it is alpha / 8 in 32nds: a channel in its own bits becomes (s * w + d * (32 - w)) / 32, and
+//     a spare bit is cleared. By pixel, 31 counts as 32, and 0 leaves the old pixel alone.
 struct SdlBlit : Rows {
     SdlLayout from, to;
-    bool perPixel;  // by the source's alpha, of which the source is 32 bits; else by one weight
-    bool keyed;     // source pixels of the value `key` are left out
-    bool copies;    // keyed, and colours are taken as they are: the formats differ in alpha at most
+    bool perPixel; // by the alpha of the source, which has 32 bits then; else by one weight
+    bool inPlace;  // the simple blit above; no member from here on counts but constantAlpha
+
+    bool keyed;        // source pixels of the value `key` are left out
+    bool copies;       // keyed, and colours are taken as they are: the formats differ in alpha at most
     bool marksFalling; // bit 24 is set where the channel in the low byte gets smaller
-    bool tidy;      // what most games ask for, see below; of the rest, only the layouts count then
     SdlRule rule;
-    uint32_t constantAlpha; // without per-pixel alpha: the alpha of every pixel; else 255
-    uint32_t alphaShift; // with it: where the source's alpha stands
+    uint32_t constantAlpha; // unless by pixel: the alpha of every pixel; else 255
+    uint32_t alphaShift;    // by pixel: where the source's alpha stands
     uint32_t key;
     uint32_t place;      // for each byte of the destination the number of the source's, or 0x80 for none
-    uint32_t cut;        // which bits of the placed source count
-    uint32_t colours;    // of the destination's own pixels: the bits of its colours,
+    uint32_t cut;        // the bits of a placed source pixel that count
+    uint32_t colours;    // the bits of the destination's pixels that hold its colours,
     uint32_t kept;       // those that stay as they are,
     uint32_t ones;       // those that are set,
     uint32_t opaqueOnes; // and those that are set where the weight is 256

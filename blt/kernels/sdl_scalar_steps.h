@@ -3,7 +3,8 @@
 // One pixel of a blit by SDL's rules, in plain C++: the reference for the vector kernels.
 #pragma once
 
-#include "formats.h"
+#include "generic.h"
+#include "scalar_steps.h"
 #include "sdl.h"
 
 namespace ormsel {
@@ -12,39 +13,32 @@ constexpr size_t sdlBytes(SdlLayout layout) {
     return layout == SdlLayout::k32 ? 4 : layout == SdlLayout::k24 ? 3 : 2;
 }
 
-// A 16-bit layout as a type of the kernels. Where red stands above and blue below, or the other way round, doesn't
-// matter, as both have five bits.
+// A 16-bit layout as a type of the kernels. Both red and blue have five bits: it doesn't matter which of them
+// stands above.
 template <SdlLayout To>
 using SdlFields = std::conditional_t<To == SdlLayout::kR5G5B5, R5G5B5, R5G6B5>;
 
 // Stores a pixel's own bytes alone.
 template <size_t Bytes>
 inline void sdlStore(uint8_t* p, uint32_t v) {
-    if constexpr (Bytes == 3) {
-        p[0] = static_cast<uint8_t>(kBigEndian ? v >> 16 : v);
-        p[1] = static_cast<uint8_t>(v >> 8);
-        p[2] = static_cast<uint8_t>(kBigEndian ? v : v >> 16);
-    } else {
+    if constexpr (Bytes == 3)
+        store24(p, v);
+    else
         storePixel<Bytes>(p, v);
-    }
 }
 
+// A channel for each byte, and back.
 template <SdlLayout Layout>
 inline uint32_t sdlWiden(uint32_t v) {
-    if constexpr (Layout == SdlLayout::kR5G6B5)
-        return (v & 0xF800) << 8 | (v & 0x07E0) << 5 | (v & 0x001F) << 3; // ........rrrrr...gggggg..bbbbb...
-    else if constexpr (Layout == SdlLayout::kR5G5B5)
-        return (v & 0x7C00) << 9 | (v & 0x03E0) << 6 | (v & 0x001F) << 3; // ........rrrrr...ggggg...bbbbb...
+    if constexpr (sdlBytes(Layout) == 2)
+        return Known<SdlFields<Layout>>::toColours(v);
     else
         return v;
 }
-
 template <SdlLayout Layout>
 inline uint32_t sdlNarrow(uint32_t v) {
-    if constexpr (Layout == SdlLayout::kR5G6B5)
-        return (v >> 8 & 0xF800) | (v >> 5 & 0x07E0) | (v >> 3 & 0x001F); // rrrrrggggggbbbbb
-    else if constexpr (Layout == SdlLayout::kR5G5B5)
-        return (v >> 9 & 0x7C00) | (v >> 6 & 0x03E0) | (v >> 3 & 0x001F); // .rrrrrgggggbbbbb
+    if constexpr (sdlBytes(Layout) == 2)
+        return Known<SdlFields<Layout>>::fromColours(v);
     else
         return v;
 }
@@ -72,14 +66,12 @@ struct SdlPlaces {
     }
 };
 
-// The formula, for two channels in the halves of a word at a time. What a difference borrows from the upper
-// half the whole sum, in which no half is negative, gives back.
+// The formula, for all channels of a word.
 inline uint32_t sdlMix(uint32_t s, uint32_t d, uint32_t w, uint32_t roundUp) {
     constexpr uint32_t kPair = 0x00FF00FF; // ........xxxxxxxx........xxxxxxxx
-    const auto mixed = [&](uint32_t sPair, uint32_t dPair) {
-        return (dPair << 8) + (sPair - dPair) * w + roundUp * 0x00010001;
-    };
-    return (mixed(s & kPair, d & kPair) >> 8 & kPair) | (mixed(s >> 8 & kPair, d >> 8 & kPair) & ~kPair);
+    const uint32_t inBoth = roundUp << 16 | roundUp;
+    return mixFields<8>(s & kPair, d & kPair, w, kPair, inBoth) |
+           mixFields<8>(s >> 8 & kPair, d >> 8 & kPair, w, kPair, inBoth) << 8;
 }
 
 template <SdlLayout From, SdlLayout To, bool PerPixel>
@@ -106,56 +98,33 @@ inline void sdlPixel(const SdlBlit& b, const SdlPlaces& place, const uint8_t* sr
     sdlStore<sdlBytes(To)>(dst, result);
 }
 
-// A tidy blit's mix onto 32 bits, colours alone. What a difference borrows from the bits above it lies
-// outside the mask.
-inline uint32_t sdlTidyMix(uint32_t s, uint32_t d, uint32_t w) {
-    const auto mixed = [&](uint32_t mask) {
-        return ((d & mask) + (((s & mask) - (d & mask)) * w >> 8)) & mask;
-    };
-    return mixed(0xFF00FF) | mixed(0x00FF00);
-}
-
-// And onto 16 bits, in the destination's own bits: all three channels of a pixel in one word,
-// gggggg.....rrrrr......bbbbb, with room for products with a weight from 0 to 32.
-template <SdlLayout To>
-struct SdlSpread {
-    static constexpr bool kSix = To == SdlLayout::kR5G6B5;
-    static constexpr uint32_t kGreen = kSix ? 0x07E0 : 0x03E0, kHigh = kSix ? 0xF800 : 0x7C00, kLow = 0x1F;
-    static constexpr uint32_t kAll = kGreen << 16 | kHigh | kLow;
-    // How far the channels of a 32-bit pixel move.
-    static constexpr int kHighDown = kSix ? 8 : 9, kLowDown = 3, kGreenDown = kSix ? 5 : 6,
-                         kGreenUp = kSix ? 11 : 10;
-};
-
-template <SdlLayout To>
-inline uint32_t sdlSpreadMix(uint32_t spread, uint32_t d, uint32_t w) {
-    const uint32_t onto = (d | d << 16) & SdlSpread<To>::kAll;
-    const uint32_t mixed = (onto + ((spread - onto) * w >> 5)) & SdlSpread<To>::kAll;
-    return mixed | mixed >> 16;
-}
-
+// With the colours in place.
 template <SdlLayout To, bool PerPixel>
-inline void sdlTidyPixel(uint32_t weight, const uint8_t* src, uint8_t* dst) {
-    using Spread = SdlSpread<To>;
-    const uint32_t s = loadPixel < PerPixel ? 4 : sdlBytes(To) > (src);
+inline void sdlPixelInPlace(uint32_t weight, const uint8_t* src, uint8_t* dst) {
+    constexpr size_t kSrcBytes = PerPixel ? 4 : sdlBytes(To);
+    const uint32_t s = loadPixel<kSrcBytes>(src);
     if constexpr (To == SdlLayout::k32) {
         const uint32_t alpha = PerPixel ? s >> 24 : weight;
         if (PerPixel && !alpha)
             return;
         const uint32_t d = loadPixel<4>(dst), rest = (PerPixel ? d : ~0U) & 0xFF000000;
-        storePixel<4>(dst, (alpha == 255 ? s & 0xFFFFFF : sdlTidyMix(s, d, alpha)) | rest);
+        const uint32_t colours =
+            alpha == 255 ? s & 0xFFFFFF
+                         : mixColours32(colours32<A8R8G8B8>(s), colours32<A8R8G8B8>(d), alpha * kWeightUnit);
+        storePixel<4>(dst, colours | rest);
     } else if constexpr (PerPixel) {
-        const uint32_t w = s >> 27;
-        if (!w)
+        using Fields = SdlFields<To>;
+        // AlphaOntoFields, but that opaque pixels, of which a sprite has many, are stored at once.
+        const uint32_t a = AlphaOntoFields<Fields, A8R8G8B8, false>(255).weight(s);
+        if (!a)
             return;
-        const uint32_t others =
-            (s >> Spread::kHighDown & Spread::kHigh) | (s >> Spread::kLowDown & Spread::kLow);
-        if (w == 31)
-            return storePixel<2>(dst, others | (s >> Spread::kGreenDown & Spread::kGreen));
-        const uint32_t spread = others | (s << Spread::kGreenUp & Spread::kGreen << 16);
-        storePixel<2>(dst, sdlSpreadMix<To>(spread, loadPixel<2>(dst), w));
+        const uint32_t colours = toSpread<Fields, A8R8G8B8>(s);
+        storePixel<2>(dst, a == 31 ? gather<Fields>(colours)
+                                   : mixSpread<Fields>(colours, spread<Fields>(loadPixel<2>(dst)), a));
     } else {
-        storePixel<2>(dst, sdlSpreadMix<To>((s | s << 16) & Spread::kAll, loadPixel<2>(dst), weight / 8));
+        using Fields = SdlFields<To>;
+        storePixel<2>(dst,
+                      mixSpread<Fields>(spread<Fields>(s), spread<Fields>(loadPixel<2>(dst)), weight / 8));
     }
 }
 
@@ -166,9 +135,9 @@ inline void sdlCopyPixel(const SdlBlit& b, const uint8_t* src, uint8_t* dst) {
         sdlStore<sdlBytes(Layout)>(dst, (s & b.colours) | b.ones);
 }
 
-// Calls work with a tidy blit's destination, and whether by pixel.
+// Calls work with the destination of a blit with its colours in place, and whether by pixel.
 template <class Work>
-inline void withSdlTidy(const SdlBlit& b, const Work& work) {
+inline void withSdlInPlace(const SdlBlit& b, const Work& work) {
     const auto onto = [&]<bool PerPixel>() {
         if (b.to == SdlLayout::k32)
             return work.template operator()<SdlLayout::k32, PerPixel>();

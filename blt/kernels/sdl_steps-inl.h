@@ -234,15 +234,15 @@ HWY_INLINE void drawSdlBlitBy(const SdlBlit& b) {
 }
 
 template <SdlLayout To, bool PerPixel>
-using SdlTidyStep = std::conditional_t<
+using SdlInPlaceStep = std::conditional_t<
     To == SdlLayout::k32, std::conditional_t<PerPixel, SdlAlphaOnto32Step, SdlFadeOnto32Step>,
     std::conditional_t<PerPixel, AlphaOntoFieldsStep<SdlFields<To>, A8R8G8B8, false>,
                        FadedFieldsStep<SdlFields<To>>>>;
 
 inline void sdlKernel(const SdlBlit& b) {
-    if (b.tidy)
-        return withSdlTidy(b, [&]<SdlLayout To, bool PerPixel>() HWY_ATTR {
-            drawSdlBlitBy<SdlTidyStep<To, PerPixel>>(b);
+    if (b.inPlace)
+        return withSdlInPlace(b, [&]<SdlLayout To, bool PerPixel>() HWY_ATTR {
+            drawSdlBlitBy<SdlInPlaceStep<To, PerPixel>>(b);
         });
     if (b.copies) {
         switch (sdlBytes(b.to)) {

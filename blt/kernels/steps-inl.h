@@ -262,7 +262,7 @@ struct StepOfRule<AlphaOntoA8R8G8B8<L, Faded>> {
     using Type = AlphaOntoA8R8G8B8Step<L, Faded>;
 };
 template <class L, bool Faded>
-struct StepOfRule<AlphaOntoR5G6B5<L, Faded>> {
+struct StepOfRule<AlphaOntoFields<R5G6B5, L, Faded>> {
     using Type = AlphaOntoFieldsStep<R5G6B5, L, Faded>;
 };
 template <class L, bool Faded>

@@ -69,7 +69,7 @@ bool sameColours(const SDL_PixelFormat& a, const SDL_PixelFormat& b) {
     return a.Rmask == b.Rmask && a.Gmask == b.Gmask && a.Bmask == b.Bmask;
 }
 
-// What only blits that aren't tidy have.
+// What only blits have whose colours aren't in place.
 void setPlaces(SdlBlit& b, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
     b.keyed = b.copies = b.marksFalling = false;
     b.rule = kSdlRoundsDown;
@@ -103,10 +103,10 @@ bool chooseByPixel(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& fr
     const bool encodes =
         src.flags & SDL_RLEACCELOK && !(src.flags & SDL_SRCCOLORKEY) && from.BitsPerPixel == 32;
     if (from.Amask == 0xFF000000 && !encodes) {
-        b.tidy = onto32
-                     ? sameColours(from, to)
-                     : onto16 && from.Gmask == 0xFF00 && (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F;
-        if (b.tidy)
+        b.inPlace =
+            onto32 ? sameColours(from, to)
+                   : onto16 && from.Gmask == 0xFF00 && (from.Rmask == 0xFF ? to.Rmask : to.Bmask) == 0x1F;
+        if (b.inPlace)
             return true;
     }
     setPlaces(b, from, to);
@@ -139,9 +139,9 @@ bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& 
             return false;
     } else if (!keyed && sameWords && to.BytesPerPixel == 2) {
         // Halves SDL mixes sooner than anyone, and in R5G5B5 with the bit of no channel.
-        return b.tidy = alpha != 128;
+        return b.inPlace = alpha != 128;
     } else if (!keyed && sameOrder && colours == 0xFFFFFF && to.BytesPerPixel == 4) {
-        return b.tidy = true;
+        return b.inPlace = true;
     }
     setPlaces(b, from, to);
     b.keyed = keyed;
@@ -172,7 +172,7 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     b.from = layoutOf(from);
     b.to = layoutOf(to);
     b.perPixel = perPixel;
-    b.tidy = false;
+    b.inPlace = false;
     if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone || drifts(src) || drifts(dst))
         return false;
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
@@ -231,7 +231,7 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return SDL_LowerBlit(src, from, dst, to);
-    if (!blit.perPixel && !blit.tidy && blit.constantAlpha == 0) // SDL draws nothing then
+    if (!blit.perPixel && !blit.inPlace && blit.constantAlpha == 0) // SDL draws nothing then
         return 0;
     blit.mask = nullptr;
     blit.maskPitch = 0;
