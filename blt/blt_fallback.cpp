@@ -112,8 +112,8 @@ constexpr uint32_t kCodes = [] {
     return end;
 }();
 
-// What serves a context, by its operation and the formats of source and destination: a switch would take several
-// jumps.
+// What serves a context, by its operation and the formats of source and destination: a switch would take
+// several jumps.
 class Routines {
 public:
     using Routine = unsigned long (*)(const BltContext& ctx, const Bounds* bounds);

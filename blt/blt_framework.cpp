@@ -8,8 +8,8 @@
 
 #include <proto/exec.h>
 
-#include "kernels/block.h"
 #include "blt_fallback.h"
+#include "kernels/block.h"
 
 namespace ormsel {
 

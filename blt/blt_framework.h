@@ -325,8 +325,8 @@ ORMSEL_INTO_CALLER bool staysInside(const BltContext& ctx, bool masked, unsigned
            rowsStayInside(ctx.dstX, ctx.width, ctx.dst.bytesPerPixel, ctx.dst.pitch);
 }
 
-// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside; or onto a surface in
-// video memory, of which the context says nothing. Cold: what needs it can take the longer way there.
+// Runs the dispatcher for a blit whose routine might leave the images, and keeps it inside; or onto a surface
+// in video memory, of which the context says nothing. Cold: what needs it can take the longer way there.
 [[gnu::cold]] unsigned long runInside(const BltContext& ctx, Dims src, Dims dst, Dims mask);
 
 // Whether locking gave every image's pixels. If not, says which has none.

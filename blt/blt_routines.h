@@ -6,8 +6,8 @@
 // of a blend without source alpha; when the copy can't be allocated, nothing is drawn.
 #pragma once
 
-#include "kernels/context.h"
 #include "kernels/block.h"
+#include "kernels/context.h"
 #include "kernels/rules.h"
 
 extern "C" {

@@ -179,8 +179,8 @@ public:
 
 private:
     // Runs what the model has drawn already. One page of the destination can't be written meanwhile: a fault
-    // must come when the model writes there, be it an old value, and else only if the blit's rectangle has a part
-    // of the page that may be read and written back.
+    // must come when the model writes there, be it an old value, and else only if the blit's rectangle has a
+    // part of the page that may be read and written back.
     template <class Work>
     std::string compare(const model::Blit& drawn, const char* name, const Work& work) {
         const Range page = pageOfDestination(), &all = windows_[1];

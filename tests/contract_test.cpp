@@ -270,8 +270,8 @@ TEST(Contract, LocksThatWaitStopNobody) {
         }
 }
 
-// In graphics-card memory nothing is touched that isn't drawn: a page without access shows it. In main memory a
-// row of vectors may be written back as it is, and the best target does so.
+// In graphics-card memory nothing is touched that isn't drawn: a page without access shows it. In main memory
+// a row of vectors may be written back as it is, and the best target does so.
 TEST(Contract, VideoMemoryIsTouchedWhereSomethingIsDrawn) {
     const Arena arena(1, Arena::page());
     std::vector<uint8_t> clear(64 * 4, 0);
@@ -279,17 +279,22 @@ TEST(Contract, VideoMemoryIsTouchedWhereSomethingIsDrawn) {
         for (const bool masked : {false, true}) {
             const Kind kind = surfaceKind(onto);
             const Picture src(surfaceKind(RGBFB_A8R8G8B8), clear.data(), 64, 1, 256),
-                mask(kSurfaceMask, clear.data(), 64, 1, 64), surface(kind, arena.at(arena.begin()), 64, 2, 256),
+                mask(kSurfaceMask, clear.data(), 64, 1, 64),
+                surface(kind, arena.at(arena.begin()), 64, 2, 256),
                 bitmap(bitmapKind(onto), arena.at(arena.begin()), 64, 2, 256, true);
             model::Blit blit = Images::request();
             blit.width = 60, blit.height = 1; // less than a run that vector kernels would pass over
             surface.sdl()->flags |= SDL_HWSURFACE;
             arena.protect({arena.begin(), arena.begin() + arena.size()}, PROT_NONE);
-            EXPECT_FALSE(faults([&] { kSurfaceMasked.call({blit, src, surface, masked ? mask : Picture()}); }))
-                << "onto a surface of format " << onto << (masked ? " through a mask" : "");
+            EXPECT_FALSE(faults([&] {
+                kSurfaceMasked.call({blit, src, surface, masked ? mask : Picture()});
+            })) << "onto a surface of format "
+                << onto << (masked ? " through a mask" : "");
             if (onto != RGBFB_R5G6B5) { // whose rows are copied
-                EXPECT_FALSE(faults([&] { kSurfaceToBitmap.call({blit, src, bitmap, {}}); }))
-                    << "onto a bitmap of format " << onto;
+                EXPECT_FALSE(faults([&] {
+                    kSurfaceToBitmap.call({blit, src, bitmap, {}});
+                })) << "onto a bitmap of format "
+                    << onto;
             }
             arena.protect({arena.begin(), arena.begin() + arena.size()}, PROT_READ | PROT_WRITE);
             surface.sdl()->flags &= ~static_cast<Uint32>(SDL_HWSURFACE);

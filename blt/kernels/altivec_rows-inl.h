@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The walk over rows for AltiVec, whose loads and stores are at multiples of 16 bytes. Included by rows-inl.h.
+// The walk over rows for AltiVec, whose loads and stores are at multiples of 16 bytes. Included by
+// rows-inl.h.
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {

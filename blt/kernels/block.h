@@ -107,8 +107,8 @@ struct Span {
 // isOrderIndependent() for a block that writes to memory that it also reads.
 bool isOrderIndependentInOneMemory(const Block& block);
 
-// Whether pixels may be read and written in groups of any size, from left to right and top to bottom: the block
-// writes none of the memory that it reads from its source and mask, or reads it before.
+// Whether pixels may be read and written in groups of any size, from left to right and top to bottom: the
+// block writes none of the memory that it reads from its source and mask, or reads it before.
 inline bool isOrderIndependent(const Block& b) {
     // A store of a 24-bit pixel writes one byte behind it.
     const Span dst(b.dst, b.dstPitch, b.height, b.width * b.dstBytes + 1);
@@ -117,9 +117,9 @@ inline bool isOrderIndependent(const Block& b) {
     return apart || isOrderIndependentInOneMemory(b);
 }
 
-// Draws a block that has bounds; one that has none goes to its kernel as it is. Pixels that don't lie inside as
-// a whole, with all that is read or written behind them, go through a few bytes of stack: bytes outside read as
-// 0 and are not written. Each piece gets a kernel of its own choice.
+// Draws a block that has bounds; one that has none goes to its kernel as it is. Pixels that don't lie inside
+// as a whole, with all that is read or written behind them, go through a few bytes of stack: bytes outside
+// read as 0 and are not written. Each piece gets a kernel of its own choice.
 void drawInPieces(const Block& block, KernelChoice choose);
 
 // Draws a block. bounds are the block's own, given once more: most callers know of none, and no test is left

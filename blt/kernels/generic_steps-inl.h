@@ -224,12 +224,12 @@ struct OntoBytes {
             else
                 return Drawn24{pixels, hn::Set(d32, 1)};
         } else {
-            const V32 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, At::load(BytesFor32(), mask)) : argb;
+            const V32 own =
+                Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, At::load(BytesFor32(), mask)) : argb;
             const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
             const V32 old = loadPixels<DstBytes>(at, DstBytes == 3 ? p + 1 : p);
             const V32 field = Alpha == AlphaSource::kOfMask ? own : as(d32, e);
-            const V32 mixed =
-                MixedBytes(argb, dst.toArgb(old), weightOf(e)).joined(hn::Set(d32, 0x0000FF00));
+            const V32 mixed = MixedBytes(argb, dst.toArgb(old), weightOf(e)).joined(hn::Set(d32, 0x0000FF00));
             const V32 pixels = dst.fromArgb(hn::Or(mixed, hn::ShiftLeft<24>(field)));
             if constexpr (DstBytes == 4)
                 return whereDrawn(d32, as(d32, e), pixels, old);
@@ -417,10 +417,9 @@ private:
 // --- The choice ---------------------------------------------------------------------------------------
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
-using GenericStep =
-    std::conditional_t<DstBytes == 2, OntoShortStep<SrcBytes, Alpha>,
-                       std::conditional_t<SrcBytes == 2, ShortOntoBytesStep<DstBytes, Alpha>,
-                                          BytesOntoBytesStep<SrcBytes, DstBytes, Alpha>>>;
+using GenericStep = std::conditional_t<DstBytes == 2, OntoShortStep<SrcBytes, Alpha>,
+                                       std::conditional_t<SrcBytes == 2, ShortOntoBytesStep<DstBytes, Alpha>,
+                                                          BytesOntoBytesStep<SrcBytes, DstBytes, Alpha>>>;
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
 Kernel rowsBy(const Block& b) {

@@ -47,7 +47,7 @@ constexpr size_t kLeastPixels = 4;
 // destination is graphics-card memory, or the rows are too short.
 inline const Kernels& kernelsFor(const Block& block) {
     return block.width < kLeastPixels || block.onBoard || !isOrderIndependent(block) ? kScalarKernels
-                                                                             : kernelsInUse();
+                                                                                     : kernelsInUse();
 }
 
 } // namespace ormsel

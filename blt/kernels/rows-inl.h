@@ -58,8 +58,7 @@ struct ClearTest {
 private:
     HWY_INLINE bool hasNone(V8 v) const {
         const D32 d32;
-        return hn::AllTrue(
-            d32, hn::Eq(hn::And(as(d32, hn::SaturatedSub(v, last)), bits), hn::Zero(d32)));
+        return hn::AllTrue(d32, hn::Eq(hn::And(as(d32, hn::SaturatedSub(v, last)), bits), hn::Zero(d32)));
     }
 };
 
@@ -87,7 +86,9 @@ struct StateOf {
     using Type = NoState;
 };
 template <class Step>
-requires requires { typename Step::State; }
+requires requires {
+    typename Step::State;
+}
 struct StateOf<Step> {
     using Type = typename Step::State;
 };

@@ -57,7 +57,8 @@ HWY_INLINE V32 sdlWidenLanes(V32 v) {
 template <SdlLayout Layout>
 HWY_INLINE V32 sdlNarrowLanes(V32 v) {
     const D32 d32;
-    const auto bits = [&](V32 shifted, uint32_t mask) HWY_ATTR { return hn::And(shifted, hn::Set(d32, mask)); };
+    const auto bits = [&](V32 shifted, uint32_t mask)
+                          HWY_ATTR { return hn::And(shifted, hn::Set(d32, mask)); };
     if constexpr (Layout == SdlLayout::kR5G6B5)
         return hn::Or(bits(hn::ShiftRight<8>(v), 0xF800),
                       hn::Or(bits(hn::ShiftRight<5>(v), 0x07E0), bits(hn::ShiftRight<3>(v), 0x001F)));
@@ -174,8 +175,8 @@ struct SdlFadeOnto32Step : VectorStep {
     template <class At>
     HWY_INLINE V32 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
         const D32 d32;
-        const V32 mixed = MixedBytes(At::load(d32, src), At::load(d32, dst), weight)
-                              .joined(hn::Set(d32, 0x0000FF00));
+        const V32 mixed =
+            MixedBytes(At::load(d32, src), At::load(d32, dst), weight).joined(hn::Set(d32, 0x0000FF00));
         return hn::Or(mixed, hn::Set(d32, 0xFF000000));
     }
 
@@ -234,16 +235,16 @@ HWY_INLINE void drawSdlBlitBy(const SdlBlit& b) {
 }
 
 template <SdlLayout To, bool PerPixel>
-using SdlInPlaceStep = std::conditional_t<
-    To == SdlLayout::k32, std::conditional_t<PerPixel, SdlAlphaOnto32Step, SdlFadeOnto32Step>,
-    std::conditional_t<PerPixel, AlphaOntoFieldsStep<SdlFields<To>, A8R8G8B8, false>,
-                       FadedFieldsStep<SdlFields<To>>>>;
+using SdlInPlaceStep =
+    std::conditional_t<To == SdlLayout::k32,
+                       std::conditional_t<PerPixel, SdlAlphaOnto32Step, SdlFadeOnto32Step>,
+                       std::conditional_t<PerPixel, AlphaOntoFieldsStep<SdlFields<To>, A8R8G8B8, false>,
+                                          FadedFieldsStep<SdlFields<To>>>>;
 
 inline void sdlKernel(const SdlBlit& b) {
     if (b.inPlace)
-        return withSdlInPlace(b, [&]<SdlLayout To, bool PerPixel>() HWY_ATTR {
-            drawSdlBlitBy<SdlInPlaceStep<To, PerPixel>>(b);
-        });
+        return withSdlInPlace(b, [&]<SdlLayout To, bool PerPixel>()
+                                     HWY_ATTR { drawSdlBlitBy<SdlInPlaceStep<To, PerPixel>>(b); });
     if (b.copies) {
         switch (sdlBytes(b.to)) {
         case 4:
@@ -254,9 +255,8 @@ inline void sdlKernel(const SdlBlit& b) {
             return drawSdlBlitBy<SdlCopyStep<SdlLayout::kR5G6B5>>(b);
         }
     }
-    withSdlLayouts(b, [&]<SdlLayout From, SdlLayout To, bool PerPixel>() HWY_ATTR {
-        drawSdlBlitBy<SdlStep<From, To, PerPixel>>(b);
-    });
+    withSdlLayouts(b, [&]<SdlLayout From, SdlLayout To, bool PerPixel>()
+                          HWY_ATTR { drawSdlBlitBy<SdlStep<From, To, PerPixel>>(b); });
 }
 
 } // namespace ormsel::HWY_NAMESPACE

@@ -86,8 +86,8 @@ struct VectorTarget {
 constexpr VectorTarget kVectorTargets[] = {{nullptr, nullptr, nullptr}};
 #    else
 
-// What Highway's HWY_TARGET_STR names, and what the targets behind it need. (Highway's own test is in its library,
-// which needs a C++ runtime.)
+// What Highway's HWY_TARGET_STR names, and what the targets behind it need. (Highway's own test is in its
+// library, which needs a C++ runtime.)
 #        if HWY_ARCH_X86
 bool hasSse4() {
     return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("sse4.1") &&
@@ -118,7 +118,7 @@ constexpr bool (*hasAltivec)() = nullptr;
 constexpr auto isAlwaysThere = [] { return true; };
 
 constexpr VectorTarget kVectorTargets[] = {
-#        define ROW(name, highway, isAvailable, ...) {#name, HWY_CHOOSE_##highway(kKernels), isAvailable},
+#        define ROW(name, highway, isAvailable, ...) {#        name, HWY_CHOOSE_##highway(kKernels), isAvailable},
     ORMSEL_VECTOR_TARGETS(ROW)
 #        undef ROW
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The vector forms of the rules of routes. Each gives the scalar kernel's results bit for bit. A step is made of
-// what has a constantAlpha: a block, or a blit by SDL's rules.
+// The vector forms of the rules of routes. Each gives the scalar kernel's results bit for bit. A step is made
+// of what has a constantAlpha: a block, or a blit by SDL's rules.
 
 #if defined(ORMSEL_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #    ifdef ORMSEL_STEPS_INL_H
@@ -68,10 +68,10 @@ HWY_INLINE V16 shifted(V16 v) {
         return v;
 }
 
-// To mix a field, source and old value are put side by side, the source's in the low byte of 16-bit lanes, the
-// old one in the high byte: a * s + (32 - a) * d, whose quotient by 32 is the exact d + floor((s - d) * a / 32),
-// is one multiplication then. Results have the field in place and anything outside it; a mixed field at bit 0
-// stands alone.
+// To mix a field, source and old value are put side by side, the source's in the low byte of 16-bit lanes,
+// the old one in the high byte: a * s + (32 - a) * d, whose quotient by 32 is the exact d + floor((s - d) * a
+// / 32), is one multiplication then. Results have the field in place and anything outside it; a mixed field
+// at bit 0 stands alone.
 
 // A field of five bits, the lowest at bit At. The source's channel is the low byte and stays where it is; the
 // old value goes to the top of its byte, so that the sum is at most 31 * 32 << 3, below 2^15.
@@ -91,8 +91,8 @@ struct FiveBits {
     }
 };
 
-// Green, whose channel is the source's high byte. With six bits it comes down to bit 0, the old value to bit 8:
-// the sum, at most 63 * 32, has its quotient in place.
+// Green, whose channel is the source's high byte. With six bits it comes down to bit 0, the old value to bit
+// 8: the sum, at most 63 * 32, has its quotient in place.
 struct SixBitsGreen {
     V16 inOld = hn::Set(D16(), 0x3F00);
 
@@ -133,8 +133,9 @@ struct Fields {
                        addBits(inGreen, green.convert(withGreen), hn::And(inBlue, blue.convert(withBlue))));
     }
     HWY_INLINE V16 mix(V16 withRed, V16 withGreen, V16 withBlue, V16 old, V16 weights) const {
-        return addBits(inRed, red.mix(withRed, old, weights),
-                       addBits(inGreen, green.mix(withGreen, old, weights), blue.mix(withBlue, old, weights)));
+        return addBits(
+            inRed, red.mix(withRed, old, weights),
+            addBits(inGreen, green.mix(withGreen, old, weights), blue.mix(withBlue, old, weights)));
     }
 
     // From pixels in halves: red and blue are their low bytes, either way round.
@@ -177,8 +178,8 @@ struct AlphaOntoFieldsStep : VectorStep {
         const D32 d32;
         const Halves s = halves(At::load(d32, src), At::load(d32, src + 4 * kLanes32));
         const V16 old = At::load(d16, dst);
-        // A * C >> 11, or A >> 3. From 0 to 31, of which 31 counts as 32 and gives the source unchanged. Faded
-        // weights are at most 255 * 247 >> 11 = 30.
+        // A * C >> 11, or A >> 3. From 0 to 31, of which 31 counts as 32 and gives the source unchanged.
+        // Faded weights are at most 255 * 247 >> 11 = 30.
         const V16 a = Faded ? fade(s.high) : hn::ShiftRight<11>(s.high);
         const V16 weights = toWeights(Faded ? a : a + hn::SaturatedSub(a, thirty));
         const V16 mixed = fields.template mix<(L::kR > L::kB)>(s, old, weights);
@@ -235,8 +236,8 @@ struct FadedFieldsStep : VectorStep {
     Fields<L> fields;
 };
 
-// Half of each: the bits that both pixels have, and half of those that one of them has, without what leaves its
-// field. (s + d) / 2 in every field, rounded down.
+// Half of each: the bits that both pixels have, and half of those that one of them has, without what leaves
+// its field. (s + d) / 2 in every field, rounded down.
 struct HalfOntoR5G6B5Step : VectorStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = 2;
 
@@ -274,8 +275,8 @@ struct StepOfRule<OpaqueOntoR5G6B5<R5G6B5, Faded>> {
     using Type = FadedFieldsStep<R5G6B5>;
 };
 
-// The kernel that draws a block by a step, or that of the next narrower target where its rows have less than one
-// vector of pixels.
+// The kernel that draws a block by a step, or that of the next narrower target where its rows have less than
+// one vector of pixels.
 template <class Step>
 Kernel kernelBy(const Block& b, KernelChoice narrower) {
     return b.width < Step::kPixels ? narrower(b) : drawRows<Step, Block>;

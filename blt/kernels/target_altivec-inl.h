@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// AltiVec: vectors of 16 bytes at multiples of 16 bytes, any bytes of two vectors in one instruction, products of
-// bytes. See vec-inl.h for what is defined here.
+// AltiVec: vectors of 16 bytes at multiples of 16 bytes, any bytes of two vectors in one instruction,
+// products of bytes. See vec-inl.h for what is defined here.
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -52,9 +52,9 @@ struct Anywhere : AnyAddress {
     }
 };
 
-// A vector at any address is the middle of two at multiples of 16 bytes, if the bytes beside it are the image's,
-// too: inside a row, but not at its ends. OnVectors: it stands at such a multiple itself, unless its pixels have
-// 24 bits.
+// A vector at any address is the middle of two at multiples of 16 bytes, if the bytes beside it are the
+// image's, too: inside a row, but not at its ends. OnVectors: it stands at such a multiple itself, unless its
+// pixels have 24 bits.
 template <bool OnVectors>
 struct InsideRow {
     template <class D>
@@ -77,7 +77,8 @@ struct InsideRow {
 
 private:
     static HWY_INLINE V8 loadMiddle(const uint8_t* p, int last) {
-        return __builtin_vec_perm(__builtin_vec_ld(0, p), __builtin_vec_ld(last, p), __builtin_vec_lvsl(0, p));
+        return __builtin_vec_perm(__builtin_vec_ld(0, p), __builtin_vec_ld(last, p),
+                                  __builtin_vec_lvsl(0, p));
     }
 };
 

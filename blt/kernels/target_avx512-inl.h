@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// AVX-512: vectors of 64 bytes, any selection of bits in one instruction, lanes moved across the whole vector.
-// See vec-inl.h for what is defined here.
+// AVX-512: vectors of 64 bytes, any selection of bits in one instruction, lanes moved across the whole
+// vector. See vec-inl.h for what is defined here.
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -49,12 +49,11 @@ struct Anywhere : AnyAddress {
     static HWY_INLINE V32 load24(const uint8_t* p) {
         const D8 d8;
         const D32 d32;
-        alignas(64) static constexpr int32_t kWords[16] = {0, 1, 2, 2, 3, 4,  5,  5,
-                                                           6, 7, 8, 8, 9, 10, 11, 11};
+        alignas(64) static constexpr int32_t kWords[16] = {0, 1, 2, 2, 3, 4, 5, 5, 6, 7, 8, 8, 9, 10, 11, 11};
         alignas(16) static constexpr uint8_t kBytes[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
                                                            6, 7, 8, 0x80, 9, 10, 11, 0x80};
-        const auto packed = hn::MaskedLoad(hn::FirstN(d32, kLanes32 / 4 * 3), d32,
-                                           reinterpret_cast<const uint32_t*>(p));
+        const auto packed =
+            hn::MaskedLoad(hn::FirstN(d32, kLanes32 / 4 * 3), d32, reinterpret_cast<const uint32_t*>(p));
         const V32 inBlocks = hn::TableLookupLanes(packed, hn::SetTableIndices(d32, kWords));
         return as(d32, hn::TableLookupBytesOr0(as(d8, inBlocks), hn::LoadDup128(d8, kBytes)));
     }
@@ -67,8 +66,8 @@ using MovedHalves = HalvesByMoving;
 
 HWY_INLINE V32 mixOntoA8R8G8B8(V32 s, V32 d, V16 a) {
     const D32 d32;
-    const V32 taken = hn::IfThenElse(hn::Eq(as(d32, a), hn::Zero(d32)), hn::Set(d32, 0xFF00FF00),
-                                     hn::Set(d32, 0x0000FF00));
+    const V32 taken =
+        hn::IfThenElse(hn::Eq(as(d32, a), hn::Zero(d32)), hn::Set(d32, 0xFF00FF00), hn::Set(d32, 0x0000FF00));
     return MixedBytes(s, d, a).joined(taken);
 }
 

@@ -89,8 +89,7 @@ HWY_INLINE V16 orderForZip(V16 v) {
 
 HWY_INLINE V32 pack24(V32 v) {
     const D8 d8;
-    return as(D32(), hn::TableLookupBytesOr0(as(d8, v),
-                                             hn::LoadDup128(d8, kPack24)));
+    return as(D32(), hn::TableLookupBytesOr0(as(d8, v), hn::LoadDup128(d8, kPack24)));
 }
 
 HWY_INLINE V32 oneLaneLater(V32 before, V32 v) {

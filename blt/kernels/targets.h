@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The list of vector targets, best first. cmake/Targets.cmake reads it, too: which flags the vector kernels are
-// compiled with, and which targets the tests run on.
+// The list of vector targets, best first. cmake/Targets.cmake reads it, too: which flags the vector kernels
+// are compiled with, and which targets the tests run on.
 #pragma once
 
 // TARGET(name, highway, isAvailable, processors, flags)
@@ -11,15 +11,15 @@
 //   - processors: CMake's names of those that the target is for, as a regular expression
 //   - flags: what simd.cpp is compiled with there
 //
-// Highway's NEON needs AES on 64-bit Arm (g++ 12 gives constructors that it makes itself the file's target only),
-// and a form of half floats, of which g++ has two, on 32-bit Arm. For AltiVec, which isn't Highway's, vectors are
-// passed as its ABI has it; and g++ would work ahead on pixels that turn out to be transparent.
+// Highway's NEON needs AES on 64-bit Arm (g++ 12 gives constructors that it makes itself the file's target
+// only), and a form of half floats, of which g++ has two, on 32-bit Arm. For AltiVec, which isn't Highway's,
+// vectors are passed as its ABI has it; and g++ would work ahead on pixels that turn out to be transparent.
 #define ORMSEL_VECTOR_TARGETS(TARGET)                                                                        \
     TARGET(avx512, AVX3, hasAvx512, "^(x86_64|AMD64)$", "")                                                  \
     TARGET(avx2, AVX2, hasAvx2, "^(x86_64|AMD64|i[3-6]86)$", "")                                             \
     TARGET(sse4, SSE4, hasSse4, "^(x86_64|AMD64|i[3-6]86)$", "")                                             \
     TARGET(neon, NEON, isAlwaysThere, "^(aarch64|arm64)$", "-march=armv8-a+crypto")                          \
-    TARGET(neon, NEON, isAlwaysThere, "^arm(hf|v[78])", "-mfp16-format=ieee")                                   \
+    TARGET(neon, NEON, isAlwaysThere, "^arm(hf|v[78])", "-mfp16-format=ieee")                                \
     TARGET(altivec, ALTIVEC, hasAltivec, "^(powerpc|ppc)(64)?$", "-mabi=altivec -fno-sched-interblock")
 
 #ifdef ORMSEL_ALTIVEC

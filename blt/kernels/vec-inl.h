@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// The vector vocabulary of the kernels, on top of Highway: loads and stores, moved bytes, halves of pixels, and
-// the blends. Included once for each target; every name lives in the target's namespace.
+// The vector vocabulary of the kernels, on top of Highway: loads and stores, moved bytes, halves of pixels,
+// and the blends. Included once for each target; every name lives in the target's namespace.
 //
 // What targets do in ways of their own stands in one file for each of them, which is included at the end:
 // target_avx512-inl.h, target_altivec-inl.h, and target_plain-inl.h for the others. Such a file defines
@@ -120,9 +120,7 @@ struct AnyAddress {
 struct Shuffle {
     V8 index;
 
-    HWY_INLINE V32 operator()(V32 v) const {
-        return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index));
-    }
+    HWY_INLINE V32 operator()(V32 v) const { return as(D32(), hn::TableLookupBytesOr0(as(D8(), v), index)); }
 };
 
 // The shuffle that moves, in every 32-bit lane, byte `from` >> 8 * i to byte i. A lane's bytes are counted
@@ -156,8 +154,8 @@ HWY_INLINE Halves halvesOf(V32 first, V32 second) {
                       : Halves{hn::ConcatEven(d16, upper, lower), hn::ConcatOdd(d16, upper, lower)};
 }
 
-// Halves of pixels whose bytes are moved first, as shuffleOfBytes() does: in two steps, or in one shuffle that
-// gathers the low halves of a block in its first eight bytes and the high halves in the others.
+// Halves of pixels whose bytes are moved first, as shuffleOfBytes() does: in two steps, or in one shuffle
+// that gathers the low halves of a block in its first eight bytes and the high halves in the others.
 struct HalvesByMoving {
     Shuffle move;
 
@@ -219,16 +217,17 @@ struct Zipped {
 
 // --- Blends -------------------------------------------------------------------------------------------
 
-// Blends channels of 8 bits, one in the low byte of each 16-bit lane of s and oldLow, and at the top of oldTop:
-// d + floor((s - d) * a / 256) in the high byte, a from 0 to 256. Sums are taken modulo 2^16, and lose nothing:
-// 256 * d + (s - d) * a is a mean of s and d times 256, at most 65280.
+// Blends channels of 8 bits, one in the low byte of each 16-bit lane of s and oldLow, and at the top of
+// oldTop: d + floor((s - d) * a / 256) in the high byte, a from 0 to 256. Sums are taken modulo 2^16, and
+// lose nothing: 256 * d + (s - d) * a is a mean of s and d times 256, at most 65280.
 HWY_INLINE V16 mixBytes(V16 s, V16 oldLow, V16 oldTop, V16 a) {
     return (s - oldLow) * a + oldTop;
 }
 
 // Blends the four bytes of pixels: those of even numbers into rb, in the low byte of 16-bit lanes, the others
-// into ag, in the high byte, above anything. a is the weight in both halves of each pixel. roundUp, 0 or 255, is
-// added before the division by 256; the sums stay below 2^16 where no weight is above 255, or roundUp is 0.
+// into ag, in the high byte, above anything. a is the weight in both halves of each pixel. roundUp, 0 or 255,
+// is added before the division by 256; the sums stay below 2^16 where no weight is above 255, or roundUp is
+// 0.
 struct MixedBytes {
     V16 rb, ag;
 
@@ -236,8 +235,8 @@ struct MixedBytes {
     HWY_INLINE MixedBytes(V32 s, V32 d, V16 a, V16 roundUp) {
         const D16 d16;
         const V16 low = hn::Set(d16, 0x00FF), s16 = as(d16, s), d16s = as(d16, d);
-        rb = hn::ShiftRight<8>(
-            mixBytes(hn::And(s16, low), hn::And(d16s, low), hn::ShiftLeft<8>(d16s), a) + roundUp);
+        rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(d16s, low), hn::ShiftLeft<8>(d16s), a) +
+                               roundUp);
         ag = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(d16s), hn::AndNot(low, d16s), a) + roundUp;
     }
 
@@ -276,8 +275,8 @@ struct WordFade32nds {
     HWY_INLINE V16 operator()(V16 high) const { return hn::MulHigh(hn::ShiftRight<8>(high), constant32); }
 };
 
-// Of A8R8G8B8 pixels the bits of green, and those of alpha where the weight, in both halves, is 0. Weights are
-// below 2^15.
+// Of A8R8G8B8 pixels the bits of green, and those of alpha where the weight, in both halves, is 0. Weights
+// are below 2^15.
 HWY_INLINE V32 greenAndUndrawnAlpha(V16 weights) {
     const D32 d32;
     const hn::RebindToSigned<D16> i16;

@@ -35,12 +35,12 @@
  * and surfaces with SDL_HWSURFACE) a pixel that isn't drawn is neither read nor written, but for what is said
  * of the row copies onto R5G6B5. A store into a 24-bit destination takes the byte behind the pixel along.
  *
- * **Thread safety**: any thread, provided no other thread writes the same pixels: several threads may blit onto
- * rectangles of one destination that have no pixel in common (nor, on 24 bits, the byte behind a row). Several
- * threads may blit from one surface at a time: its lock count comes out right. That covers the library's own locks alone, not
- * those that the program takes on the same surface meanwhile; and not surfaces whose lock does more than
- * count (SDL_MUSTLOCK), for which SDL itself is not made. Between calls the library remembers nothing but
- * which processor target it uses.
+ * **Thread safety**: any thread, provided no other thread writes the same pixels: several threads may blit
+ * onto rectangles of one destination that have no pixel in common (nor, on 24 bits, the byte behind a row).
+ * Several threads may blit from one surface at a time: its lock count comes out right. That covers the
+ * library's own locks alone, not those that the program takes on the same surface meanwhile; and not surfaces
+ * whose lock does more than count (SDL_MUSTLOCK), for which SDL itself is not made. Between calls the library
+ * remembers nothing but which processor target it uses.
  *
  * **Memory safety**: no byte outside an image's memory is read or written. The memory begins with the first
  * pixel and ends behind the last pixel of the last row, or after pitch times height bytes where that is

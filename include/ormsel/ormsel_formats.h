@@ -47,8 +47,8 @@
 
 /**
  * ROUTE(operation, source, destination, rule): the pairs of formats that have a routine of their own. For
- * Blend it is called `BLT_source_destination`; every other pair is blended by the channels' masks. By any other
- * operation, a pair that isn't here draws nothing.
+ * Blend it is called `BLT_source_destination`; every other pair is blended by the channels' masks. By any
+ * other operation, a pair that isn't here draws nothing.
  *
  * - `OpaqueOntoR5G6B5`: no alpha but the constant one, which is cut to 5 bits: nothing, a copy, or a blend
  * - `AlphaOntoR5G6B5`: by the source's alpha times the constant one, cut to 5 bits
