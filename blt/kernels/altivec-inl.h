@@ -92,10 +92,9 @@ template <class D, class M>
 HWY_INLINE Mask<D> RebindMask(D, M m) {
     return (Mask<D>)m;
 }
-// All ones in the lanes that aren't 0.
 template <class D, class M>
 HWY_INLINE Vec<D> VecFromMask(D, M m) {
-    return (Vec<D>)~(m == M{});
+    return (Vec<D>)m;
 }
 template <class D>
 HWY_INLINE Vec<D> Zero(D) {
@@ -140,24 +139,8 @@ HWY_INLINE void StoreU(Vec<D> v, D, TFromD<D>* p) {
 // --- Bits and lanes -----------------------------------------------------------------------------------
 
 template <class V>
-HWY_INLINE V And(V a, V b) {
-    return a & b;
-}
-template <class V>
 HWY_INLINE V AndNot(V a, V b) {
     return ~a & b;
-}
-template <class V>
-HWY_INLINE V Or(V a, V b) {
-    return a | b;
-}
-template <class V>
-HWY_INLINE V Xor(V a, V b) {
-    return a ^ b;
-}
-template <class M>
-HWY_INLINE M Not(M m) {
-    return ~m;
 }
 template <int By, class V>
 HWY_INLINE V ShiftLeft(V v) {
@@ -207,11 +190,8 @@ HWY_INLINE Words ZipUpper(ScalableTag<uint32_t>, Shorts a, Shorts b) {
 }
 
 // An index from 0x80 on gives 0: as an index of the instruction it is one of a second vector's bytes.
-HWY_INLINE Bytes IndexOr0(Bytes index) {
-    return index | (index >> 7 << 4);
-}
 HWY_INLINE Bytes TableLookupBytesOr0(Bytes v, Bytes index) {
-    return __builtin_vec_perm(v, Bytes{}, IndexOr0(index));
+    return __builtin_vec_perm(v, Bytes{}, index | (index >> 7 << 4));
 }
 
 HWY_INLINE Shorts PromoteTo(ScalableTag<uint16_t>, Bytes v) {
@@ -226,16 +206,9 @@ HWY_INLINE Words PromoteTo(ScalableTag<uint32_t> d32, Bytes v) {
 HWY_INLINE Shorts TruncateTo(Simd<uint16_t, 4>, Words v) {
     return __builtin_vec_pack(v, v);
 }
-HWY_INLINE Shorts DemoteTo(Simd<uint16_t, 4>, Vec<ScalableTag<int32_t>> v) {
-    return (Shorts)__builtin_vec_packsu(v, v);
-}
 
 // --- Arithmetic ---------------------------------------------------------------------------------------
 
-template <class V>
-HWY_INLINE V Min(V a, V b) {
-    return (V)__builtin_vec_min(a, b);
-}
 template <class V>
 HWY_INLINE V Max(V a, V b) {
     return (V)__builtin_vec_max(a, b);
@@ -256,10 +229,6 @@ HWY_INLINE auto Eq(V a, V b) {
     return (Mask<ScalableTag<std::remove_cvref_t<decltype(a[0])>>>)(a == b);
 }
 template <class V>
-HWY_INLINE auto Ne(V a, V b) {
-    return Not(Eq(a, b));
-}
-template <class V>
 HWY_INLINE auto Gt(V a, V b) {
     return (Mask<ScalableTag<std::remove_cvref_t<decltype(a[0])>>>)(a > b);
 }
@@ -267,29 +236,12 @@ template <class V>
 HWY_INLINE auto Lt(V a, V b) {
     return Gt(b, a);
 }
-template <class D>
-HWY_INLINE Mask<D> FirstN(D d, size_t count) {
-    static constexpr Bytes kNumbers = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-    const auto bytes = static_cast<uint8_t>(count * sizeof(TFromD<D>));
-    return RebindMask(d, Gt(Set(ScalableTag<uint8_t>(), bytes), kNumbers));
-}
 
-// Whether all lanes, or none, are true: here every lane that isn't 0 is. One comparison tells, by what it
-// leaves in the condition register.
+// One comparison with 0 tells, by what it leaves in the condition register: every lane that isn't 0 is true.
 template <class D>
 HWY_INLINE bool AllTrue(D, Mask<D> m) {
     constexpr int kNoneIsEqual = 0;
-    if constexpr (sizeof(TFromD<D>) == 4)
-        return __builtin_altivec_vcmpequw_p(kNoneIsEqual, (Vec<ScalableTag<int32_t>>)m,
-                                            Vec<ScalableTag<int32_t>>{});
-    else
-        return __builtin_altivec_vcmpequh_p(kNoneIsEqual, (Vec<ScalableTag<int16_t>>)m,
-                                            Vec<ScalableTag<int16_t>>{});
-}
-template <class D>
-HWY_INLINE bool AllFalse(D, Mask<D> m) {
-    constexpr int kAllAreEqual = 2;
-    return __builtin_altivec_vcmpequw_p(kAllAreEqual, (Vec<ScalableTag<int32_t>>)m,
+    return __builtin_altivec_vcmpequw_p(kNoneIsEqual, (Vec<ScalableTag<int32_t>>)m,
                                         Vec<ScalableTag<int32_t>>{});
 }
 

@@ -6,56 +6,8 @@
 // 32-bit pixels become A8R8G8B8 by one byte shuffle; the channels of 16-bit ones are taken out and put back
 // by shifts.
 
-#if defined(ORMSEL_GENERIC_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_GENERIC_STEPS_INL_H
-#        undef ORMSEL_GENERIC_STEPS_INL_H
-#    else
-#        define ORMSEL_GENERIC_STEPS_INL_H
-#    endif
-
-#    include <array>
-
-#    include "generic.h"
-#    include "steps-inl.h"
-
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
-
-// Whether a channel of a 24- or 32-bit pixel is absent or one whole byte.
-inline bool isByte(const Channel& c) {
-    return c.mask == 0 || (c.shift % 8 == 0 && c.shift < 32 && c.loss == 0 && c.mask == 0xFFU << c.shift);
-}
-
-// Whether a channel of a 16-bit pixel is at most 8 bits when taken out, and is put back from 8 bits alone;
-// and whether it reaches the top of a byte, or of the pixel, by a shift to the left.
-inline bool isShort(const Channel& c) {
-    return c.mask == 0 ||
-           (c.shift < 16 && c.loss < 8 && c.shift <= c.loss + 8 && c.mask <= 0xFFFF &&
-            c.mask >> c.shift << c.loss <= 0xFF && (c.mask & ~(0xFFU >> c.loss << c.shift)) == 0);
-}
-
-inline bool coloursArePlain(const BltRenderFmt& f) {
-    const auto channel = f.bytesPerPixel == 2 ? isShort : isByte;
-    return channel(f.r()) && channel(f.g()) && channel(f.b()) &&
-           (f.bytesPerPixel != 3 || (f.rMask | f.gMask | f.bMask | f.aMask) <= 0xFFFFFF);
-}
-
-// Whether a source's alpha has at most 8 bits, or isn't looked at. 16-bit sources come with their alpha
-// filled.
-inline bool alphaIsPlain(const BltRenderFmt& src, uint32_t fill, bool used) {
-    if (!used)
-        return true;
-    return src.bytesPerPixel == 2 ? fill == 255 && isShort(src.a()) : isByte(src.a());
-}
-
-// Whether a destination's alpha can be put back by a shift, or by a shuffle: no two channels share a bit
-// then.
-inline bool fieldIsPlain(const BltRenderFmt& dst) {
-    if (dst.bytesPerPixel == 2)
-        return dst.aMask == 0 || (dst.aShift < 16 && dst.aLoss < 16 && dst.aMask <= 0xFFFF);
-    const uint64_t sum = uint64_t{dst.rMask} + dst.gMask + dst.bMask + dst.aMask;
-    return isByte(dst.a()) && sum == (dst.rMask | dst.gMask | dst.bMask | dst.aMask);
-}
 
 // A channel of 16-bit pixels at a run-time position. Bits of the mask below the shift never count.
 struct ShortChannel {
@@ -68,10 +20,10 @@ struct ShortChannel {
           down(8 + c.loss - c.shift) {}
 
     // The channel widened to 8 bits, in the high byte; the low byte is 0.
-    HWY_INLINE V16 extract(V16 pixel) const { return hn::And(pixel, mask) * up; }
+    HWY_INLINE V16 extract(V16 pixel) const { return (pixel & mask) * up; }
 
     // From the high byte; the low one holds anything.
-    HWY_INLINE V16 place(V16 value) const { return hn::And(down(value), mask); }
+    HWY_INLINE V16 place(V16 value) const { return down(value) & mask; }
 };
 
 HWY_INLINE ShortChannel shortChannel(const Channel& c) {
@@ -99,26 +51,7 @@ struct ShortAlpha {
     HWY_INLINE V16 addTo(V16 pixel, V16 value) const {
         if (!any)
             return pixel;
-        return hn::Or(pixel, hn::And(hn::ShiftLeftSame(hn::ShiftRightSame(value, loss), shift), mask));
-    }
-};
-
-// Which byte of a 24- or 32-bit pixel each byte of A8R8G8B8 is, and the other way round: arguments of
-// shuffleOfBytes().
-struct ByteOrder {
-    uint32_t toArgb = 0x80808080, fromArgb = 0x80808080;
-
-    explicit ByteOrder(const BltRenderFmt& f) {
-        const uint32_t masks[4] = {f.bMask, f.gMask, f.rMask, f.aMask};
-        const uint32_t shifts[4] = {f.bShift, f.gShift, f.rShift, f.aShift};
-        for (unsigned i = 0; i < 4; ++i) {
-            // An alpha channel that plays no part may have any shift.
-            if (!masks[i] || shifts[i] > 24)
-                continue;
-            // 0x80 becomes the number of the other side's byte.
-            toArgb ^= (0x80U ^ byteAt(shifts[i])) << 8 * i;
-            fromArgb ^= (0x80U ^ i) << shifts[i];
-        }
+        return (pixel | (hn::ShiftLeftSame(hn::ShiftRightSame(value, loss), shift) & mask));
     }
 };
 
@@ -132,14 +65,6 @@ private:
     explicit HWY_INLINE GenericFormat(const ByteOrder& order)
         : toArgb(shuffleOfBytes(order.toArgb)), fromArgb(shuffleOfBytes(order.fromArgb)) {}
 };
-
-template <int Bytes, class At>
-HWY_INLINE V32 loadPixels(At, const uint8_t* p) {
-    if constexpr (Bytes == 3)
-        return At::load24(p);
-    else
-        return At::load(D32(), p);
-}
 
 // The constant alpha as a factor of the bytes above it: 256 * x * factor >> 16. 255 counts as 256, which
 // gives x.
@@ -171,14 +96,13 @@ public:
         store(step, at, two[1], dst + 3 * kLanes32);
     }
     template <class Step, class At>
-    HWY_INLINE void store(const Step&, At, const Drawn24& w, uint8_t* dst) {
+    HWY_INLINE void store(const Step&, At at, const Drawn24& w, uint8_t* dst) {
         const D32 d32;
         const V32 firstByte = hn::Set(d32, kBigEndian ? 0x00FF0000 : 0x000000FF);
         const V32 all = hn::Set(d32, ~uint32_t{0});
         const V32 drawn = hn::IfThenElse(hn::Eq(w.drawn, hn::Zero(d32)), hn::Zero(d32), all);
-        const V32 zeros = hn::And(oneLaneLater(before_, drawn), firstByte);
-        const V32 packed = pack24(select(drawn, w.pixels, hn::AndNot(zeros, At::load24(dst))));
-        std::memcpy(dst, &packed, 3 * kLanes32);
+        const V32 zeros = oneLaneLater(before_, drawn) & firstByte;
+        storePixels<3>(at, select(drawn, w.pixels, hn::AndNot(zeros, At::load24(dst))), dst);
         before_ = drawn;
     }
 
@@ -194,9 +118,9 @@ private:
 };
 
 template <int DstBytes>
-struct WithState {};
+struct OntoBytesStep : VectorStep {};
 template <>
-struct WithState<3> {
+struct OntoBytesStep<3> : VectorStep {
     using State = ZeroBehind;
 };
 
@@ -230,7 +154,7 @@ struct OntoBytes {
             const V32 old = loadPixels<DstBytes>(at, DstBytes == 3 ? p + 1 : p);
             const V32 field = Alpha == AlphaSource::kOfMask ? own : as(d32, e);
             const V32 mixed = MixedBytes(argb, dst.toArgb(old), weightOf(e)).joined(hn::Set(d32, 0x0000FF00));
-            const V32 pixels = dst.fromArgb(hn::Or(mixed, hn::ShiftLeft<24>(field)));
+            const V32 pixels = dst.fromArgb(mixed | hn::ShiftLeft<24>(field));
             if constexpr (DstBytes == 4)
                 return whereDrawn(d32, as(d32, e), pixels, old);
             else
@@ -261,7 +185,7 @@ template <int SrcBytes, AlphaSource Alpha>
 concept HasAlphas = Alpha == AlphaSource::kOfMask || (Alpha == AlphaSource::kOfPixel && SrcBytes == 4);
 
 template <int SrcBytes, int DstBytes, AlphaSource Alpha>
-struct BytesOntoBytesStep : VectorStep, WithState<DstBytes> {
+struct BytesOntoBytesStep : OntoBytesStep<DstBytes> {
     static constexpr size_t kPixels = kLanes32, kSrcBytes = SrcBytes, kDstBytes = DstBytes;
 
     GenericFormat src;
@@ -281,13 +205,13 @@ struct BytesOntoBytesStep : VectorStep, WithState<DstBytes> {
     template <class At>
     HWY_INLINE auto draw(At at, const uint8_t* s, const uint8_t* d, const uint8_t* mask) const {
         const V32 argb = src.toArgb(loadPixels<SrcBytes>(at, s));
-        return onto.draw(at, Alpha == AlphaSource::kOfMask ? argb : hn::Or(argb, fill), d, mask);
+        return onto.draw(at, Alpha == AlphaSource::kOfMask ? argb : (argb | fill), d, mask);
     }
 };
 
 // From a 16-bit source, whose alpha is filled or plays no part: twice as many pixels.
 template <int DstBytes, AlphaSource Alpha>
-struct ShortOntoBytesStep : VectorStep, WithState<DstBytes> {
+struct ShortOntoBytesStep : OntoBytesStep<DstBytes> {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 2, kDstBytes = DstBytes;
 
     ShortColours src;
@@ -300,8 +224,8 @@ struct ShortOntoBytesStep : VectorStep, WithState<DstBytes> {
     template <class At>
     HWY_INLINE auto draw(At at, const uint8_t* s, const uint8_t* d, const uint8_t* mask) const {
         const V16 pixels = orderForZip(At::load(D16(), s));
-        const Zipped argb(hn::Or(src.g.extract(pixels), hn::ShiftRight<8>(src.b.extract(pixels))),
-                          hn::Or(fill, hn::ShiftRight<8>(src.r.extract(pixels))));
+        const Zipped argb(src.g.extract(pixels) | hn::ShiftRight<8>(src.b.extract(pixels)),
+                          (fill | hn::ShiftRight<8>(src.r.extract(pixels))));
         const auto first = onto.draw(at, argb.first, d, mask),
                    second = onto.draw(at, argb.second, d + DstBytes * kLanes32, mask + kLanes32);
         if constexpr (DstBytes == 4)
@@ -318,9 +242,9 @@ struct ShortOntoBytesStep : VectorStep, WithState<DstBytes> {
 struct ChannelsOfArgb {
     Halves argb;
 
-    HWY_INLINE V16 r() const { return hn::And(argb.high, hn::Set(D16(), 0xFF)); }
+    HWY_INLINE V16 r() const { return argb.high & hn::Set(D16(), 0xFF); }
     HWY_INLINE V16 g() const { return hn::ShiftRight<8>(argb.low); }
-    HWY_INLINE V16 b() const { return hn::And(argb.low, hn::Set(D16(), 0xFF)); }
+    HWY_INLINE V16 b() const { return argb.low & hn::Set(D16(), 0xFF); }
     HWY_INLINE V16 a() const { return hn::ShiftRight<8>(argb.high); }
     HWY_INLINE V16 highR() const { return hn::ShiftLeft<8>(argb.high); }
     HWY_INLINE V16 highG() const { return argb.low; }
@@ -395,7 +319,7 @@ struct OntoShortStep : VectorStep {
             return join(s.highR(), s.highG(), s.highB(), fill);
         } else {
             const V16 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d16, At::load(BytesFor16(), mask))
-                                                          : hn::Or(s.a(), fill);
+                                                          : (s.a() | fill);
             const V16 e = hn::MulHigh(hn::ShiftLeft<8>(own), factor), weight = weightOf(e);
             const V16 old = At::load(d16, to);
             const V16 r = mix(s.r(), dst.r.extract(old), weight);
@@ -407,7 +331,7 @@ struct OntoShortStep : VectorStep {
 
 private:
     HWY_INLINE V16 join(V16 r, V16 g, V16 b, V16 field) const {
-        return alpha.addTo(hn::Or(hn::Or(dst.r.place(r), dst.g.place(g)), dst.b.place(b)), field);
+        return alpha.addTo((dst.r.place(r) | dst.g.place(g)) | dst.b.place(b), field);
     }
     static HWY_INLINE V16 mix(V16 s, V16 oldTop, V16 weight) {
         return mixBytes(s, hn::ShiftRight<8>(oldTop), oldTop, weight);
@@ -433,13 +357,10 @@ constexpr KernelChoice kGenericRows[3][3] = {
     {rowsBy<4, 2, Alpha>, rowsBy<4, 3, Alpha>, rowsBy<4, 4, Alpha>},
 };
 
-// Formats that a program made up, and alphas of more than 8 bits, are left to the scalar kernel.
 Kernel genericKernel(const Block& b) {
-    const BltRenderFmt &src = *b.srcFormat, &dst = *b.dstFormat;
-    const AlphaSource by = alphaSourceOf(b);
-    if (!coloursArePlain(src) || !coloursArePlain(dst) || !fieldIsPlain(dst) ||
-        !alphaIsPlain(src, b.alphaFill, by == AlphaSource::kOfPixel))
+    if (!hasVectorForm(b))
         return kScalarKernels.generic(b);
+    const AlphaSource by = alphaSourceOf(b);
     const auto& rows = by == AlphaSource::kOfMask   ? kGenericRows<AlphaSource::kOfMask>
                        : by == AlphaSource::kOpaque ? kGenericRows<AlphaSource::kOpaque>
                                                     : kGenericRows<AlphaSource::kOfPixel>;
@@ -448,5 +369,3 @@ Kernel genericKernel(const Block& b) {
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
-
-#endif

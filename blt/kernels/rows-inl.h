@@ -11,17 +11,9 @@
 //   - draw(at, src, dst, mask): what the pixels at dst become; at as Anywhere in vec-inl.h
 //   - store(at, drawn, dst): stores that
 //   - perhaps isClear(at, src, mask): whether none of kRunPixels pixels is drawn
-//   - perhaps State: what a step must know of the one before it in its row. state.store(step, at, drawn, dst)
+//   - State: what a step must know of the one before it in its row; mostly nothing. If it is something,
+//   state.store(step, at, drawn, dst)
 //     stores in store()'s place, and state.pause(dst) is told that nothing is drawn from dst on for a while
-
-#if defined(ORMSEL_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_ROWS_INL_H
-#        undef ORMSEL_ROWS_INL_H
-#    else
-#        define ORMSEL_ROWS_INL_H
-#    endif
-
-#    include "vec-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -58,12 +50,14 @@ struct ClearTest {
 private:
     HWY_INLINE bool hasNone(V8 v) const {
         const D32 d32;
-        return hn::AllTrue(d32, hn::Eq(hn::And(as(d32, hn::SaturatedSub(v, last)), bits), hn::Zero(d32)));
+        return hn::AllTrue(d32, hn::Eq(as(d32, hn::SaturatedSub(v, last)) & bits, hn::Zero(d32)));
     }
 };
 
-// The base of steps whose results are vectors of the destination's pixels.
+// The base of steps. Results that are vectors of the destination's pixels are stored as they are.
 struct VectorStep {
+    struct State {};
+
     template <class At>
     static HWY_INLINE void store(At, V16 drawn, uint8_t* dst) {
         At::store(D16(), drawn, dst);
@@ -79,20 +73,6 @@ struct VectorStep {
     }
 };
 
-struct NoState {};
-
-template <class Step>
-struct StateOf {
-    using Type = NoState;
-};
-template <class Step>
-requires requires {
-    typename Step::State;
-}
-struct StateOf<Step> {
-    using Type = typename Step::State;
-};
-
 // One row, with the distances between pixels that a step has.
 template <class Step>
 struct Row {
@@ -101,7 +81,7 @@ struct Row {
     const uint8_t* src;
     uint8_t* dst;
     const uint8_t* mask;
-    typename StateOf<Step>::Type state{};
+    typename Step::State state{};
 
     template <class At>
     HWY_INLINE auto draw(const Step& step, At at, size_t x) const {
@@ -109,13 +89,13 @@ struct Row {
     }
     template <class At, class Drawn>
     HWY_INLINE void store(const Step& step, At at, const Drawn& drawn, size_t x) {
-        if constexpr (requires { typename Step::State; })
+        if constexpr (requires { state.pause(dst); })
             state.store(step, at, drawn, dst + x * kDst);
         else
             step.store(at, drawn, dst + x * kDst);
     }
     HWY_INLINE void pause(size_t x) {
-        if constexpr (requires { typename Step::State; })
+        if constexpr (requires { state.pause(dst); })
             state.pause(dst + x * kDst);
     }
 
@@ -163,9 +143,9 @@ HWY_INLINE Rows withoutGaps(Rows rows, size_t srcBytes, size_t dstBytes) {
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#    if HWY_TARGET == HWY_ALTIVEC
-#        include "altivec_rows-inl.h"
-#    else
+#if HWY_TARGET == HWY_ALTIVEC
+#    include "altivec_rows-inl.h"
+#else
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
@@ -188,6 +168,4 @@ void drawRows(const Block& block) {
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
-#    endif
-
 #endif

@@ -2,75 +2,38 @@
 //
 // The vector forms of SDL's rules.
 
-#if defined(ORMSEL_SDL_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_SDL_STEPS_INL_H
-#        undef ORMSEL_SDL_STEPS_INL_H
-#    else
-#        define ORMSEL_SDL_STEPS_INL_H
-#    endif
-
-#    include "sdl_scalar_steps.h"
-#    include "steps-inl.h"
-
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
 // --- Any layout onto any other ------------------------------------------------------------------------
 
-// The pixels of a step as values in 32-bit lanes.
-template <SdlLayout Layout, class At>
-HWY_INLINE V32 sdlLoad(At, const uint8_t* p) {
-    if constexpr (Layout == SdlLayout::k32)
-        return At::load(D32(), p);
-    else if constexpr (Layout == SdlLayout::k24)
-        return At::load24(p);
-    else
-        return hn::PromoteTo(D32(), At::load(ShortsFor32(), p));
-}
-
-template <SdlLayout Layout, class At>
-HWY_INLINE void sdlStoreLanes(At, V32 v, uint8_t* p) {
-    if constexpr (Layout == SdlLayout::k32) {
-        At::store(D32(), v, p);
-    } else if constexpr (Layout == SdlLayout::k24) {
-        const V32 packed = pack24(v);
-        std::memcpy(p, &packed, 3 * kLanes32);
-    } else { // the lanes' low halves
-        At::store(ShortsFor32(), hn::TruncateTo(ShortsFor32(), v), p);
-    }
-}
-
+// 16-bit pixels widened to a byte for each channel, and back.
 template <SdlLayout Layout>
 HWY_INLINE V32 sdlWidenLanes(V32 v) {
-    const D32 d32;
-    const auto bits = [&](uint32_t mask) HWY_ATTR { return hn::And(v, hn::Set(d32, mask)); };
-    if constexpr (Layout == SdlLayout::kR5G6B5)
-        return hn::Or(hn::ShiftLeft<8>(bits(0xF800)),
-                      hn::Or(hn::ShiftLeft<5>(bits(0x07E0)), hn::ShiftLeft<3>(bits(0x001F))));
-    else if constexpr (Layout == SdlLayout::kR5G5B5)
-        return hn::Or(hn::ShiftLeft<9>(bits(0x7C00)),
-                      hn::Or(hn::ShiftLeft<6>(bits(0x03E0)), hn::ShiftLeft<3>(bits(0x001F))));
-    else
+    if constexpr (sdlBytes(Layout) != 2)
         return v;
+    using L = SdlFields<Layout>;
+    constexpr Format kFormat = L::kFormat;
+    const D32 d32;
+    return hn::ShiftLeft<16 + 3 - L::kR>(v & hn::Set(d32, kFormat.r.mask)) |
+           hn::ShiftLeft<8 + kFormat.g.loss - L::kG>(v & hn::Set(d32, kFormat.g.mask)) |
+           hn::ShiftLeft<3>(v & hn::Set(d32, kFormat.b.mask));
 }
 
 template <SdlLayout Layout>
 HWY_INLINE V32 sdlNarrowLanes(V32 v) {
-    const D32 d32;
-    const auto bits = [&](V32 shifted, uint32_t mask)
-                          HWY_ATTR { return hn::And(shifted, hn::Set(d32, mask)); };
-    if constexpr (Layout == SdlLayout::kR5G6B5)
-        return hn::Or(bits(hn::ShiftRight<8>(v), 0xF800),
-                      hn::Or(bits(hn::ShiftRight<5>(v), 0x07E0), bits(hn::ShiftRight<3>(v), 0x001F)));
-    else if constexpr (Layout == SdlLayout::kR5G5B5)
-        return hn::Or(bits(hn::ShiftRight<9>(v), 0x7C00),
-                      hn::Or(bits(hn::ShiftRight<6>(v), 0x03E0), bits(hn::ShiftRight<3>(v), 0x001F)));
-    else
+    if constexpr (sdlBytes(Layout) != 2)
         return v;
+    using L = SdlFields<Layout>;
+    constexpr Format kFormat = L::kFormat;
+    const D32 d32;
+    return (hn::ShiftRight<16 + 3 - L::kR>(v) & hn::Set(d32, kFormat.r.mask)) |
+           (hn::ShiftRight<8 + kFormat.g.loss - L::kG>(v) & hn::Set(d32, kFormat.g.mask)) |
+           (hn::ShiftRight<3>(v) & hn::Set(d32, kFormat.b.mask));
 }
 
 template <SdlLayout From, SdlLayout To, bool PerPixel>
-class SdlStep {
+class SdlStep : public VectorStep {
 public:
     static constexpr size_t kPixels = kLanes32, kSrcBytes = sdlBytes(From), kDstBytes = sdlBytes(To);
 
@@ -94,7 +57,8 @@ public:
     HWY_INLINE V32 draw(At at, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
         const D16 d16;
         const D32 d32;
-        const V32 s = sdlLoad<From>(at, src), d = sdlLoad<To>(at, dst), wide = sdlWidenLanes<To>(d);
+        const V32 s = loadPixels<kSrcBytes>(at, src), d = loadPixels<kDstBytes>(at, dst),
+                  wide = sdlWidenLanes<To>(d);
         V16 w = weight_;
         V32 undrawn = hn::Zero(d32); // ones in the pixels that are left alone
         if constexpr (PerPixel) {
@@ -102,23 +66,22 @@ public:
             undrawn = hn::VecFromMask(d32, hn::Eq(as(d32, alpha), hn::Zero(d32)));
             const hn::RebindToSigned<D16> i16;
             w = hn::IfThenElse(hn::RebindMask(d16, hn::Gt(as(i16, alpha), as(i16, lastBlended_))),
-                               hn::Set(d16, 256), hn::And(alpha, alphaBits_));
+                               hn::Set(d16, 256), alpha & alphaBits_);
         } else if (keyed_) {
             undrawn = hn::VecFromMask(d32, hn::Eq(s, key_));
         }
-        const V32 mixed = MixedBytes(hn::And(place_(sdlWidenLanes<From>(s)), cut_), wide, w, roundUp_)
+        const V32 mixed = MixedBytes(place_(sdlWidenLanes<From>(s)) & cut_, wide, w, roundUp_)
                               .joined(hn::Set(d32, 0xFF00FF00));
-        V32 result = hn::Or(addBits(colours_, sdlNarrowLanes<To>(mixed), ones_), hn::And(d, kept_));
+        V32 result = addBits(colours_, sdlNarrowLanes<To>(mixed), ones_) | (d & kept_);
         if constexpr (To == SdlLayout::k32) {
             if constexpr (PerPixel)
-                result = hn::Or(
-                    result, hn::IfThenElseZero(hn::Eq(as(d32, w), hn::Set(d32, 0x01000100)), opaqueOnes_));
+                result =
+                    (result | hn::IfThenElseZero(hn::Eq(as(d32, w), hn::Set(d32, 0x01000100)), opaqueOnes_));
             if (marksFalling_) {
                 const auto low = hn::Set(d32, 0xFF);
                 const hn::RebindToSigned<D32> i32;
-                const auto falls =
-                    hn::RebindMask(d32, hn::Lt(as(i32, hn::And(mixed, low)), as(i32, hn::And(d, low))));
-                result = hn::Or(result, hn::IfThenElseZero(falls, hn::Set(d32, 1U << 24)));
+                const auto falls = hn::RebindMask(d32, hn::Lt(as(i32, mixed & low), as(i32, d & low)));
+                result = result | hn::IfThenElseZero(falls, hn::Set(d32, 1U << 24));
             }
         }
         return select(undrawn, d, result);
@@ -126,7 +89,7 @@ public:
 
     template <class At>
     static HWY_INLINE void store(At at, V32 drawn, uint8_t* dst) {
-        sdlStoreLanes<To>(at, drawn, dst);
+        storePixels<kDstBytes>(at, drawn, dst);
     }
 
 private:
@@ -177,7 +140,7 @@ struct SdlFadeOnto32Step : VectorStep {
         const D32 d32;
         const V32 mixed =
             MixedBytes(At::load(d32, src), At::load(d32, dst), weight).joined(hn::Set(d32, 0x0000FF00));
-        return hn::Or(mixed, hn::Set(d32, 0xFF000000));
+        return mixed | hn::Set(d32, 0xFF000000);
     }
 
     V16 weight;
@@ -186,7 +149,7 @@ struct SdlFadeOnto32Step : VectorStep {
 // --- Copies by colour key -----------------------------------------------------------------------------
 
 template <SdlLayout Layout>
-class SdlCopyStep {
+class SdlCopyStep : public VectorStep {
     static constexpr bool kIsShort = sdlBytes(Layout) == 2;
     using D = std::conditional_t<kIsShort, D16, D32>;
     using V = hn::Vec<D>;
@@ -211,7 +174,7 @@ public:
         if constexpr (kIsShort)
             At::store(D(), drawn, dst);
         else
-            sdlStoreLanes<Layout>(at, drawn, dst);
+            storePixels<kDstBytes>(at, drawn, dst);
     }
 
 private:
@@ -220,7 +183,7 @@ private:
         if constexpr (kIsShort)
             return At::load(D(), p);
         else
-            return sdlLoad<Layout>(at, p);
+            return loadPixels<kSrcBytes>(at, p);
     }
 
     V key_, colours_, ones_;
@@ -261,5 +224,3 @@ inline void sdlKernel(const SdlBlit& b) {
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
-
-#endif

@@ -2,7 +2,13 @@
 //
 // The vector kernels, compiled once for each processor target: the lines below include this file again for
 // every one of them. And the list of all targets.
+#include <array>
+#include <cstring>
+#include <type_traits>
+
+#include "generic_formats.h"
 #include "kernels.h"
+#include "sdl_scalar_steps.h"
 #include "targets.h"
 
 #ifndef ORMSEL_SCALAR_ONLY
@@ -43,9 +49,14 @@ static constexpr const Kernels& kNarrowerKernels = kScalarKernels;
 }
 #        endif
 
+// In this order, and by no other file: every name in them lives in the target's namespace.
+// clang-format off
+#        include "vec-inl.h"
+#        include "rows-inl.h"
+#        include "steps-inl.h"
 #        include "generic_steps-inl.h"
 #        include "sdl_steps-inl.h"
-#        include "steps-inl.h"
+// clang-format on
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {

@@ -3,18 +3,6 @@
 // The vector forms of the rules of routes. Each gives the scalar kernel's results bit for bit. A step is made
 // of what has a constantAlpha: a block, or a blit by SDL's rules.
 
-#if defined(ORMSEL_STEPS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_STEPS_INL_H
-#        undef ORMSEL_STEPS_INL_H
-#    else
-#        define ORMSEL_STEPS_INL_H
-#    endif
-
-#    include <type_traits>
-
-#    include "kernels.h"
-#    include "rows-inl.h"
-
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
 
@@ -86,7 +74,7 @@ struct FiveBits {
     HWY_INLINE V16 mix(V16 s, V16 old, V16 weights) const {
         V16 top = shifted<11 - At>(old);
         if constexpr (At != 0) // from bit 0, the shift leaves nothing below the field
-            top = hn::And(top, inOld);
+            top = top & inOld;
         return shifted<At - 8>(multiplyAddBytes(addBits(inSource, s, top), weights));
     }
 };
@@ -130,7 +118,7 @@ struct Fields {
     // From a source whose channels are in these bytes: red and blue in the low one, green in the high one.
     HWY_INLINE V16 convert(V16 withRed, V16 withGreen, V16 withBlue) const {
         return addBits(inRed, red.convert(withRed),
-                       addBits(inGreen, green.convert(withGreen), hn::And(inBlue, blue.convert(withBlue))));
+                       addBits(inGreen, green.convert(withGreen), inBlue & blue.convert(withBlue)));
     }
     HWY_INLINE V16 mix(V16 withRed, V16 withGreen, V16 withBlue, V16 old, V16 weights) const {
         return addBits(
@@ -247,7 +235,7 @@ struct HalfOntoR5G6B5Step : VectorStep {
     HWY_INLINE V16 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
         const D16 d16;
         const V16 s = At::load(d16, src), d = At::load(d16, dst);
-        return hn::And(s, d) + hn::And(hn::ShiftRight<1>(hn::Xor(s, d)), inFields); // .rrrr.ggggg.bbbb
+        return (s & d) + (hn::ShiftRight<1>(s ^ d) & inFields); // .rrrr.ggggg.bbbb
     }
 
     V16 inFields = hn::Set(D16(), 0x7BEF);
@@ -295,5 +283,3 @@ Kernel routeKernel(const Block& b) {
 
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
-
-#endif

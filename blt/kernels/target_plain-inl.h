@@ -9,12 +9,12 @@ namespace ormsel::HWY_NAMESPACE {
 
 template <class V>
 HWY_INLINE V select(V mask, V a, V b) {
-    return hn::Or(hn::And(mask, a), hn::AndNot(mask, b));
+    return (mask & a) | hn::AndNot(mask, b);
 }
 
 template <class V>
 HWY_INLINE V addBits(V mask, V a, V b) {
-    return hn::Or(hn::And(mask, a), b);
+    return (mask & a) | b;
 }
 
 HWY_INLINE V16 oneMoreAt(uint16_t value, V16 v) {
@@ -76,7 +76,7 @@ using HalvesAlphaHigh = HalvesAlphaHighByGathering<AlphaIsLow>;
 #    else
 HWY_INLINE V16 multiplyAddBytes(V16 x, V16 w) {
     const auto low = hn::Set(D16(), 0xFF);
-    return hn::And(x, low) * hn::And(w, low) + hn::ShiftRight<8>(x) * hn::ShiftRight<8>(w);
+    return (x & low) * (w & low) + hn::ShiftRight<8>(x) * hn::ShiftRight<8>(w);
 }
 using MovedHalves = HalvesByMoving;
 template <bool AlphaIsLow>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
 // The vector vocabulary of the kernels, on top of Highway: loads and stores, moved bytes, halves of pixels,
-// and the blends. Included once for each target; every name lives in the target's namespace.
+// and the blends.
 //
 // What targets do in ways of their own stands in one file for each of them, which is included at the end:
 // target_avx512-inl.h, target_altivec-inl.h, and target_plain-inl.h for the others. Such a file defines
@@ -14,26 +14,6 @@
 //   - HalvesAlphaHigh<AlphaIsLow>: the halves of two vectors of pixels, with alpha on top
 //   - MovedHalves: the same with bytes in an order that is known at run time
 //   - RightShift: a logical shift by a count that is known at run time
-
-#if defined(ORMSEL_VEC_INL_H) == defined(HWY_TARGET_TOGGLE)
-#    ifdef ORMSEL_VEC_INL_H
-#        undef ORMSEL_VEC_INL_H
-#    else
-#        define ORMSEL_VEC_INL_H
-#    endif
-
-#    ifdef ORMSEL_ALTIVEC
-#        include "altivec-inl.h"
-#    else
-#        include <hwy/highway.h>
-#    endif
-
-#    include <cstdint>
-#    include <cstring>
-#    include <type_traits>
-
-#    include "block.h"
-#    include "formats.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
@@ -102,6 +82,29 @@ HWY_INLINE void storeAt(D, V v, uint8_t* p) {
     hn::StoreU(as(bytes, v), bytes, p);
 }
 
+// Pixels of so many bytes as values in 32-bit lanes.
+template <int Bytes, class At>
+HWY_INLINE V32 loadPixels(At, const uint8_t* p) {
+    if constexpr (Bytes == 2)
+        return hn::PromoteTo(D32(), At::load(ShortsFor32(), p));
+    else if constexpr (Bytes == 3)
+        return At::load24(p);
+    else
+        return At::load(D32(), p);
+}
+
+template <int Bytes, class At>
+HWY_INLINE void storePixels(At, V32 v, uint8_t* p) {
+    if constexpr (Bytes == 2) {
+        At::store(ShortsFor32(), hn::TruncateTo(ShortsFor32(), v), p);
+    } else if constexpr (Bytes == 3) {
+        const V32 packed = pack24(v);
+        std::memcpy(p, &packed, 3 * kLanes32);
+    } else {
+        At::store(D32(), v, p);
+    }
+}
+
 // Anywhere for pixels of 16 and 32 bits, where a vector may stand at any address.
 struct AnyAddress {
     template <class D>
@@ -137,11 +140,6 @@ constexpr uint32_t bytesFrom(uint32_t b0, uint32_t b1, uint32_t b2, uint32_t b3)
     return b0 | b1 << 8 | b2 << 16 | b3 << 24;
 }
 
-// The byte of a 32-bit lane that holds the channel at a bit position.
-constexpr uint8_t byteAt(unsigned shift) {
-    return static_cast<uint8_t>(shift / 8);
-}
-
 // Two vectors of 32-bit pixels as the low and the high halves of as many 16-bit lanes.
 struct Halves {
     V16 low, high;
@@ -173,7 +171,7 @@ struct HalvesAlphaHighByMoving {
     }
 };
 
-#    ifndef ORMSEL_ALTIVEC
+#if HWY_TARGET != HWY_ALTIVEC
 struct HalvesByGathering {
     V8 index;
 
@@ -202,7 +200,7 @@ struct HalvesAlphaHighByGathering : HalvesByGathering {
     HWY_INLINE HalvesAlphaHighByGathering()
         : HalvesByGathering(AlphaIsLow ? bytesFrom(1, 2, 3, 0) : bytesFrom(0, 1, 2, 3)) {}
 };
-#    endif
+#endif
 
 // Two vectors of 32-bit lanes in the lanes' own order, from their low and their high halves, which have been
 // put in the order for zipping.
@@ -231,12 +229,10 @@ HWY_INLINE V16 mixBytes(V16 s, V16 oldLow, V16 oldTop, V16 a) {
 struct MixedBytes {
     V16 rb, ag;
 
-    HWY_INLINE MixedBytes(V32 s, V32 d, V16 a) : MixedBytes(s, d, a, hn::Zero(D16())) {}
-    HWY_INLINE MixedBytes(V32 s, V32 d, V16 a, V16 roundUp) {
+    HWY_INLINE MixedBytes(V32 s, V32 d, V16 a, V16 roundUp = hn::Zero(D16())) {
         const D16 d16;
         const V16 low = hn::Set(d16, 0x00FF), s16 = as(d16, s), d16s = as(d16, d);
-        rb = hn::ShiftRight<8>(mixBytes(hn::And(s16, low), hn::And(d16s, low), hn::ShiftLeft<8>(d16s), a) +
-                               roundUp);
+        rb = hn::ShiftRight<8>(mixBytes(s16 & low, d16s & low, hn::ShiftLeft<8>(d16s), a) + roundUp);
         ag = mixBytes(hn::ShiftRight<8>(s16), hn::ShiftRight<8>(d16s), hn::AndNot(low, d16s), a) + roundUp;
     }
 
@@ -281,7 +277,7 @@ HWY_INLINE V32 greenAndUndrawnAlpha(V16 weights) {
     const D32 d32;
     const hn::RebindToSigned<D16> i16;
     const auto above = hn::Gt(as(i16, hn::Set(d32, 0x00017FFF)), as(i16, weights));
-    return hn::And(as(d32, hn::VecFromMask(i16, above)), hn::Set(d32, 0xFF00FF00));
+    return as(d32, hn::VecFromMask(i16, above)) & hn::Set(d32, 0xFF00FF00);
 }
 
 // The lanes of the new pixels where a weight isn't 0, of the old ones elsewhere. Weights fill their lanes.
@@ -293,12 +289,10 @@ HWY_INLINE hn::Vec<D> whereDrawn(D d, hn::Vec<D> weights, hn::Vec<D> drawn, hn::
 } // namespace ormsel::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#    if HWY_TARGET == HWY_AVX3
-#        include "target_avx512-inl.h"
-#    elif HWY_TARGET == HWY_ALTIVEC
-#        include "target_altivec-inl.h"
-#    else
-#        include "target_plain-inl.h"
-#    endif
-
+#if HWY_TARGET == HWY_AVX3
+#    include "target_avx512-inl.h"
+#elif HWY_TARGET == HWY_ALTIVEC
+#    include "target_altivec-inl.h"
+#else
+#    include "target_plain-inl.h"
 #endif
