@@ -452,7 +452,7 @@ Kernel genericKernel(const Block& b) {
     const BltRenderFmt &src = *b.srcFormat, &dst = *b.dstFormat;
     const AlphaSource by = alphaSourceOf(b);
     if (!coloursArePlain(src) || !coloursArePlain(dst) || !fieldIsPlain(dst) ||
-        !alphaIsPlain(src, b.alphaFill, by == AlphaSource::kOfPixel))
+        !alphaIsPlain(src, b.alphaFill, by == AlphaSource::kOfPixel || by == AlphaSource::kOneAlpha))
         return kScalarKernels.generic(b);
     const auto& rows = by == AlphaSource::kOfMask   ? kGenericRows<AlphaSource::kOfMask>
                        : by == AlphaSource::kOpaque ? kGenericRows<AlphaSource::kOpaque>
