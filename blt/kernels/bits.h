@@ -14,7 +14,9 @@ namespace ormsel {
 inline constexpr bool kIsNarrow = sizeof(size_t) == 4;
 
 // The same value; but on narrow processors compilers no longer know which of its bits are 0. To put others
-// into such places they would add them, which takes more instructions than one that inserts.
+// into such places they would add them, which takes more instructions than one that inserts
+// (count-instructions powerpc, argb32_rgb16 random: 20.74 with the asm, 24.24 without; rgb24_rgb16: 7.15
+// and 9.15).
 constexpr uint32_t forgetKnownBits(uint32_t v) {
     if constexpr (kIsNarrow)
         if (!std::is_constant_evaluated())

@@ -19,7 +19,8 @@ namespace {
 // --- Rules of routes ----------------------------------------------------------------------------------
 
 // How many pixels the steps have where their order is free: the loops over them are vector loops then, for
-// which every 64-bit processor has instructions.
+// which every 64-bit processor has instructions. Instructions on x86-64 with ORMSEL_TARGET=scalar:
+// argb32_rgb16 random 18.45 with steps, 39.58 without; argb32 random 18.22 and 29.39.
 constexpr size_t kLongStep = 32, kStep = 16, kShortStep = 8;
 constexpr bool kHasSteps = sizeof(size_t) == 8;
 
@@ -40,7 +41,7 @@ void drawRows(const Block& b) {
 // The shorter a row, the sooner its steps have to be at work.
 template <class Rule>
 Kernel rowsOf(const Block& b) {
-    if (b.width < Rule::kUnit) [[likely]] // in so few pixels a jump shows
+    if (b.width < Rule::kUnit)
         return drawRows<Rule, 1>;
     if constexpr (kHasSteps && Rule::Source::kBytes != 3) { // no vector loads three bytes
         // The shortest steps pay where units are large: each unit is stored by a branch of its own.
@@ -59,7 +60,7 @@ template <class Src, class Dst>
 Kernel routeKernel(const Block& b) {
     using Faded = typename RuleOfRoute<Src, Dst, true>::Type;
     using Full = typename RuleOfRoute<Src, Dst, false>::Type;
-    if (Faded::fades(b.constantAlpha)) [[unlikely]]
+    if (Faded::fades(b.constantAlpha))
         return rowsOf<Faded>(b);
     return rowsOf<Full>(b);
 }
