@@ -13,8 +13,10 @@ namespace ormsel {
 // have an instruction that inserts bits of one register, moved as need be, into another.
 inline constexpr bool kIsNarrow = sizeof(size_t) == 4;
 
-// A value of which compilers know nothing there. Where they know that bits are 0, they wouldn't insert others
-// but add them, which takes more instructions.
+// The same value; but on narrow processors compilers no longer know which of its bits are 0. To put others
+// into such places they would add them, which takes more instructions than one that inserts
+// (count-instructions powerpc, argb32_rgb16 random: 20.74 with the asm, 24.24 without; rgb24_rgb16: 7.15
+// and 9.15).
 constexpr uint32_t forgetKnownBits(uint32_t v) {
     if constexpr (kIsNarrow)
         if (!std::is_constant_evaluated())

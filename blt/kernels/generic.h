@@ -9,15 +9,6 @@
 
 namespace ormsel {
 
-// What a generic blit does with alpha: every pixel is opaque; by the source's own alpha; by a mask.
-enum class AlphaSource { kOpaque, kOfPixel, kOfMask };
-
-inline AlphaSource alphaSourceOf(const Block& b) {
-    return b.mask                                         ? AlphaSource::kOfMask
-           : b.alphaFill == 255 && b.constantAlpha == 255 ? AlphaSource::kOpaque
-                                                          : AlphaSource::kOfPixel;
-}
-
 // weight blends the colours: 0 leaves the pixel alone, 255 copies it. field goes into the destination's alpha
 // channel, whatever that held before.
 struct GenericAlpha {
@@ -67,6 +58,21 @@ constexpr BitMove conversion(const Channel& from, const Channel& to) {
     return moveBy(from.loss + to.shift, from.shift + to.loss, place(to, extract(from, ~0U)));
 }
 
+// What a generic blit does with alpha: every pixel is opaque; one alpha for all of them, below 255; by the
+// source's own alpha; by a mask.
+enum class AlphaSource { kOpaque, kOneAlpha, kOfPixel, kOfMask };
+
+// A source whose alphas are filled has 255 everywhere, unless its channel gives more than 8 bits.
+inline AlphaSource alphaSourceOf(const Block& b) {
+    if (b.mask)
+        return AlphaSource::kOfMask;
+    if (b.alphaFill != 255)
+        return AlphaSource::kOfPixel;
+    if (b.constantAlpha == 255)
+        return AlphaSource::kOpaque;
+    return extract(b.srcFormat->a(), ~0U) <= 255 ? AlphaSource::kOneAlpha : AlphaSource::kOfPixel;
+}
+
 class GenericRule {
 public:
     explicit GenericRule(const Block& b)
@@ -83,6 +89,9 @@ public:
         const uint32_t weight = own * constant_ >> 8;
         return {weight, weight == 255 ? own : weight};
     }
+
+    // Of every pixel, where its own alpha counts as 255.
+    GenericAlpha oneAlpha() const { return {255 * constant_ >> 8, 255 * constant_ >> 8}; }
 
     // By a mask byte, which reaches the destination's alpha channel unscaled.
     GenericAlpha alphaOfMask(uint32_t m) const { return {constant_ == 255 ? m : m * constant_ >> 8, m}; }
@@ -216,7 +225,7 @@ private:
     }
 };
 
-// The source's alpha is its own and not filled. Faded: by a constant alpha other than 255.
+// The source's alpha is its own and not filled, or 255 everywhere. Faded: by a constant alpha other than 255.
 template <class Source, class Destination, bool Faded>
 class KnownRule {
 public:
@@ -227,10 +236,11 @@ public:
         return {weight, weight};
     }
     GenericAlpha alphaOfMask(uint32_t m) const { return {faded(m), m}; }
+    GenericAlpha oneAlpha() const { return {faded(255), faded(255)}; }
 
     uint32_t mix(uint32_t s, uint32_t d, GenericAlpha alpha) const {
         if constexpr (kIsNarrow) // two products are less than one of 64 bits
-            return convertColours<A8R8G8B8, Destination>(mixColours32(colours32<Source>(s),
+            return convertColours<A8R8G8B8, Destination>(mixColours32(Known<Source>::colours(s),
                                                                       Known<Destination>::colours(d),
                                                                       alpha.weight * kWeightUnit),
                                                          place(alpha.field));

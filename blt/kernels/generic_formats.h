@@ -47,8 +47,10 @@ inline bool fieldIsPlain(const BltRenderFmt& dst) {
 // Whether a block's formats and alphas have a vector form. Formats that a program made up, and alphas of more
 // than 8 bits, have none.
 inline bool hasVectorForm(const Block& b) {
+    const AlphaSource by = alphaSourceOf(b);
+    const bool usesAlpha = by == AlphaSource::kOfPixel || by == AlphaSource::kOneAlpha;
     return coloursArePlain(*b.srcFormat) && coloursArePlain(*b.dstFormat) && fieldIsPlain(*b.dstFormat) &&
-           alphaIsPlain(*b.srcFormat, b.alphaFill, alphaSourceOf(b) == AlphaSource::kOfPixel);
+           alphaIsPlain(*b.srcFormat, b.alphaFill, usesAlpha);
 }
 
 // The byte of a 32-bit lane that holds the channel at a bit position.

@@ -86,7 +86,8 @@ constexpr uint32_t toSpread(uint32_t s) {
 // Blends spread pixels by a5 of 32; the upper half of the result holds anything. Proved by
 // Arithmetic.EveryTriple.
 //
-// On narrow processors no bit is cut that gather() replaces: R5G6B5 has no other.
+// On narrow processors no bit is cut that gather() replaces: R5G6B5 has no other (count-instructions powerpc,
+// argb32_rgb16 random: 20.74, and 21.74 with the cut).
 template <class To>
 constexpr uint32_t mixSpread(uint32_t s, uint32_t d, uint32_t a5) {
     constexpr bool kCuts = !kIsNarrow || !std::is_same_v<To, R5G6B5>;

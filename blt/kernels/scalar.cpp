@@ -19,7 +19,8 @@ namespace {
 // --- Rules of routes ----------------------------------------------------------------------------------
 
 // How many pixels the steps have where their order is free: the loops over them are vector loops then, for
-// which every 64-bit processor has instructions.
+// which every 64-bit processor has instructions. Instructions on x86-64 with ORMSEL_TARGET=scalar:
+// argb32_rgb16 random 18.45 with steps, 39.58 without; argb32 random 18.22 and 29.39.
 constexpr size_t kLongStep = 32, kStep = 16, kShortStep = 8;
 constexpr bool kHasSteps = sizeof(size_t) == 8;
 
@@ -40,7 +41,7 @@ void drawRows(const Block& b) {
 // The shorter a row, the sooner its steps have to be at work.
 template <class Rule>
 Kernel rowsOf(const Block& b) {
-    if (b.width < Rule::kUnit) [[likely]] // in so few pixels a jump shows
+    if (b.width < Rule::kUnit)
         return drawRows<Rule, 1>;
     if constexpr (kHasSteps && Rule::Source::kBytes != 3) { // no vector loads three bytes
         // The shortest steps pay where units are large: each unit is stored by a branch of its own.
@@ -57,7 +58,7 @@ Kernel rowsOf(const Block& b) {
 
 template <class Route>
 Kernel routeKernel(const Block& b) {
-    if (Route::Faded::fades(b.constantAlpha)) [[unlikely]]
+    if (Route::Faded::fades(b.constantAlpha))
         return rowsOf<typename Route::Faded>(b);
     return rowsOf<typename Route::Full>(b);
 }
@@ -65,37 +66,26 @@ Kernel routeKernel(const Block& b) {
 // --- The generic rule ---------------------------------------------------------------------------------
 
 template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
-[[gnu::always_inline]] inline void drawGenericPixel(const Rule& rule, const uint8_t* src, uint8_t* dst,
-                                                    const uint8_t* mask) {
-    const uint32_t s = loadPixel<SrcBytes>(src);
-    if constexpr (By == AlphaSource::kOpaque) {
-        storePixel<DstBytes>(dst, rule.opaque(s));
-    } else {
-        const GenericAlpha alpha =
-            By == AlphaSource::kOfMask ? rule.alphaOfMask(*mask) : rule.alphaOfPixel(s);
-        if (alpha.weight == 255)
-            storePixel<DstBytes>(dst, rule.convert(s, alpha.field));
-        else if (alpha.weight != 0)
-            storePixel<DstBytes>(dst, rule.mix(s, loadOldPixel<DstBytes>(dst), alpha));
-    }
-}
-
-template <class Rule, size_t SrcBytes, size_t DstBytes, AlphaSource By>
 void drawGenericRows(const Block& b) {
+    constexpr bool kMasked = By == AlphaSource::kOfMask;
     const Rule rule(b);
-    // All rows as one where no image has gaps.
-    const auto bytes = [&b](size_t pixelBytes) { return static_cast<ptrdiff_t>(b.width * pixelBytes); };
-    const bool one = b.srcPitch == bytes(SrcBytes) && b.dstPitch == bytes(DstBytes) &&
-                     (By != AlphaSource::kOfMask || b.maskPitch == bytes(1));
-    const size_t width = one ? b.width * b.height : b.width;
-    const uint8_t* src = b.src;
-    const uint8_t* mask = b.mask;
-    uint8_t* dst = b.dst;
-    for (size_t rows = one ? 1 : b.height; rows;
-         --rows, src += b.srcPitch, dst += b.dstPitch, mask += b.maskPitch)
-        for (size_t x = 0; x < width; ++x)
-            drawGenericPixel<Rule, SrcBytes, DstBytes, By>(rule, src + SrcBytes * x, dst + DstBytes * x,
-                                                           By == AlphaSource::kOfMask ? mask + x : mask);
+    const GenericAlpha one = rule.oneAlpha();
+    if (By == AlphaSource::kOneAlpha && one.weight == 0)
+        return;
+    everyPixel<SrcBytes, DstBytes, kMasked>(b, [&](const uint8_t* src, uint8_t* dst, const uint8_t* mask) {
+        const uint32_t s = loadPixel<SrcBytes>(src);
+        if constexpr (By == AlphaSource::kOpaque) {
+            storePixel<DstBytes>(dst, rule.opaque(s));
+        } else if constexpr (By == AlphaSource::kOneAlpha) {
+            storePixel<DstBytes>(dst, rule.mix(s, loadOldPixel<DstBytes>(dst), one));
+        } else {
+            const GenericAlpha alpha = kMasked ? rule.alphaOfMask(*mask) : rule.alphaOfPixel(s);
+            if (alpha.weight == 255)
+                storePixel<DstBytes>(dst, rule.convert(s, alpha.field));
+            else if (alpha.weight != 0)
+                storePixel<DstBytes>(dst, rule.mix(s, loadOldPixel<DstBytes>(dst), alpha));
+        }
+    });
 }
 
 template <AlphaSource By>
@@ -108,18 +98,20 @@ constexpr Kernel kGenericRows[3][3] = {
      drawGenericRows<GenericRule, 4, 4, By>},
 };
 
-// Sources of 32 bits that are blended, and others that are converted; nullptr for the rest.
+// Sources of 32 bits by their own alpha or a mask, others as they are or by one alpha; nullptr for the rest.
 template <class Src, class Dst, bool Faded>
 Kernel knownRows(AlphaSource by) {
     constexpr size_t kFrom = Src::kBytes, kOnto = Dst::kBytes;
     using Rule = KnownRule<Src, Dst, Faded>;
     if constexpr (kFrom == 4) {
-        if (by != AlphaSource::kOpaque)
-            return by == AlphaSource::kOfMask ? drawGenericRows<Rule, kFrom, kOnto, AlphaSource::kOfMask>
-                                              : drawGenericRows<Rule, kFrom, kOnto, AlphaSource::kOfPixel>;
-    } else if constexpr (!Faded) {
-        if (by == AlphaSource::kOpaque)
-            return drawGenericRows<Rule, kFrom, kOnto, AlphaSource::kOpaque>;
+        if (by == AlphaSource::kOfMask)
+            return drawGenericRows<Rule, kFrom, kOnto, AlphaSource::kOfMask>;
+        if (by == AlphaSource::kOfPixel)
+            return drawGenericRows<Rule, kFrom, kOnto, AlphaSource::kOfPixel>;
+    } else {
+        constexpr AlphaSource kAll = Faded ? AlphaSource::kOneAlpha : AlphaSource::kOpaque;
+        if (by == kAll)
+            return drawGenericRows<Rule, kFrom, kOnto, kAll>;
     }
     return nullptr;
 }
@@ -149,9 +141,10 @@ Kernel genericKernel(const Block& b) {
     const AlphaSource by = alphaSourceOf(b);
     if (const Kernel known = knownRowsFor(b, by))
         return known;
-    const auto& rows = by == AlphaSource::kOfMask   ? kGenericRows<AlphaSource::kOfMask>
-                       : by == AlphaSource::kOpaque ? kGenericRows<AlphaSource::kOpaque>
-                                                    : kGenericRows<AlphaSource::kOfPixel>;
+    const auto& rows = by == AlphaSource::kOfMask     ? kGenericRows<AlphaSource::kOfMask>
+                       : by == AlphaSource::kOpaque   ? kGenericRows<AlphaSource::kOpaque>
+                       : by == AlphaSource::kOneAlpha ? kGenericRows<AlphaSource::kOneAlpha>
+                                                      : kGenericRows<AlphaSource::kOfPixel>;
     return rows[b.srcBytes - 2][b.dstBytes - 2];
 }
 

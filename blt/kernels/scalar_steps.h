@@ -18,16 +18,26 @@ template <class Rule>
 using Stored = std::conditional_t<Rule::Destination::kBytes == 2, uint16_t, uint32_t>;
 
 // Calls draw(source, destination, mask) with where each pixel and its byte of the mask stand. MaskBytes is 0
-// without a mask: its address is the same for all pixels then.
+// without a mask: its address is the same for all pixels then. Rows that follow each other without a gap are
+// drawn as one (count-instructions powerpc, fallback_rgb16_argb32: 7.30 with, 7.45 without).
 template <size_t SrcBytes, size_t DstBytes, size_t MaskBytes = 0, class Draw>
-[[gnu::always_inline]] inline void everyPixel(const Rows& rows, const Draw& draw) {
+inline void everyPixel(const Rows& rows, const Draw& draw) {
+    const auto follow = [&rows](ptrdiff_t pitch, size_t pixelBytes) {
+        return pitch == static_cast<ptrdiff_t>(rows.width * pixelBytes);
+    };
+    const bool one = follow(rows.srcPitch, SrcBytes) && follow(rows.dstPitch, DstBytes) &&
+                     (!MaskBytes || follow(rows.maskPitch, MaskBytes));
+    const size_t width = one ? rows.width * rows.height : rows.width;
     const uint8_t *src = rows.src, *mask = rows.mask;
     uint8_t* dst = rows.dst;
-    const size_t width = rows.width;
-    for (size_t y = rows.height; y; --y, src += rows.srcPitch, dst += rows.dstPitch, mask += rows.maskPitch)
+    for (size_t y = one ? 1 : rows.height; y;
+         --y, src += rows.srcPitch, dst += rows.dstPitch, mask += rows.maskPitch)
         for (size_t x = 0; x < width; ++x)
             draw(src + SrcBytes * x, dst + DstBytes * x, mask + MaskBytes * x);
 }
+
+// The functions from here on are inlined always: count-instructions, the column of x86-64 with the scalar
+// target, argb32 random has 18.22 with, 18.33 without it; powerpc the same or 0.5 less (argb32@100: 21.10).
 
 // Stores one unit of a rule. Pixels of weight 0 have their old value in it.
 //
@@ -110,6 +120,7 @@ template <class Rule>
             if (!Rule::kDrawsAll && !(drawn | drawnNext))
                 return;
             const uint32_t word = mixed(0), next = mixed(2);
+            // count-instructions powerpc, argb32_rgb16 random: 20.74 with [[likely]], 20.99 without.
             if (Rule::kDrawsAll || (drawn && drawnNext)) [[likely]] {
                 storeWord(dst, word);
                 storeWord(dst + 4, next);

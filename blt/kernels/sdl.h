@@ -45,8 +45,9 @@ enum class SdlLayout : uint8_t { k32, k24, kR5G6B5, kR5G5B5, kNone };
 // source pixels or one for all pixels of the destination's own layout. Then the layouts, perPixel and
 // constantAlpha say everything.
 //   - Onto 32 bits the weight is the alpha, and 256 for 255.
-//   - Onto 16 bits it is alpha / 8 in 32nds: a channel in its own bits becomes (s * w + d * (32 - w)) / 32, and
-//     a spare bit is cleared. By pixel, 31 counts as 32, and 0 leaves the old pixel alone.
+//   - Onto 16 bits it is alpha / 8 in 32nds: a channel in its own bits becomes
+//     (s * w + d * (32 - w)) / 32, and a spare bit is cleared. By pixel, 31 counts as 32, and 0 leaves the
+//     old pixel alone.
 struct SdlBlit : Rows {
     SdlLayout from, to;
     bool perPixel; // by the alpha of the source, which has 32 bits then; else by one weight
