@@ -4,6 +4,7 @@
 // constant alpha, through the real routines.
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -21,10 +22,17 @@ using model::Format;
 struct Pair {
     std::string from, onto;
     bool masked = false;
+    uint32_t flags = 0;
+    std::string prefix = {};
 
-    std::string name() const { return from + "_" + onto + (masked ? "_masked" : ""); }
+    std::string name() const { return prefix + from + "_" + onto + (masked ? "_masked" : ""); }
 };
-#define ROUTE(operation, source, destination, rule) {#source, #destination},
+#define OPERATION(name, flag, prefix)                                                                        \
+    Pair by##name(std::string from, std::string onto) {                                                      \
+        return {std::move(from), std::move(onto), false, flag, prefix};                                      \
+    }
+ORMSEL_OPERATIONS(OPERATION)
+#define ROUTE(operation, source, destination, rule) by##operation(#source, #destination),
 // Those with a routine of their own:
 const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and others
                        {"A8R8G8B8", "R8G8B8A8"},
@@ -49,6 +57,7 @@ protected:
         blit_.dst = image(model::formatNamed(GetParam().onto), arena_.begin() + kMost * 4 + 4);
         blit_.mask = image({0, 1, {}, {}, {}, {}}, blit_.dst.first + kMost * 4 + 4);
         blit_.masked = GetParam().masked;
+        blit_.flags = GetParam().flags;
         blit_.width = 64;
     }
 

@@ -238,12 +238,12 @@ struct AlphaOntoA8R8G8B8 {
 // --- Routes -------------------------------------------------------------------------------------------
 
 enum class Operation : uint8_t {
-#define ROW(name, flag) k##name,
+#define ROW(name, ...) k##name,
     ORMSEL_OPERATIONS(ROW)
 #undef ROW
 };
 inline constexpr uint32_t kOperationFlags[] = {
-#define ROW(name, flag) flag,
+#define ROW(name, flag, prefix) flag,
     ORMSEL_OPERATIONS(ROW)
 #undef ROW
 };
