@@ -132,7 +132,7 @@ static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0)
 
 // --- Rules of routes ----------------------------------------------------------------------------------
 //
-// A rule of ORMSEL_ROUTES, for one source layout. It says
+// A rule of ORMSEL_ROUTES, for the layouts of a source and a destination. It says
 //   - Source, Destination: the layouts
 //   - kUnit: how many pixels are read whole before one of them is stored, and stored together
 //   - kDrawsAll: no pixel is transparent; kHasRawCopy: the copy flag has a meaning
@@ -140,15 +140,16 @@ static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0)
 //   - rowCopyBytes(width, fades, onBoard): the buffer to allocate for a row of old pixels; 0: none
 //   - weight(s): how much of a source pixel reaches the destination; 0 leaves the old pixel alone
 //   - mix(s, d, weight): the new pixel; weight 0 gives d
-//   - onto R5G6B5, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half; and perhaps
+//   - onto R5G6B5, perhaps, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half; and
 //     mixTwo(s, d): two pixels of a word at once
 // Faded tells whether fades() holds for the constant alpha, which a rule that isn't Faded doesn't look at.
 
 // No alpha but the constant one, of which the upper five bits count: 1 to 30 of 32, or a conversion for 31.
-template <class S, bool Faded>
+template <class S, class D, bool Faded>
 struct OpaqueOntoR5G6B5 {
     using Source = S;
-    using Destination = R5G6B5;
+    using Destination = D;
+    static_assert(std::is_same_v<D, R5G6B5>);
     static constexpr size_t kUnit = S::kBytes == 2 ? 4 : 2;
     static constexpr bool kDrawsAll = true, kHasRawCopy = false;
 
@@ -176,10 +177,11 @@ struct OpaqueOntoR5G6B5 {
 
 // The source's alpha times the constant one, cut to five bits: A * C >> 11, at most 30; or A >> 3 from C =
 // 248 on. 31 counts as 32, which gives the source unchanged.
-template <class S, bool Faded>
+template <class S, class D, bool Faded>
 struct AlphaOntoR5G6B5 {
     using Source = S;
-    using Destination = R5G6B5;
+    using Destination = D;
+    static_assert(std::is_same_v<D, R5G6B5>);
     static constexpr size_t kUnit = 4;
     static constexpr bool kDrawsAll = false, kHasRawCopy = false;
 
@@ -206,10 +208,11 @@ struct AlphaOntoR5G6B5 {
 
 // The source's alpha times the constant one: A * C >> 8. That is at most 254, so that no pixel is ever copied
 // unchanged; A * 255 >> 8 is A - 1 for every A but 0.
-template <class S, bool Faded>
+template <class S, class D, bool Faded>
 struct AlphaOntoA8R8G8B8 {
     using Source = S;
-    using Destination = A8R8G8B8;
+    using Destination = D;
+    static_assert(std::is_same_v<D, A8R8G8B8>);
     static constexpr size_t kUnit = 2;
     static constexpr bool kDrawsAll = false, kHasRawCopy = true;
 
@@ -284,11 +287,10 @@ constexpr size_t routeIndex(Operation operation, uint32_t src, uint32_t dst) {
 #define ROW(operation, Src, Dst, Rule)                                                                       \
     template <>                                                                                              \
     struct Route<Operation::k##operation, Src, Dst> {                                                        \
-        using Faded = Rule<Src, true>; /* NOLINT(bugprone-macro-parentheses): templates */                   \
-        using Full = Rule<Src, false>; /* NOLINT(bugprone-macro-parentheses) */                              \
+        using Faded = Rule<Src, Dst, true>; /* NOLINT(bugprone-macro-parentheses): templates */              \
+        using Full = Rule<Src, Dst, false>; /* NOLINT(bugprone-macro-parentheses) */                         \
         static constexpr size_t kIndex =                                                                     \
             routeIndex(Operation::k##operation, Src::kFormat.code, Dst::kFormat.code);                       \
-        static_assert(std::is_same_v<Faded::Destination, Dst>);                                              \
     };
 ORMSEL_ROUTES(ROW)
 #undef ROW
