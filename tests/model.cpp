@@ -246,7 +246,8 @@ void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill) {
 
 uint32_t operationOf(uint32_t flags) {
 #define FLAG(name, flag, prefix) flag,
-    for (const uint32_t flag : {ORMSEL_OPERATIONS(FLAG)})
+    constexpr uint32_t kFlags[] = {ORMSEL_OPERATIONS(FLAG)};
+    for (const uint32_t flag : kFlags)
         if (flags & flag)
             return flag;
     return 0;
