@@ -27,16 +27,31 @@ const FormatInfo& info(Format format) {
     return kFormats[format];
 }
 
+struct OperationInfo {
+    uint32_t flag;
+    const char* prefix;
+};
+static constexpr OperationInfo kOperations[] = {
+#define OPERATION(name, flag, prefix) {flag, prefix},
+    ORMSEL_OPERATIONS(OPERATION)
+#undef OPERATION
+};
+
+uint32_t flagOf(Operation operation) {
+    return kOperations[operation].flag;
+}
+
 std::vector<Row> allRows() {
     std::vector<Row> rows;
-    const auto addRoute = [&rows](Format src, Format dst) {
-        const std::string from = info(src).stem,
+    const auto addRoute = [&rows](Operation operation, Format src, Format dst) {
+        const std::string from = kOperations[operation].prefix + std::string(info(src).stem),
                           stems = src == dst ? from : fmt::format("{}_{}", from, info(dst).stem);
         for (const int alpha : {255, 100, 128})
             rows.push_back({alpha == 255 ? stems : fmt::format("{}@{}", stems, alpha), src, dst,
-                            info(src).a ? kPixelAlpha : kOpaque, static_cast<uint8_t>(alpha)});
+                            info(src).a ? kPixelAlpha : kOpaque, static_cast<uint8_t>(alpha), kPicture,
+                            operation});
     };
-#define ROUTE(operation, src, dst, rule) addRoute(k##src, k##dst);
+#define ROUTE(operation, src, dst, rule) addRoute(k##operation, k##src, k##dst);
     ORMSEL_ROUTES(ROUTE)
 #undef ROUTE
     rows.push_back({"argb32+copy", kA8R8G8B8, kA8R8G8B8, kCopy});
@@ -193,6 +208,8 @@ ImageSet Case::makeSet(size_t number) {
 Error Case::errorOf(const std::function<void(size_t)>& blitNext) {
     std::memcpy(sets[0].dst, original_.data(), original_.size());
     blitNext(1);
+    if (row.operation != kBlend)
+        return {-1, -1};
     const FormatInfo &src = info(row.src), &dst = info(row.dst);
     const Blit& blit = blits[0];
     const size_t checked = std::min<size_t>(size.pixels(), 65536);

@@ -22,6 +22,14 @@ enum Format {
 #undef FORMAT
 };
 
+// kBlend and so on, likewise.
+enum Operation {
+#define OPERATION(name, ...) k##name,
+    ORMSEL_OPERATIONS(OPERATION)
+#undef OPERATION
+};
+uint32_t flagOf(Operation operation); // by which a blit asks for it
+
 struct FormatInfo {
     const char* stem;
     int bytes, depth;    // depth: in bits, as SDL counts it, without a bit that nothing uses
@@ -49,9 +57,10 @@ struct Row {
     Rule rule;
     uint8_t alpha = 255; // constant alpha
     Shape shape = kPicture;
+    Operation operation = kBlend;
 
     bool hasAlpha() const { return rule == kPixelAlpha || rule == kMasked; }
-    bool readsDestination() const { return hasAlpha() || alpha != 255; }
+    bool readsDestination() const { return hasAlpha() || alpha != 255 || operation != kBlend; }
 };
 std::vector<Row> allRows();
 
@@ -91,7 +100,7 @@ struct Blit {
 };
 
 struct Error {
-    double max = 0, mean = 0; // in 255ths of a channel's range, over the colour channels
+    double max = 0, mean = 0; // in 255ths of a channel's range, over the colour channels; -1: of no blend
 };
 
 // One row at one size with one content.

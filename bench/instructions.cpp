@@ -35,19 +35,24 @@ constexpr Format kFormats[] = {
 struct Row {
     std::string name;
     Name src, dst;
-    int alpha; // the constant one
+    int alpha;   // the constant one
+    Uint32 flag; // of the operation; 0: a blend
 };
 
 std::vector<Row> allRows() {
     std::vector<Row> rows;
-    const auto add = [&rows](const char* prefix, Name src, Name dst) {
+    const auto add = [&rows](const char* prefix, Name src, Name dst, Uint32 flag = 0) {
         std::string name = std::string(prefix) + kFormats[src].stem;
         if (src != dst)
             name += std::string("_") + kFormats[dst].stem;
-        rows.push_back({name, src, dst, 255});
-        rows.push_back({name + "@100", src, dst, 100});
+        rows.push_back({name, src, dst, 255, flag});
+        rows.push_back({name + "@100", src, dst, 100, flag});
     };
-#define ROUTE(operation, src, dst, rule) add("", k##src, k##dst);
+#define OPERATION(name, flag, prefix)                                                                        \
+    const auto add##name = [add](Name src, Name dst) { add(prefix, src, dst, flag); };
+    ORMSEL_OPERATIONS(OPERATION)
+#undef OPERATION
+#define ROUTE(operation, src, dst, rule) add##operation(k##src, k##dst);
     ORMSEL_ROUTES(ROUTE)
 #undef ROUTE
     add("fallback_", kA8R8G8B8, kR5G5B5);
@@ -97,7 +102,11 @@ int main(int argc, char** argv) {
             SDL_Surface *src = surface(row.src, from), *dst = surface(row.dst, onto);
             SDL_SetAlpha(src, SDL_SRCALPHA, static_cast<Uint8>(row.alpha));
             for (int i = 0; i < std::atoi(argv[3]); ++i)
-                SDL_BlitAlphaSurface(src, nullptr, dst, nullptr);
+                if (row.flag)
+                    SDL_BlitSurfaceAlphaMask(src, 0, 0, dst, 0, 0, kSide, kSide, nullptr,
+                                             static_cast<unsigned char>(row.alpha), row.flag);
+                else
+                    SDL_BlitAlphaSurface(src, nullptr, dst, nullptr);
         }
     }
 }

@@ -43,7 +43,7 @@ static std::function<void(size_t)> drawBy(Function function, const Case& c, Uint
 static void addOurs(Participants& list, const Case& c) {
     const auto width = static_cast<unsigned long>(c.size.width),
                height = static_cast<unsigned long>(c.size.height);
-    const Uint32 flags = c.row.rule == kCopy ? ORMSEL_BLIT_COPY : 0;
+    const Uint32 flags = c.row.rule == kCopy ? ORMSEL_BLIT_COPY : flagOf(c.row.operation);
     const auto picture = [=, alpha = c.row.alpha](const Images<Surface>& i, const Blit&) {
         SDL_BlitSurfaceAlphaMask(i.src.get(), 0, 0, i.dst.get(), 0, 0, width, height, i.mask.get(), alpha,
                                  flags);
@@ -142,8 +142,11 @@ Participants participantsOf(const Case& c) {
     Participants list;
     if (c.row.shape == kPicture)
         addLimit(list, c);
-    for (const auto add : {addSdl12, addOurs, addSdl2, addPixman, addLibyuv, addMemmove})
-        add(list, c);
+    if (c.row.operation == kBlend)
+        for (const auto add : {addSdl12, addOurs, addSdl2, addPixman, addLibyuv, addMemmove})
+            add(list, c);
+    else
+        addOurs(list, c);
     list.push_back(list.front());
     list.back().name += " again";
     list.back().kind = kControl;

@@ -104,7 +104,7 @@ void printCase(const CaseReport& c) {
     for (const Result& r : c.results) {
         fmt::print("  {:<22} {:>12.1f} {:>7.1f}% {:>9.3f}", r.participant, c.figure(r),
                    100 * r.nanoseconds.spread(), r.share.median);
-        if (r.kind != kLimit && r.kind != kControl)
+        if (r.kind != kLimit && r.kind != kControl && r.error.max >= 0)
             fmt::print(" {:>7.1f} {:>6.2f}  {}", r.error.max, r.error.mean,
                        r.kind == kPremultiplied ? "source premultiplied for nothing" : "");
         fmt::print("\n");

@@ -1,10 +1,36 @@
 # SPDX-License-Identifier: Zlib
 
-# ormsel_library(target NAME name EXPORTS map [REQUIRES target] [INCLUDES folder...] [LINK library...]
+# ormsel_export_map(list map): writes the linker's map of the names that a library exports: those that its Debian
+# package promises, by their versions, and no others.
+function(ormsel_export_map list map)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
+    file(STRINGS "${list}" lines REGEX "^ [^@ ]+@[^ ]+ ")
+    set(versions "")
+    foreach(line ${lines})
+        string(REGEX MATCH "^ ([^@ ]+)@([^ ]+)" name "${line}")
+        if(NOT CMAKE_MATCH_1 STREQUAL CMAKE_MATCH_2) # a version has a line, too
+            list(APPEND versions ${CMAKE_MATCH_2})
+            string(APPEND names_${CMAKE_MATCH_2} "    ${CMAKE_MATCH_1};\n")
+        endif()
+    endforeach()
+    if(NOT versions)
+        message(FATAL_ERROR "${list} has no names")
+    endif()
+    list(REMOVE_DUPLICATES versions)
+    set(others "local:\n    *;\n")
+    set(text "# Follows from ${list}.\n")
+    foreach(version ${versions})
+        string(APPEND text "${version} {\nglobal:\n${names_${version}}${others}};\n")
+        set(others "")
+    endforeach()
+    file(CONFIGURE OUTPUT "${map}" CONTENT "${text}" @ONLY)
+endfunction()
+
+# ormsel_library(target NAME name EXPORTS list [REQUIRES target] [INCLUDES folder...] [LINK library...]
 #                SOURCES file...)
 #
 # Compiles the sources once and makes two libraries of them: the static `target`, whose inner functions the tests
-# can call, and with ORMSEL_SHARED the shared `target_shared`, which exports the names of the map and nothing
+# can call, and with ORMSEL_SHARED the shared `target_shared`, which exports the names of the list and nothing
 # else. REQUIRES is another library made here, INCLUDES are folders of public headers, LINK what users of the
 # library need as well.
 #
@@ -30,9 +56,11 @@ function(ormsel_library target)
     if(ORMSEL_SHARED)
         add_library(${target}_shared SHARED $<TARGET_OBJECTS:${objects}>)
         list(APPEND libraries ${target}_shared)
+        set(map "${CMAKE_CURRENT_BINARY_DIR}/${target}.map")
+        ormsel_export_map("${arg_EXPORTS}" "${map}")
         target_link_options(${target}_shared PRIVATE -Wl,-z,defs -Wl,-Bsymbolic-functions
-            "-Wl,--version-script=${arg_EXPORTS}")
-        set_target_properties(${target}_shared PROPERTIES EXPORT_NAME ${arg_NAME}-shared LINK_DEPENDS "${arg_EXPORTS}"
+            "-Wl,--version-script=${map}")
+        set_target_properties(${target}_shared PROPERTIES EXPORT_NAME ${arg_NAME}-shared LINK_DEPENDS "${map}"
             VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
         add_library(ormsel::${arg_NAME}-shared ALIAS ${target}_shared)
         if(BUILD_SHARED_LIBS)

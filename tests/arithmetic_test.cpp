@@ -4,6 +4,7 @@
 // constant alpha, through the real routines.
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -21,26 +22,24 @@ using model::Format;
 struct Pair {
     std::string from, onto;
     bool masked = false;
+    uint32_t flags = 0;
+    std::string prefix = {};
 
-    std::string name() const { return from + "_" + onto + (masked ? "_masked" : ""); }
+    std::string name() const { return prefix + from + "_" + onto + (masked ? "_masked" : ""); }
 };
-#define ROUTE(operation, source, destination, rule) {#source, #destination},
-// Those with a routine of their own:
-const Pair kPairs[] = {ORMSEL_ROUTES(ROUTE) // and others
-                       {"A8R8G8B8", "R8G8B8A8"},
-                       {"R8G8B8A8", "R8G8B8"},
-                       {"A8R8G8B8", "R5G5B5"},
-                       {"B8G8R8A8", "A4R4G4B4"},
-                       {"G8R8B8A4", "R5G6B5"},
-                       {"R5G6B5", "A8R8G8B8"},
-                       {"R5G5B5", "B8G8R8"},
-                       {"A4R4G4B4", "B8G8R8A8"},
-                       {"B8G8R8", "A8R8G8B8"},
-                       {"R8G8B8", "R5G5B5"},
-                       {"A8R8G8B8", "A8R8G8B8", true},
-                       {"A8B8G8R8", "R5G6B5", true},
-                       {"R8G8B8", "R5G6B5", true},
-                       {"R5G6B5", "R8G8B8", true}};
+#define OPERATION(name, flag, prefix)                                                                        \
+    Pair by##name(std::string from, std::string onto) {                                                      \
+        return {std::move(from), std::move(onto), false, flag, prefix};                                      \
+    }
+ORMSEL_OPERATIONS(OPERATION)
+#define ROUTE(operation, source, destination, rule) by##operation(#source, #destination),
+const Pair kRoutes[] = {ORMSEL_ROUTES(ROUTE)};
+const Pair kOthers[] = {
+    {"A8R8G8B8", "R8G8B8A8"},   {"R8G8B8A8", "R8G8B8"},         {"A8R8G8B8", "R5G5B5"},
+    {"B8G8R8A8", "A4R4G4B4"},   {"G8R8B8A4", "R5G6B5"},         {"R5G6B5", "A8R8G8B8"},
+    {"R5G5B5", "B8G8R8"},       {"A4R4G4B4", "B8G8R8A8"},       {"B8G8R8", "A8R8G8B8"},
+    {"R8G8B8", "R5G5B5"},       {"A8R8G8B8", "A8R8G8B8", true}, {"A8B8G8R8", "R5G6B5", true},
+    {"R8G8B8", "R5G6B5", true}, {"R5G6B5", "R8G8B8", true}};
 
 class Arithmetic : public testing::TestWithParam<Pair> {
 protected:
@@ -49,6 +48,7 @@ protected:
         blit_.dst = image(model::formatNamed(GetParam().onto), arena_.begin() + kMost * 4 + 4);
         blit_.mask = image({0, 1, {}, {}, {}, {}}, blit_.dst.first + kMost * 4 + 4);
         blit_.masked = GetParam().masked;
+        blit_.flags = GetParam().flags;
         blit_.width = 64;
     }
 
@@ -133,7 +133,10 @@ TEST_P(Arithmetic, EveryTriple) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Pairs, Arithmetic, testing::ValuesIn(kPairs),
-                         [](const auto& pair) { return pair.param.name(); });
+std::string nameOf(const testing::TestParamInfo<Pair>& pair) {
+    return pair.param.name();
+}
+INSTANTIATE_TEST_SUITE_P(Routes, Arithmetic, testing::ValuesIn(kRoutes), nameOf);
+INSTANTIATE_TEST_SUITE_P(Others, Arithmetic, testing::ValuesIn(kOthers), nameOf);
 
 } // namespace

@@ -84,13 +84,21 @@ const std::vector<const Entry*> kEntries = {
 
 namespace {
 
+// A routine with a name blends. The others are reached by their operation's flag.
 struct Route {
     const char* name;
-    uint32_t from, onto;
+    uint32_t from, onto, flag;
     BltRoutine run;
 };
+#define OPERATION(name, flag, prefix)                                                                        \
+    constexpr Route by##name(const char* routine, uint32_t from, uint32_t onto, BltRoutine named) {          \
+        return {flag ? prefix "BLT_FallbackBltContext" : routine, from, onto, flag,                          \
+                flag ? BLT_FallbackBltContext : named};                                                      \
+    }
+ORMSEL_OPERATIONS(OPERATION)
 #define ROUTE(operation, source, destination, rule)                                                          \
-    {"BLT_" #source "_" #destination, RGBFB_##source, RGBFB_##destination, BLT_##source##_##destination},
+    by##operation("BLT_" #source "_" #destination, RGBFB_##source, RGBFB_##destination,                      \
+                  BLT_##source##_##destination),
 constexpr Route kRoutes[] = {ORMSEL_ROUTES(ROUTE)};
 
 struct Generic {
@@ -384,7 +392,9 @@ private:
 
     // An unclipped request that the entry point can make.
     void chooseRequest() {
-        static constexpr uint32_t kFlags[] = {0, 0, 1, 3, 4, 4, 5, 0xFFFFFFFB, 0xFFFFFFFF};
+#define FLAG(name, flag, prefix) flag, flag | ORMSEL_BLIT_COPY,
+#define OR_FLAG(name, flag, prefix) | flag
+        static constexpr uint32_t kFlags[] = {ORMSEL_OPERATIONS(FLAG) 0, 1, 3, 4, 5, 0xFFFFFFFB, 0xFFFFFFFF};
         model::Blit& b = blit_;
         allocations_ = random_.oneIn(20) ? 1 : 1000;
         b.noMemory = random_.oneIn(40);
@@ -398,6 +408,8 @@ private:
                   : random_.oneIn(2) ? 255
                                      : random_.of(kConstantAlphas);
         b.flags = random_.of(kFlags);
+        if (route_) // a routine with a name doesn't ask what else is wanted
+            b.flags = (b.flags & ~uint32_t{0U ORMSEL_OPERATIONS(OR_FLAG)}) | route_->flag;
         if (large_) { // all of it copied
             b.srcX = b.srcY = b.dstX = b.dstY = 0;
             b.width = b.src.width, b.height = b.src.height;

@@ -7,11 +7,14 @@
 // is taken as bytes: what its stores and blends do to the neighbouring byte is defined in memory.
 //
 // ORMSEL_GOLDEN_OUT=<file> also writes the numbers found, in the file's form.
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iomanip>
 #include <map>
 #include <sstream>
+#include <string_view>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -25,24 +28,33 @@ namespace {
 constexpr long kScenesPerFamily = 5000, kBlitsPerScene = 16;
 constexpr bool kBigEndian = SDL_BYTEORDER == SDL_BIG_ENDIAN;
 
-#define STEM(name, stem, ...) {RGBFB_##name, #stem},
-#define ROUTE(operation, source, destination, rule)                                                          \
-    std::pair<uint32_t, uint32_t>{RGBFB_##source, RGBFB_##destination},
+struct Operation {
+    std::string_view name;
+    uint32_t flag;
+    std::string prefix;
+};
+#define OPERATION(name, flag, prefix) {#name, flag, prefix},
+const Operation kOperations[] = {ORMSEL_OPERATIONS(OPERATION)};
 
 struct Pairing {
     Kind src, dst;
     bool masked;
+    const Operation* operation;
 };
+
+#define STEM(name, stem, ...) {RGBFB_##name, #stem},
+#define ROUTE(operation, source, destination, rule) {#operation, RGBFB_##source, RGBFB_##destination},
 
 // The name of the routines that serve a pairing: by the stems of the formats where such a routine exists,
 // else by the depths. Empty when nothing serves it.
 std::string familyOf(const Pairing& p) {
     static const std::map<uint32_t, std::string> stems = {ORMSEL_FORMATS(STEM)};
+    using Route = std::tuple<std::string_view, uint32_t, uint32_t>;
+    static const Route routes[] = {ORMSEL_ROUTES(ROUTE)};
     const uint32_t from = p.src.recognised(), onto = p.dst.recognised();
-    for (const auto& route : {ORMSEL_ROUTES(ROUTE)})
-        if (!p.masked && route == std::pair<uint32_t, uint32_t>{from, onto})
-            return from == onto ? stems.at(from) : stems.at(from) + "_" + stems.at(onto);
-    if (p.src.bytes() == 3 && p.dst.bytes() == 3)
+    if (!p.masked && std::ranges::count(routes, Route{p.operation->name, from, onto}))
+        return p.operation->prefix + stems.at(from) + (from == onto ? "" : "_" + stems.at(onto));
+    if (p.operation != kOperations || (p.src.bytes() == 3 && p.dst.bytes() == 3))
         return {};
     return (p.masked ? "mask_" : "generic_") + std::to_string(8 * p.src.bytes()) + "_" +
            std::to_string(8 * p.dst.bytes());
@@ -69,13 +81,14 @@ std::map<std::string, std::vector<Pairing>> families() {
     std::map<std::string, std::vector<Pairing>> result;
     for (const Kind& src : kinds)
         for (const Kind& dst : kinds)
-            for (const bool masked : {false, true}) {
-                const bool callable = !masked || (src.code == 0) == (dst.code == 0);
-                const std::string family = familyOf({src, dst, masked});
-                if (callable && !family.empty() &&
-                    (dst.bytes() != 3 || (whole(dst.r) && whole(dst.g) && whole(dst.b))))
-                    result[family].push_back({src, sameBytesOnAnyHost(dst), masked});
-            }
+            for (const bool masked : {false, true})
+                for (const Operation& operation : kOperations) {
+                    const bool callable = !masked || (src.code == 0) == (dst.code == 0);
+                    const std::string family = familyOf({src, dst, masked, &operation});
+                    if (callable && !family.empty() &&
+                        (dst.bytes() != 3 || (whole(dst.r) && whole(dst.g) && whole(dst.b))))
+                        result[family].push_back({src, sameBytesOnAnyHost(dst), masked, &operation});
+                }
     return result;
 }
 
@@ -198,6 +211,7 @@ std::string checksum(const std::string& family, const std::vector<Pairing>& pair
         for (long i = 0; i < kBlitsPerScene; ++i) {
             model::Blit b = chooseBlit(src.picture, dst.picture, random);
             b.masked = p.masked;
+            b.flags |= p.operation->flag;
             if (wrong && wrong->empty())
                 *wrong = compare(b, src, dst, mask, coverage);
             else

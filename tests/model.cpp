@@ -244,8 +244,17 @@ void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill) {
         }
 }
 
+uint32_t operationOf(uint32_t flags) {
+#define FLAG(name, flag, prefix) flag,
+    constexpr uint32_t kFlags[] = {ORMSEL_OPERATIONS(FLAG)};
+    for (const uint32_t flag : kFlags)
+        if (flags & flag)
+            return flag;
+    return 0;
+}
+
 bool takesMemory(const Blit& b) {
-    if (b.masked || b.dst.format.code != RGBFB_R5G6B5 || b.alpha < 8)
+    if (b.masked || operationOf(b.flags) || b.dst.format.code != RGBFB_R5G6B5 || b.alpha < 8)
         return false;
     return b.src.format.bytes == 4 ? b.dst.onBoard : b.alpha < 248;
 }
@@ -265,13 +274,19 @@ bool clip(Blit& b) {
     return axis(b.srcY, b.dstY, b.height, b.src.height, b.dst.height) && columns;
 }
 
-#define ROUTE(operation, source, destination, rule)                                                                    \
-    if (!blit.masked && blit.src.format.code == RGBFB_##source &&                                            \
+#define OPERATION(name, flag, prefix) [[maybe_unused]] constexpr uint32_t k##name = flag;
+ORMSEL_OPERATIONS(OPERATION)
+
+#define ROUTE(name, source, destination, rule)                                                               \
+    if (!blit.masked && operation == k##name && blit.src.format.code == RGBFB_##source &&                    \
         blit.dst.format.code == RGBFB_##destination)                                                         \
         return rule(memory, blit);
 
 void draw(Memory& memory, const Blit& blit) {
+    const uint32_t operation = blit.masked ? kBlend : operationOf(blit.flags);
     ORMSEL_ROUTES(ROUTE)
+    if (operation != kBlend)
+        return;
     // Others go by depth. 24 bits onto 16 draw twice, but not onto R5G6B5; onto 24 not at all.
     const uint32_t from = blit.src.format.bytes, onto = blit.dst.format.bytes;
     if ((from == 3 && onto == 3) || from == 1 || onto == 1)

@@ -54,7 +54,10 @@ void draw(Memory& memory, const Blit& blit);
 // What the generic routines do; alphaFill is ORed into the source's alpha.
 void drawGeneric(Memory& memory, const Blit& blit, uint32_t alphaFill);
 
-// Whether drawing takes a row copy: onto R5G6B5, for one weight or from graphics memory.
+// The flag of the operation that an unmasked blit's flags ask for: the first one that they name. 0: to blend.
+uint32_t operationOf(uint32_t flags);
+
+// Whether drawing takes a row copy: to blend onto R5G6B5, for one weight or from graphics memory.
 bool takesMemory(const Blit& blit);
 
 // A format by the channels in its name, such as "A8R8G8B8". One that isn't a bitmap's has no code.

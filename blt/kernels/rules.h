@@ -151,7 +151,7 @@ static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0)
 
 // --- Rules of routes ----------------------------------------------------------------------------------
 //
-// A rule of ORMSEL_ROUTES, for one source layout. It says
+// A rule of ORMSEL_ROUTES, for the layouts of a source and a destination. It says
 //   - Source, Destination: the layouts
 //   - kUnit: how many pixels are read whole before one of them is stored, and stored together
 //   - kDrawsAll: no pixel is transparent; kHasRawCopy: the copy flag has a meaning
@@ -159,15 +159,17 @@ static_assert(mixColours32(colours32<A8R8G8B8>(0xFFFFFF), colours32<A8R8G8B8>(0)
 //   - rowCopyBytes(width, fades, onBoard): the buffer to allocate for a row of old pixels; 0: none
 //   - weight(s): how much of a source pixel reaches the destination; 0 leaves the old pixel alone
 //   - mix(s, d, weight): the new pixel; weight 0 gives d
-//   - onto 16 bits, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half; and perhaps
+//   - onto 16 bits, perhaps, mixSpread(s, d, weight): the same from a spread old pixel, in the lower half;
+//   and
 //     mixTwo(s, d): two pixels of a word at once
 // Faded tells whether fades() holds for the constant alpha, which a rule that isn't Faded doesn't look at.
 
 // No alpha but the constant one, of which the upper five bits count: 1 to 30 of 32, or a conversion for 31.
-template <class S, bool Faded>
+template <class S, class D, bool Faded>
 struct OpaqueOntoR5G6B5 {
     using Source = S;
-    using Destination = R5G6B5;
+    using Destination = D;
+    static_assert(std::is_same_v<D, R5G6B5>);
     static constexpr size_t kUnit = S::kBytes == 2 ? 4 : 2;
     static constexpr bool kDrawsAll = true, kHasRawCopy = false;
 
@@ -195,7 +197,7 @@ struct OpaqueOntoR5G6B5 {
 
 // The source's alpha times the constant one, cut to five bits: A * C >> 11, at most 30; or A >> 3 from C =
 // 248 on. 31 counts as 32, which gives the source unchanged.
-template <class To, class S, bool Faded>
+template <class S, class To, bool Faded>
 struct AlphaOntoFields {
     using Source = S;
     using Destination = To;
@@ -223,15 +225,16 @@ struct AlphaOntoFields {
     }
 };
 
-template <class S, bool Faded>
-using AlphaOntoR5G6B5 = AlphaOntoFields<R5G6B5, S, Faded>;
+template <class S, class D, bool Faded>
+using AlphaOntoR5G6B5 = AlphaOntoFields<S, D, Faded>;
 
 // The source's alpha times the constant one: A * C >> 8. That is at most 254, so that no pixel is ever copied
 // unchanged; A * 255 >> 8 is A - 1 for every A but 0.
-template <class S, bool Faded>
+template <class S, class D, bool Faded>
 struct AlphaOntoA8R8G8B8 {
     using Source = S;
-    using Destination = A8R8G8B8;
+    using Destination = D;
+    static_assert(std::is_same_v<D, A8R8G8B8>);
     static constexpr size_t kUnit = 2;
     static constexpr bool kDrawsAll = false, kHasRawCopy = true;
 
@@ -260,12 +263,12 @@ struct AlphaOntoA8R8G8B8 {
 // --- Routes -------------------------------------------------------------------------------------------
 
 enum class Operation : uint8_t {
-#define ROW(name, flag) k##name,
+#define ROW(name, ...) k##name,
     ORMSEL_OPERATIONS(ROW)
 #undef ROW
 };
 inline constexpr uint32_t kOperationFlags[] = {
-#define ROW(name, flag) flag,
+#define ROW(name, flag, prefix) flag,
     ORMSEL_OPERATIONS(ROW)
 #undef ROW
 };
@@ -279,8 +282,8 @@ constexpr Operation operationOf(uint32_t flags) {
     return Operation::kBlend;
 }
 
-// A row of ORMSEL_ROUTES as a type: its rule for a constant alpha that has a say, and for one that hasn't; and
-// where it stands in the list.
+// A row of ORMSEL_ROUTES as a type: its rule for a constant alpha that has a say, and for one that hasn't;
+// and where it stands in the list.
 template <Operation Op, class Src, class Dst>
 struct Route;
 
@@ -306,11 +309,10 @@ constexpr size_t routeIndex(Operation operation, uint32_t src, uint32_t dst) {
 #define ROW(operation, Src, Dst, Rule)                                                                       \
     template <>                                                                                              \
     struct Route<Operation::k##operation, Src, Dst> {                                                        \
-        using Faded = Rule<Src, true>; /* NOLINT(bugprone-macro-parentheses): templates */                   \
-        using Full = Rule<Src, false>; /* NOLINT(bugprone-macro-parentheses) */                              \
+        using Faded = Rule<Src, Dst, true>; /* NOLINT(bugprone-macro-parentheses): templates */              \
+        using Full = Rule<Src, Dst, false>; /* NOLINT(bugprone-macro-parentheses) */                         \
         static constexpr size_t kIndex =                                                                     \
             routeIndex(Operation::k##operation, Src::kFormat.code, Dst::kFormat.code);                       \
-        static_assert(std::is_same_v<Faded::Destination, Dst>);                                              \
     };
 ORMSEL_ROUTES(ROW)
 #undef ROW

@@ -108,8 +108,12 @@ template <class Rule>
                 return rule.mixTwo(loadWord<uint32_t>(src + 2 * i), d);
             } else {
                 const size_t upper = kBigEndian ? i : i + 1, lower = kBigEndian ? i + 1 : i;
-                return joinR5G6B5(rule.mixSpread(s[upper], spreadUpperR5G6B5(d), a[upper]),
-                                  rule.mixSpread(s[lower], spreadLowerR5G6B5(d), a[lower]));
+                if constexpr (requires { rule.mixSpread(d, d, d); })
+                    return joinR5G6B5(rule.mixSpread(s[upper], spreadUpperR5G6B5(d), a[upper]),
+                                      rule.mixSpread(s[lower], spreadLowerR5G6B5(d), a[lower]));
+                else
+                    return joinR5G6B5(rule.mix(s[upper], d >> 16, a[upper]),
+                                      rule.mix(s[lower], d & 0xFFFF, a[lower]));
             }
         };
         if constexpr (kUnit == 2) {

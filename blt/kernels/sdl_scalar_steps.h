@@ -115,7 +115,7 @@ inline void sdlPixelInPlace(uint32_t weight, const uint8_t* src, uint8_t* dst) {
     } else if constexpr (PerPixel) {
         using Fields = SdlFields<To>;
         // AlphaOntoFields, but that opaque pixels, of which a sprite has many, are stored at once.
-        const uint32_t a = AlphaOntoFields<Fields, A8R8G8B8, false>(255).weight(s);
+        const uint32_t a = AlphaOntoFields<A8R8G8B8, Fields, false>(255).weight(s);
         if (!a)
             return;
         const uint32_t colours = toSpread<Fields, A8R8G8B8>(s);

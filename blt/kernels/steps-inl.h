@@ -25,9 +25,10 @@ struct AlphaOntoA8R8G8B8Step : VectorStep {
 
     template <class At>
     HWY_INLINE V32 draw(At, const uint8_t* src, const uint8_t* dst, const uint8_t*) const {
-        const D32 d32;
-        const V32 s = At::load(d32, src);
-        return mixOntoA8R8G8B8(L::kA == 24 && L::kR == 16 ? s : toColours(s), At::load(d32, dst), weights(s));
+        return mix(At::load(D32(), src), At::load(D32(), dst));
+    }
+    HWY_INLINE V32 mix(V32 s, V32 old) const {
+        return mixOntoA8R8G8B8(L::kA == 24 && L::kR == 16 ? s : toColours(s), old, weights(s));
     }
 
     ClearTest clearTest;
@@ -246,22 +247,14 @@ struct HalfOntoR5G6B5Step : VectorStep {
 // The vector form of each rule.
 template <class Rule>
 struct StepOfRule;
-template <class L, bool Faded>
-struct StepOfRule<AlphaOntoA8R8G8B8<L, Faded>> {
-    using Type = AlphaOntoA8R8G8B8Step<L, Faded>;
-};
-template <class L, bool Faded>
-struct StepOfRule<AlphaOntoFields<R5G6B5, L, Faded>> {
-    using Type = AlphaOntoFieldsStep<R5G6B5, L, Faded>;
-};
-template <class L, bool Faded>
-struct StepOfRule<OpaqueOntoR5G6B5<L, Faded>> {
-    using Type = OpaqueOntoR5G6B5Step<L, Faded>;
-};
+template <class L, class To, bool Faded>
+struct StepOfRule<AlphaOntoA8R8G8B8<L, To, Faded>> : std::type_identity<AlphaOntoA8R8G8B8Step<L, Faded>> {};
+template <class L, class To, bool Faded>
+struct StepOfRule<AlphaOntoFields<L, To, Faded>> : std::type_identity<AlphaOntoFieldsStep<To, L, Faded>> {};
+template <class L, class To, bool Faded>
+struct StepOfRule<OpaqueOntoR5G6B5<L, To, Faded>> : std::type_identity<OpaqueOntoR5G6B5Step<L, Faded>> {};
 template <bool Faded>
-struct StepOfRule<OpaqueOntoR5G6B5<R5G6B5, Faded>> {
-    using Type = FadedFieldsStep<R5G6B5>;
-};
+struct StepOfRule<OpaqueOntoR5G6B5<R5G6B5, R5G6B5, Faded>> : std::type_identity<FadedFieldsStep<R5G6B5>> {};
 
 // The kernel that draws a block by a step, or that of the next narrower target where its rows have less than
 // one vector of pixels.
@@ -274,11 +267,11 @@ template <class Route>
 Kernel routeKernel(const Block& b) {
     const KernelChoice narrower = kNarrowerKernels.routes[Route::kIndex];
     if (!Route::Faded::fades(b.constantAlpha))
-        return kernelBy<typename StepOfRule<typename Route::Full>::Type>(b, narrower);
-    if constexpr (std::is_same_v<typename Route::Faded, OpaqueOntoR5G6B5<R5G6B5, true>>)
+        return kernelBy<typename StepOfRule<typename Route::Full>::type>(b, narrower);
+    if constexpr (std::is_same_v<typename Route::Faded, OpaqueOntoR5G6B5<R5G6B5, R5G6B5, true>>)
         if (b.constantAlpha >> 3 == 16)
             return kernelBy<HalfOntoR5G6B5Step>(b, narrower);
-    return kernelBy<typename StepOfRule<typename Route::Faded>::Type>(b, narrower);
+    return kernelBy<typename StepOfRule<typename Route::Faded>::type>(b, narrower);
 }
 
 } // namespace ormsel::HWY_NAMESPACE

@@ -38,12 +38,14 @@
     FORMAT(R5G5B5, rgb15, 11, 2, 0x7C00U, 0x03E0U, 0x001FU, 0x8000U, 11)
 
 /**
- * OPERATION(name, flag): what a blit does with source and destination.
+ * OPERATION(name, flag, prefix): what a blit does with source and destination.
  *
  * - `name`: Blend is what every blit does that doesn't ask for another
  * - `flag`: the bit of a blit's flags that asks for it; 0 for Blend
+ * - `prefix`: what its names of checksums and of the benchmark's rows begin with
  */
-#define ORMSEL_OPERATIONS(OPERATION) OPERATION(Blend, 0U)
+#define ORMSEL_OPERATIONS(OPERATION)                                                                         \
+    OPERATION(Blend, 0U, "")
 
 /**
  * ROUTE(operation, source, destination, rule): the pairs of formats that have a routine of their own. For
