@@ -2,10 +2,9 @@
 //
 // SDL_BlitSurface's contract: which blits are drawn here, SDL's arithmetic of rectangles, and SDL for the
 // rest. Nothing here needs the C++ runtime.
-#include <ormsel/ormsel_sdl.h>
-
-#include "blt_kernels.h"
 #include "blt_sdl.h"
+#include "blt_kernels.h"
+#include "blt_sdl_contract.h"
 
 namespace ormsel {
 
@@ -213,15 +212,16 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-// The pixels of a blit that is clipped already: ours, or SDL's. Apart from ormsel_BlitSurface(), so that a
+// The pixels of a blit that is clipped already: ours, or SDL's. Apart from sdlBlitSurface(), so that a
 // blit that SDL gets at once costs nothing of what this needs.
-[[gnu::noinline]] int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to) {
+[[gnu::noinline]] int drawClipped(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst,
+                                  SDL_Rect* to) {
     SdlBlit blit;
     const int width = to->w, height = to->h;
     if (!choose(blit, *src, *dst) || shareMemory(*src, *dst) ||
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
-        return SDL_LowerBlit(src, from, dst, to);
+        return sdl.lowerBlit(src, from, dst, to);
     if (!blit.perPixel && !blit.tidy && blit.weight == 0) // SDL draws nothing then
         return 0;
     blit.src = pixelAt(*src, from->x, from->y);
@@ -236,17 +236,15 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
 
 } // namespace
 
-} // namespace ormsel
-
-int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
-    ormsel::SdlBlit blit;
-    return src && dst && ormsel::choose(blit, *src, *dst);
+bool sdlServes(SDL_Surface* src, SDL_Surface* dst) noexcept {
+    SdlBlit blit;
+    return src && dst && choose(blit, *src, *dst);
 }
 
-int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
-    using namespace ormsel;
+int sdlBlitSurface(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
+                   SDL_Rect* dstrect) noexcept {
     if (!src || !dst || src->locked || dst->locked)
-        return SDL_UpperBlit(src, srcrect, dst, dstrect);
+        return sdl.upperBlit(src, srcrect, dst, dstrect);
     SDL_Rect corner = {0, 0, 0, 0};
     SDL_Rect& drawn = dstrect ? *dstrect : corner;
     Side x{0, src->w}, y{0, src->h};
@@ -266,5 +264,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SD
     // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
     const bool few = x.size * y.size <= (src->format->Amask ? kFewByPixel : kFewBySurface) &&
                      !(src->flags & SDL_RLEACCELOK);
-    return few ? SDL_LowerBlit(src, &part, dst, &drawn) : drawClipped(src, &part, dst, &drawn);
+    return few ? sdl.lowerBlit(src, &part, dst, &drawn) : drawClipped(sdl, src, &part, dst, &drawn);
 }
+
+} // namespace ormsel

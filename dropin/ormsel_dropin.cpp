@@ -18,8 +18,9 @@
 #include <dlfcn.h>
 #include <time.h>
 
-#include <ormsel/ormsel_sdl.h>
 #include <ormsel/ormsel_target.h>
+
+#include "blt_sdl_contract.h"
 
 using Blit = int (*)(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
 
@@ -56,23 +57,24 @@ private:
 };
 constinit SdlFunction sdlUpperBlit{"SDL_UpperBlit"}, sdlLowerBlit{"SDL_LowerBlit"};
 
-// Whether this thread's last blit went to SDL: it does so by ormsel_BlitSurface's own judgement, too.
+// Whether this thread's last blit went to SDL: it does so by the contract's own judgement, too.
 [[gnu::tls_model("initial-exec")]] thread_local bool wasLeftToSdl = false;
 
-} // namespace
-
-// SDL's own functions under the names by which ormsel_BlitSurface calls them here.
-extern "C" int ormsel_SdlUpperBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+int sdlsUpperBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
     wasLeftToSdl = true;
     return sdlUpperBlit.get()(src, srcrect, dst, dstrect);
 }
 
-extern "C" int ormsel_SdlLowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+int sdlsLowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
     wasLeftToSdl = true;
     return sdlLowerBlit.get()(src, srcrect, dst, dstrect);
 }
 
-namespace {
+constexpr ormsel::SdlFunctions kSdlsOwn = {sdlsUpperBlit, sdlsLowerBlit};
+
+int blitHere(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+    return ormsel::sdlBlitSurface(kSdlsOwn, src, srcrect, dst, dstrect);
+}
 
 // --- Kinds of blits -----------------------------------------------------------------------------------
 
@@ -336,7 +338,7 @@ int compare(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dst
     const size_t size = region.size();
     auto* before = static_cast<uint8_t*>(std::malloc(3 * size + 1));
     if (!before)
-        return ormsel_BlitSurface(src, srcrect, dst, dstrect);
+        return blitHere(src, srcrect, dst, dstrect);
     uint8_t* results[2] = {before + size, before + 2 * size};
     region.save(before);
     static std::atomic<unsigned> turn{0};
@@ -354,7 +356,7 @@ int compare(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dst
         // there.
         std::atomic_thread_fence(std::memory_order_seq_cst);
         const uint64_t start = now();
-        result = (way ? ormsel_BlitSurface : ormsel_SdlUpperBlit)(src, srcrect, dst, dstrect);
+        result = (way ? blitHere : sdlsUpperBlit)(src, srcrect, dst, dstrect);
         spent[way] = since(start);
         if (way)
             server = wasLeftToSdl ? Server::kSmall : Server::kOrmsel;
@@ -385,7 +387,7 @@ int count(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstre
     SDL_Rect* drawn = dstrect ? dstrect : &corner;
     wasLeftToSdl = false;
     const uint64_t start = now();
-    const int result = ormsel_BlitSurface(src, srcrect, dst, drawn);
+    const int result = blitHere(src, srcrect, dst, drawn);
     const uint64_t spent = since(start);
     if (serves)
         kind.server = wasLeftToSdl ? Server::kSmall : Server::kOrmsel;
@@ -405,8 +407,8 @@ int count(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstre
 extern "C" [[gnu::visibility("default")]] int SDL_UpperBlit(SDL_Surface* src, SDL_Rect* srcrect,
                                                             SDL_Surface* dst, SDL_Rect* dstrect) {
     if (report.mode == Mode::kServe || !src || !dst || src->locked || dst->locked)
-        return ormsel_BlitSurface(src, srcrect, dst, dstrect);
-    const bool serves = ormsel_Serves(src, dst);
+        return blitHere(src, srcrect, dst, dstrect);
+    const bool serves = ormsel::sdlServes(src, dst);
     // SDL would encode a surface that asks for it, and its later blits were no longer ours to compare.
     if (report.mode == Mode::kCompare && serves && src != dst && !(src->flags & SDL_RLEACCELOK))
         return compare(src, srcrect, dst, dstrect);
