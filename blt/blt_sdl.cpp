@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Zlib
 //
-// SDL_BlitSurface's contract: which blits are drawn here, SDL's arithmetic of rectangles, and SDL for the
-// rest. Nothing here needs the C++ runtime.
+// SDL_BlitSurface's contract and SDL_LowerBlit's: which blits are drawn here, SDL's arithmetic of rectangles,
+// and SDL for the rest. Nothing here needs the C++ runtime.
 #include "blt_sdl.h"
 #include "blt_kernels.h"
 #include "blt_sdl_contract.h"
+#include "blt_sdl_convert.h"
 
 namespace ormsel {
 
@@ -14,10 +15,6 @@ namespace {
 // 32-bit processors its library may have been built with vector code, which rounds in its own way.
 constexpr bool kSdlIsPlainC = sizeof(void*) == 8;
 constexpr int kFewByPixel = kSdlIsPlainC ? 16 : 0, kFewBySurface = kSdlIsPlainC ? 64 : 0;
-
-// What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
-constexpr uint32_t kSpecial =
-    SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
 
 // Masks, shifts and losses must tell the same: SDL takes now these, now those. Every surface's blit comes
 // this way, so that few branches count here.
@@ -152,13 +149,11 @@ bool chooseBySurface(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& 
     return true;
 }
 
-// Finds the rule for a pair of surfaces. False: SDL's.
-bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
-    if ((src.flags | dst.flags) & kSpecial || src.offset || dst.offset)
-        return false;
+// Finds the rule of a blit that blends or leaves pixels out. False: none.
+bool chooseBlend(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     const SDL_PixelFormat &from = *src.format, &to = *dst.format;
     const bool perPixel = from.Amask && src.flags & SDL_SRCALPHA;
-    if (!perPixel && (from.Amask || !(src.flags & (SDL_SRCALPHA | SDL_SRCCOLORKEY))))
+    if (!perPixel && from.Amask)
         return false;
     b.from = layoutOf(from);
     b.to = layoutOf(to);
@@ -167,6 +162,28 @@ bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone)
         return false;
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
+}
+
+// What becomes of a pair of surfaces.
+enum class Way { kLeave, kCopy, kConvert, kBlend };
+
+// Fills the record that belongs to the way.
+Way choose(SdlBlit& blend, SdlConversion& conversion, const SDL_Surface& src, const SDL_Surface& dst) {
+    if ((src.flags | dst.flags) & kSdlSpecial || src.offset || dst.offset)
+        return Way::kLeave;
+    const SDL_PixelFormat &from = *src.format, &to = *dst.format;
+    const bool keyed = src.flags & SDL_SRCCOLORKEY;
+    const bool blends = src.flags & SDL_SRCALPHA && (from.Amask || from.alpha != 255);
+    if ((keyed || blends) && chooseBlend(blend, src, dst))
+        return Way::kBlend;
+    // These are all that SDL looks at.
+    const bool isSame =
+        from.BitsPerPixel == to.BitsPerPixel && from.Rmask == to.Rmask && from.Amask == to.Amask;
+    if (blends || (keyed && isSame))
+        return Way::kLeave;
+    if (isSame && from.BytesPerPixel == to.BytesPerPixel && from.BytesPerPixel > 1)
+        return Way::kCopy;
+    return !isSame && sdlConversion(conversion, from, to, keyed) ? Way::kConvert : Way::kLeave;
 }
 
 // A rectangle's side along one axis, clipped as SDL does it.
@@ -212,25 +229,41 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
+// SDL is sooner done with so few pixels. Not where it would encode a surface that asks for it: all blits of
+// that were SDL's from then on.
+bool areFew(const SDL_Surface& src, int width, int height) {
+    return width * height <= (src.format->Amask ? kFewByPixel : kFewBySurface) &&
+           !(src.flags & SDL_RLEACCELOK);
+}
+
 // The pixels of a blit that is clipped already: ours, or SDL's. Apart from sdlBlitSurface(), so that a
 // blit that SDL gets at once costs nothing of what this needs.
 [[gnu::noinline]] int drawClipped(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst,
                                   SDL_Rect* to) {
     SdlBlit blit;
+    SdlConversion conversion;
     const int width = to->w, height = to->h;
-    if (!choose(blit, *src, *dst) || shareMemory(*src, *dst) ||
+    const Way way = choose(blit, conversion, *src, *dst);
+    if (way == Way::kLeave || (shareMemory(*src, *dst) && !(way == Way::kCopy && src == dst)) ||
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return sdl.lowerBlit(src, from, dst, to);
-    if (!blit.perPixel && !blit.tidy && blit.weight == 0) // SDL draws nothing then
-        return 0;
-    blit.src = pixelAt(*src, from->x, from->y);
-    blit.srcPitch = src->pitch;
-    blit.dst = pixelAt(*dst, to->x, to->y);
-    blit.dstPitch = dst->pitch;
-    blit.width = static_cast<size_t>(width);
-    blit.height = static_cast<size_t>(height);
-    kernelsInUse().sdl(blit);
+    const SdlArea area = {pixelAt(*src, from->x, from->y), src->pitch,
+                          pixelAt(*dst, to->x, to->y),     dst->pitch,
+                          static_cast<size_t>(width),      static_cast<size_t>(height)};
+    if (way == Way::kCopy) {
+        sdlCopy(area, src->format->BytesPerPixel);
+    } else if (way == Way::kConvert) {
+        sdlConvert(conversion, area);
+    } else if (blit.perPixel || blit.tidy || blit.weight) { // else SDL draws nothing
+        blit.src = area.src;
+        blit.srcPitch = area.srcPitch;
+        blit.dst = area.dst;
+        blit.dstPitch = area.dstPitch;
+        blit.width = area.width;
+        blit.height = area.height;
+        kernelsInUse().sdl(blit);
+    }
     return 0;
 }
 
@@ -238,33 +271,47 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
 
 bool sdlServes(SDL_Surface* src, SDL_Surface* dst) noexcept {
     SdlBlit blit;
-    return src && dst && choose(blit, *src, *dst);
+    SdlConversion conversion;
+    return src && dst && choose(blit, conversion, *src, *dst) != Way::kLeave;
+}
+
+bool sdlClip(const SDL_Surface& src, const SDL_Rect* srcrect, const SDL_Surface& dst, SDL_Rect& drawn,
+             SDL_Rect& part) noexcept {
+    Side x{0, src.w}, y{0, src.h};
+    if (srcrect) {
+        x = {srcrect->x, srcrect->w};
+        y = {srcrect->y, srcrect->h};
+    }
+    x.clip(drawn.x, src.w, dst.clip_rect.x, dst.clip_rect.w);
+    y.clip(drawn.y, src.h, dst.clip_rect.y, dst.clip_rect.h);
+    if (x.size <= 0 || y.size <= 0) {
+        drawn.w = drawn.h = 0;
+        return false;
+    }
+    drawn.w = static_cast<Uint16>(x.size);
+    drawn.h = static_cast<Uint16>(y.size);
+    part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
+    return true;
 }
 
 int sdlBlitSurface(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
                    SDL_Rect* dstrect) noexcept {
     if (!src || !dst || src->locked || dst->locked)
         return sdl.upperBlit(src, srcrect, dst, dstrect);
-    SDL_Rect corner = {0, 0, 0, 0};
+    SDL_Rect corner = {0, 0, 0, 0}, part;
     SDL_Rect& drawn = dstrect ? *dstrect : corner;
-    Side x{0, src->w}, y{0, src->h};
-    if (srcrect) {
-        x = {srcrect->x, srcrect->w};
-        y = {srcrect->y, srcrect->h};
-    }
-    x.clip(drawn.x, src->w, dst->clip_rect.x, dst->clip_rect.w);
-    y.clip(drawn.y, src->h, dst->clip_rect.y, dst->clip_rect.h);
-    if (x.size <= 0 || y.size <= 0) {
-        drawn.w = drawn.h = 0;
+    if (!sdlClip(*src, srcrect, *dst, drawn, part))
         return 0;
-    }
-    drawn.w = static_cast<Uint16>(x.size);
-    drawn.h = static_cast<Uint16>(y.size);
-    SDL_Rect part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
-    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const bool few = x.size * y.size <= (src->format->Amask ? kFewByPixel : kFewBySurface) &&
-                     !(src->flags & SDL_RLEACCELOK);
-    return few ? sdl.lowerBlit(src, &part, dst, &drawn) : drawClipped(sdl, src, &part, dst, &drawn);
+    return areFew(*src, part.w, part.h) ? sdl.lowerBlit(src, &part, dst, &drawn)
+                                        : drawClipped(sdl, src, &part, dst, &drawn);
+}
+
+int sdlLowerBlit(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
+                 SDL_Rect* dstrect) noexcept {
+    // Of two unlike sizes SDL makes what happens to come out.
+    if (srcrect->w != dstrect->w || srcrect->h != dstrect->h || areFew(*src, dstrect->w, dstrect->h))
+        return sdl.lowerBlit(src, srcrect, dst, dstrect);
+    return drawClipped(sdl, src, srcrect, dst, dstrect);
 }
 
 } // namespace ormsel

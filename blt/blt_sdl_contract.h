@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
-// SDL_BlitSurface's contract, for the library's calls and for the preload: both have SDL's own functions
-// beside it, each found in its way.
+// SDL_BlitSurface's contract and that of the two calls below it, for the library's calls and for the preload:
+// both have SDL's own functions beside it, each found in its way.
 #pragma once
 
 #include <SDL.h>
@@ -12,11 +12,25 @@ namespace ormsel {
 struct SdlFunctions {
     decltype(&SDL_UpperBlit) upperBlit;
     decltype(&SDL_LowerBlit) lowerBlit;
+    decltype(&SDL_FillRect) fillRect;
 };
 
-// What ormsel_BlitSurface() and ormsel_Serves() promise.
+// What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
+inline constexpr Uint32 kSdlSpecial =
+    SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
+
+// What ormsel_BlitSurface() and its companions promise.
 int sdlBlitSurface(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
                    SDL_Rect* dstrect) noexcept;
+int sdlLowerBlit(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
+                 SDL_Rect* dstrect) noexcept;
+int sdlFillRect(const SdlFunctions& sdl, SDL_Surface* dst, SDL_Rect* dstrect, Uint32 color) noexcept;
 bool sdlServes(SDL_Surface* src, SDL_Surface* dst) noexcept;
+bool sdlServesFill(SDL_Surface* dst) noexcept;
+
+// The first half of SDL_BlitSurface(): clips, stores what is drawn in `drawn`, of which the position was
+// read, and where that lies in the source in `part`. False: nothing is drawn.
+bool sdlClip(const SDL_Surface& src, const SDL_Rect* srcrect, const SDL_Surface& dst, SDL_Rect& drawn,
+             SDL_Rect& part) noexcept;
 
 } // namespace ormsel

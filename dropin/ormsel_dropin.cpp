@@ -70,7 +70,7 @@ int sdlsLowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rec
     return sdlLowerBlit.get()(src, srcrect, dst, dstrect);
 }
 
-constexpr ormsel::SdlFunctions kSdlsOwn = {sdlsUpperBlit, sdlsLowerBlit};
+constexpr ormsel::SdlFunctions kSdlsOwn = {sdlsUpperBlit, sdlsLowerBlit, nullptr};
 
 int blitHere(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
     return ormsel::sdlBlitSurface(kSdlsOwn, src, srcrect, dst, dstrect);
