@@ -2,7 +2,7 @@
 # Sourced by run-tests and tools/compare-games, behind setup.sh: runs games on screens of their own.
 
 # during_game GAME DEPTH MODE FOLDER COMMAND...: lets a game run on a screen of its own while a command runs, which
-# finds the screen in DISPLAY. What the game drew with is told in FOLDER/report, every second.
+# finds the screen in DISPLAY. What the game drew with is told in FOLDER/report, every second, unless MODE is `off`.
 during_game() {
     local game=$1 depth=$2 mode=$3 folder=$4 server program
     mkdir -p "$folder/home"
@@ -17,7 +17,10 @@ during_game() {
     (
         cd "$folder/home"
         export DISPLAY=:$(< "$folder/screen") HOME=$PWD SDL_AUDIODRIVER=dummy PATH=$PATH:/usr/games
-        exec "$root/build/release/dropin/ormsel-run" "--$mode" --report "$folder/report" "$game"
+        # A set-group-id program is served without its group, and its scores stay where they are.
+        options=("--$mode" --without-group)
+        [[ $mode == off ]] || options+=(--report "$folder/report")
+        exec "$root/build/release/dropin/ormsel-run" "${options[@]}" "$game"
     ) > "$folder/log" 2>&1 &
     program=$!
     DISPLAY=:$(< "$folder/screen") "${@:5}" || die "$game at depth $depth, $mode: not what $5 waits for"
