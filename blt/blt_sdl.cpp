@@ -169,7 +169,7 @@ enum class Way { kLeave, kCopy, kConvert, kBlend };
 
 // Fills the record that belongs to the way.
 Way choose(SdlBlit& blend, SdlConversion& conversion, const SDL_Surface& src, const SDL_Surface& dst) {
-    if ((src.flags | dst.flags) & kSdlSpecial || src.offset || dst.offset)
+    if ((src.flags | dst.flags) & kSdlSpecial)
         return Way::kLeave;
     const SDL_PixelFormat &from = *src.format, &to = *dst.format;
     const bool keyed = src.flags & SDL_SRCCOLORKEY;
@@ -244,7 +244,12 @@ bool areFew(const SDL_Surface& src, int width, int height) {
     SdlConversion conversion;
     const int width = to->w, height = to->h;
     const Way way = choose(blit, conversion, *src, *dst);
-    if (way == Way::kLeave || (shareMemory(*src, *dst) && !(way == Way::kCopy && src == dst)) ||
+    if (way == Way::kLeave)
+        return sdl.lowerBlit(src, from, dst, to);
+    SdlLock lock(sdl);
+    if (!lock.add(dst) || !lock.add(src))
+        return -1;
+    if ((shareMemory(*src, *dst) && !(way == Way::kCopy && src == dst)) ||
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
         return sdl.lowerBlit(src, from, dst, to);

@@ -8,16 +8,51 @@
 
 namespace ormsel {
 
-// SDL's own functions, which get what isn't drawn here.
+// SDL's own functions: the first three get what isn't drawn here.
 struct SdlFunctions {
     decltype(&SDL_UpperBlit) upperBlit;
     decltype(&SDL_LowerBlit) lowerBlit;
     decltype(&SDL_FillRect) fillRect;
+    decltype(&SDL_LockSurface) lock;
+    decltype(&SDL_UnlockSurface) unlock;
 };
 
 // What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
 inline constexpr Uint32 kSdlSpecial =
-    SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
+    SDL_HWSURFACE | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
+
+// A surface in main memory that SDL locks while it draws: a screen that the display's server reads at the
+// same time, or one that is smaller than the display, whose pixels begin at an offset.
+inline bool sdlMustLock(const SDL_Surface& s) {
+    return s.offset || s.flags & SDL_ASYNCBLIT;
+}
+
+// Such surfaces, locked as SDL does it, until the end of the block.
+class SdlLock {
+public:
+    explicit SdlLock(const SdlFunctions& sdl) : sdl_(sdl) {}
+    ~SdlLock() {
+        while (count_)
+            sdl_.unlock(locked_[--count_]);
+    }
+    SdlLock(const SdlLock&) = delete;
+    SdlLock& operator=(const SdlLock&) = delete;
+
+    // False: it can't be locked.
+    bool add(SDL_Surface* s) {
+        if (!sdlMustLock(*s))
+            return true;
+        if (sdl_.lock(s) < 0)
+            return false;
+        locked_[count_++] = s;
+        return true;
+    }
+
+private:
+    const SdlFunctions& sdl_;
+    SDL_Surface* locked_[2];
+    int count_ = 0;
+};
 
 // What ormsel_BlitSurface() and its companions promise.
 int sdlBlitSurface(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,

@@ -53,7 +53,7 @@ void fillRows(uint8_t* row, ptrdiff_t pitch, size_t bytes, size_t height, size_t
 } // namespace
 
 bool sdlServesFill(SDL_Surface* dst) noexcept {
-    if (!dst || dst->flags & kSdlSpecial || dst->offset || dst->locked || !dst->pixels)
+    if (!dst || dst->flags & kSdlSpecial || dst->locked || !dst->pixels)
         return false;
     const SDL_PixelFormat& f = *dst->format;
     if (f.BitsPerPixel < 8 || f.BytesPerPixel > 4 || dst->w * f.BytesPerPixel > dst->pitch)
@@ -74,6 +74,9 @@ int sdlFillRect(const SdlFunctions& sdl, SDL_Surface* dst, SDL_Rect* dstrect, Ui
     const SDL_Rect& area = dstrect ? *dstrect : clip;
     if (!area.w || !area.h)
         return 0;
+    SdlLock lock(sdl);
+    if (!lock.add(dst))
+        return -1;
     const size_t bytes = dst->format->BytesPerPixel;
     fillRows(static_cast<uint8_t*>(dst->pixels) + ptrdiff_t{area.y} * dst->pitch +
                  static_cast<size_t>(area.x) * bytes,

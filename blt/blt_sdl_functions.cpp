@@ -5,7 +5,8 @@
 
 #include "blt_sdl_contract.h"
 
-static const ormsel::SdlFunctions kSdl = {SDL_UpperBlit, SDL_LowerBlit, SDL_FillRect};
+static const ormsel::SdlFunctions kSdl = {SDL_UpperBlit, SDL_LowerBlit, SDL_FillRect, SDL_LockSurface,
+                                          SDL_UnlockSurface};
 
 int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
     return ormsel::sdlBlitSurface(kSdl, src, srcrect, dst, dstrect);

@@ -77,6 +77,8 @@ private:
 constinit Lookup<decltype(SDL_UpperBlit)> sdlUpperBlit{"SDL_UpperBlit"};
 constinit Lookup<decltype(SDL_LowerBlit)> sdlLowerBlit{"SDL_LowerBlit"};
 constinit Lookup<decltype(SDL_FillRect)> sdlFillRect{"SDL_FillRect"};
+constinit Lookup<decltype(SDL_LockSurface)> sdlLock{"SDL_LockSurface"};
+constinit Lookup<decltype(SDL_UnlockSurface)> sdlUnlock{"SDL_UnlockSurface"};
 
 // Tells of programs that this library can't serve when they start: they may never call it.
 struct Start {
@@ -128,6 +130,14 @@ const ormsel::SdlFunctions kSdlsOwn = {
     [](SDL_Surface* dst, SDL_Rect* dstrect, Uint32 color) {
         wasLeftToSdl = true;
         return fillRect(dst, dstrect, color);
+    },
+    [](SDL_Surface* surface) {
+        const auto function = sdlLock.get();
+        return function ? function(surface) : -1;
+    },
+    [](SDL_Surface* surface) {
+        if (const auto function = sdlUnlock.get())
+            function(surface);
     }};
 
 } // namespace dropin

@@ -14,7 +14,8 @@ using namespace dropin;
 namespace {
 
 uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
-    return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
+    return static_cast<uint8_t*>(s.pixels) + (s.locked ? 0 : s.offset) + ptrdiff_t{y} * s.pitch +
+           ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
 // --- Comparing ----------------------------------------------------------------------------------------

@@ -59,11 +59,12 @@ const SdlKind kSdlKinds[] = {
     {16, 0x7C00, 0x03E0, 0x1F, 0x8000},
     {16, 0x0F00, 0xF0, 0x0F, 0xF000},
     {8, 0, 0, 0, 0},
-    // As programs have them that mistyped a mask.
+    // SDL's own, and those of programs that mistyped a mask.
+    {16, 0, 0, 0, 0},
     {16, 0xF800, 0x1F, 0x07E0, 0},
     {16, 0xF800, 0x07E0, 0x1F, 0xFF000000},
 };
-constexpr size_t kUsualKinds = std::size(kSdlKinds) - 2;
+constexpr size_t kUsualKinds = std::size(kSdlKinds) - 3;
 
 struct FreeSurface {
     void operator()(SDL_Surface* s) const {

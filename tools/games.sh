@@ -25,6 +25,12 @@ during_game() {
     program=$!
     DISPLAY=:$(< "$folder/screen") "${@:5}" || die "$game at depth $depth, $mode: not what $5 waits for"
     if kill "$program" 2> /dev/null; then
+        # A game can ask whether it should end.
+        for ((i = 0; i < 20; ++i)); do
+            kill -0 "$program" 2> /dev/null || break
+            sleep 0.1
+        done
+        kill -KILL "$program" 2> /dev/null || true
         wait "$program" || true # by the signal, or by SDL's word for it
     else
         cat "$folder/log" >&2

@@ -35,7 +35,8 @@ extern "C" {
  *
  * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so.
  *
- * Nothing is allocated, locked or kept between calls. Safe from any thread, as long as no other thread uses
+ * A screen that SDL locks while it draws in memory is locked in the same way; nothing else is, and nothing is
+ * allocated or kept between calls. Safe from any thread, as long as no other thread uses
  * one of the surfaces.
  *
  * @param src the source; NULL is an error, as with SDL
@@ -55,7 +56,7 @@ int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
  * Nothing outside the two images is read or written by what is drawn here; rectangles that reach there, and
  * pairs of unlike sizes, are handed to SDL, which doesn't look.
  *
- * Allocates, locks and keeps nothing; threads as with ormsel_BlitSurface().
+ * Locks, memory and threads as with ormsel_BlitSurface().
  *
  * @param src the source; not NULL
  * @param srcrect what to copy; not NULL
@@ -71,7 +72,8 @@ int ormsel_LowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
  * stores beyond the surface. Surfaces of 16, 24 and 32 bits, and of 8 bits with a palette, are filled here;
  * locked ones, video memory and all others are handed to SDL.
  *
- * Allocates, locks and keeps nothing. Safe from any thread, as long as no other thread uses the surface.
+ * Locks and memory as with ormsel_BlitSurface(). Safe from any thread, as long as no other thread uses the
+ * surface.
  *
  * @param dst the surface; not NULL
  * @param dstrect what to fill; NULL: all of the clip rectangle. Receives the part of it that lies in there.
