@@ -28,7 +28,10 @@ struct SdlChannels {
              {f.Gmask, f.Gshift, f.Gloss},
              {f.Bmask, f.Bshift, f.Bloss},
              {f.Amask, f.Ashift, f.Aloss}} {}
-    bool areWhole() const { return of[0].isWhole() && of[1].isWhole() && of[2].isWhole() && of[3].isWhole(); }
+    // An alpha that there isn't has any loss.
+    bool areWhole() const {
+        return of[0].isWhole() && of[1].isWhole() && of[2].isWhole() && (!of[3].mask || of[3].isWhole());
+    }
     // Whether each of three bytes is a channel.
     bool areThreeBytes() const {
         return of[0].isByte() && of[1].isByte() && of[2].isByte() && !of[3].mask &&

@@ -197,7 +197,6 @@ void fillWithEveryValue(SDL_Surface& surface) {
 TEST(SdlRules, EveryValueConverted) {
     if (sdlIsSdl2() || !sdlIsPlainC() || sizeof(void*) == 4) // SDL's assembly for 80386 keeps a spare byte
         GTEST_SKIP() << "SDL converts by other rules here";
-    long served = 0, asked = 0;
     for (const SdlKind& from : kSdlKinds)
         for (const SdlKind& to : kSdlKinds)
             for (const bool keyed : {false, true}) {
@@ -207,8 +206,11 @@ TEST(SdlRules, EveryValueConverted) {
                 fillWithEveryValue(*src);
                 if (keyed)
                     SDL_SetColorKey(src.get(), SDL_SRCCOLORKEY, load(*src, 0x55, 0x55));
-                ++asked;
-                served += ormsel_Serves(src.get(), ours.get());
+                // Of a key within one format, some are.
+                const SDL_PixelFormat &f = *src->format, &t = *ours->format;
+                const bool isKeyedCopy = keyed && f.BitsPerPixel == t.BitsPerPixel && f.Rmask == t.Rmask;
+                EXPECT_TRUE(ormsel_Serves(src.get(), ours.get()) || f.palette || t.palette || isKeyedCopy)
+                    << from.bits << ":" << from.r << " onto " << to.bits << ":" << to.r;
                 SDL_Rect all{0, 0, 256, 256};
                 ormsel_LowerBlit(src.get(), &all, ours.get(), &all);
                 SDL_LowerBlit(src.get(), &all, sdls.get(), &all);
@@ -220,7 +222,6 @@ TEST(SdlRules, EveryValueConverted) {
                         << "/" << from.a << " onto " << to.bits << ":" << to.r << "/" << to.a
                         << (keyed ? ", keyed" : "");
             }
-    EXPECT_GE(served, asked / 5 * 4); // all but 8 bits, and some keys
 }
 
 // --- Random surfaces ----------------------------------------------------------------------------------
