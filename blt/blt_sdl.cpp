@@ -3,6 +3,7 @@
 // SDL_BlitSurface's contract and SDL_LowerBlit's: which blits are drawn here, SDL's arithmetic of rectangles,
 // and SDL for the rest. Nothing here needs the C++ runtime.
 #include "blt_sdl.h"
+#include "blt_formats.h"
 #include "blt_kernels.h"
 #include "blt_sdl_contract.h"
 #include "blt_sdl_convert.h"
@@ -164,6 +165,22 @@ bool chooseBlend(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
 }
 
+// The rule of a blit by a colour key alone between words that SDL takes for the same: it looks at one mask of
+// the colours, and so do programs that mistype another one.
+bool chooseWords(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& to) {
+    const SDL_PixelFormat& from = *src.format;
+    if (from.BytesPerPixel != 2 || to.BytesPerPixel != 2 || from.Amask || src.flags & SDL_RLEACCELOK)
+        return false;
+    setPlaces(b, from, to);
+    b.from = b.to = SdlLayout::kR5G6B5;
+    b.perPixel = b.tidy = false;
+    b.keyed = b.copies = true;
+    b.weight = 255;
+    b.key = from.colorkey;
+    b.colours = 0xFFFF;
+    return true;
+}
+
 // What becomes of a pair of surfaces.
 enum class Way { kLeave, kCopy, kConvert, kBlend };
 
@@ -179,8 +196,10 @@ Way choose(SdlBlit& blend, SdlConversion& conversion, const SDL_Surface& src, co
     // These are all that SDL looks at.
     const bool isSame =
         from.BitsPerPixel == to.BitsPerPixel && from.Rmask == to.Rmask && from.Amask == to.Amask;
-    if (blends || (keyed && isSame))
+    if (blends)
         return Way::kLeave;
+    if (keyed && isSame)
+        return chooseWords(blend, src, to) ? Way::kBlend : Way::kLeave;
     if (isSame && from.BytesPerPixel == to.BytesPerPixel && from.BytesPerPixel > 1)
         return Way::kCopy;
     return !isSame && sdlConversion(conversion, from, to, keyed) ? Way::kConvert : Way::kLeave;
@@ -229,11 +248,36 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-// SDL is sooner done with so few pixels. Not where it would encode a surface that asks for it: all blits of
-// that were SDL's from then on.
+// Whether SDL would be sooner done with a surface that it may encode by runs, once it has: it skips runs of
+// clear pixels and copies opaque ones. A part of the pixels tells; that few of the others are left to SDL by
+// mistake is better than many drawn slower.
+bool isForRuns(const SdlBlit& b, const SDL_Surface& src) {
+    if (!b.perPixel || !(src.flags & SDL_RLEACCELOK))
+        return false;
+    constexpr int kSmall = 64; // pixels of the whole surface, which are sooner drawn than looked at
+    if (src.w * src.h <= kSmall)
+        return true;
+    // Where vectors are short, SDL mixes runs onto 16 bits as fast as anyone.
+    const Kernels& kernels = kernelsInUse();
+    const bool isWide = kernels.name[0] == 'a' && kernels.name[1] == 'v'; // avx2, avx512
+    if (&kernels == &kScalarKernels || (!isWide && b.to != SdlLayout::k32))
+        return true;
+    const uint32_t shift = src.format->Ashift;
+    const size_t down = b.height / 8 | 1, right = b.width / 8 | 1; // odd: pictures repeat in even steps
+    uint32_t looked = 0, mixed = 0;
+    for (size_t y = down / 2; y < b.height; y += down) {
+        const uint8_t* row = b.src + static_cast<ptrdiff_t>(y) * b.srcPitch;
+        for (size_t x = right / 2; x < b.width; x += right, ++looked)
+            mixed += (loadPixel<4>(row + x * 4) >> shift & 0xFF) - 1 < 254;
+    }
+    return mixed * 8 < looked * 3;
+}
+
+// SDL is sooner done with so few pixels. Where it would encode a surface that asks for it, all blits of that
+// were SDL's from then on; and are, once it has.
 bool areFew(const SDL_Surface& src, int width, int height) {
-    return width * height <= (src.format->Amask ? kFewByPixel : kFewBySurface) &&
-           !(src.flags & SDL_RLEACCELOK);
+    return src.flags & SDL_RLEACCELOK ? src.flags & SDL_RLEACCEL
+                                      : width * height <= (src.format->Amask ? kFewByPixel : kFewBySurface);
 }
 
 // The pixels of a blit that is clipped already: ours, or SDL's. Apart from sdlBlitSurface(), so that a
@@ -267,6 +311,8 @@ bool areFew(const SDL_Surface& src, int width, int height) {
         blit.dstPitch = area.dstPitch;
         blit.width = area.width;
         blit.height = area.height;
+        if (isForRuns(blit, *src))
+            return sdl.lowerBlit(src, from, dst, to);
         kernelsInUse().sdl(blit);
     }
     return 0;

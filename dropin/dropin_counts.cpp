@@ -167,7 +167,7 @@ const char* reasonOf(Text& out, const Kind& k) {
     if (k.server == Server::kSmall)
         return "few pixels";
     if (k.server == Server::kReaching)
-        return "shared memory, or outside";
+        return k.flags & SDL_RLEACCELOK ? "asked for encoding" : "shared memory, or outside";
     if (k.flags & (SDL_HWSURFACE | SDL_HWACCEL))
         return "video memory";
     if (k.flags & SDL_RLEACCEL)

@@ -33,7 +33,8 @@ extern "C" {
  * Where SDL 1.2 is a layer over SDL 2 (sdl12-compat), what is handed to SDL is drawn by SDL 2's rules, and a
  * lock, which such a layer keeps to itself, hinders nothing that is drawn here.
  *
- * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so.
+ * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so, if much
+ * of it is neither clear nor opaque; else SDL encodes and draws it, which is faster.
  *
  * A screen that SDL locks while it draws in memory is locked in the same way; nothing else is, and nothing is
  * allocated or kept between calls. Safe from any thread, as long as no other thread uses
@@ -84,7 +85,7 @@ int ormsel_FillRect(SDL_Surface* dst, SDL_Rect* dstrect, Uint32 color) ORMSEL_NO
 
 /**
  * Tells whether ormsel_BlitSurface() and ormsel_LowerBlit() draw blits between two surfaces themselves, as
- * their formats and flags are now. Locks have no part in it.
+ * their formats and flags are now. Locks have no part in it, nor has what the pixels are.
  * @return 1 or 0; 0 also for NULL
  */
 int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) ORMSEL_NOEXCEPT;
