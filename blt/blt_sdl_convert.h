@@ -31,12 +31,11 @@ struct SdlConversion {
     uint32_t count;    // of moves: 1, 3 or 4
     SdlMove moves[4];
     uint32_t ones;
-    bool spreads;          // the moves' left shifts are where red, green and blue go to
     bool keyed;            // pixels with these bits are left out:
     uint32_t key, keyBits; // (pixel & keyBits) == key
 };
 
-// Finds SDL's rule. False: one of the formats is none of whole bytes' and channels', and SDL's.
+// Finds SDL's rule. False: one of the formats is none of whole bytes' and channels', or SDL is sooner done.
 bool sdlConversion(SdlConversion& c, const SDL_PixelFormat& from, const SDL_PixelFormat& to, bool keyed);
 
 // No pixel of the source is one of the destination's.
