@@ -24,8 +24,7 @@ struct SdlMove {
 };
 
 // A pixel becomes its moved bits and the ones. A channel of fewer bits than the destination's is filled up
-// with zeros, one of more is cut: each has SDL's rule of 8 bits in between. `spreads` is the exception:
-// R5G6B5 onto 32 bits with alpha, where SDL has tables, that make all of 5 bits all of 8 bits.
+// with zeros, one of more is cut: each has SDL's rule of 8 bits in between.
 struct SdlConversion {
     uint32_t from, to; // bytes of a pixel
     uint32_t count;    // of moves: 1, 3 or 4

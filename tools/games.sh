@@ -31,7 +31,7 @@ during_game() {
             sleep 0.1
         done
         kill -KILL "$program" 2> /dev/null || true
-        wait "$program" || true # by the signal, or by SDL's word for it
+        wait "$program" 2> /dev/null || true # by the signal, or by SDL's word for it
     else
         cat "$folder/log" >&2
         die "$game at depth $depth, $mode: it has ended by itself"
@@ -41,20 +41,21 @@ during_game() {
 
 shoot() { import -window root "$1"; }
 
-# still_picture FILE: takes a picture once the screen shows one that stays for ten seconds; gives up after two minutes.
+# still_picture FILE: takes a picture that the screen has shown ten times, once a second, in a row or now and again; gives
+# up after two minutes.
 still_picture() {
-    local same=0
-    for ((i = 0; i < 120 && same < 10; ++i)); do
+    local sum
+    local -A seen=()
+    for ((i = 0; i < 120; ++i)); do
         sleep 1
-        shoot "$1.new.png"
-        if cmp -s "$1" "$1.new.png" && [[ $(identify -format %k "$1") -gt 16 ]]; then
-            same=$((same + 1))
-        else
-            same=0
-            mv "$1.new.png" "$1"
+        shoot "$1"
+        sum=$(cksum < "$1")
+        seen[$sum]=$((${seen[$sum]:-0} + 1))
+        if ((seen[$sum] >= 10)) && [[ $(identify -format %k "$1") -gt 16 ]]; then
+            return
         fi
     done
-    ((same == 10))
+    return 1
 }
 
 # picture_like WANTED FILE: takes pictures of the screen until one is the same, for two minutes.
