@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Zlib */
 /* A program that knows SDL 1.2 alone.
  *     program draw           blits, copies, converts and fills, and prints a checksum of the picture
+ *     program patch          prints the patch level of its SDL: from 50 on it is a layer over SDL 2
  *     program fork [blits]   forks while threads blit; the child leaves, or blits before
  *     program signal         leaves in the handler of a signal, while threads blit */
 #include <pthread.h>
@@ -63,6 +64,8 @@ int main(int argc, char** argv) {
 
     if (strcmp(way, "draw") == 0)
         return draw();
+    if (strcmp(way, "patch") == 0)
+        return printf("%d\n", SDL_Linked_Version()->patch) < 0;
     for (i = 0; i < 3; ++i)
         pthread_create(&thread, NULL, blitForEver, NULL);
     usleep(5000);
