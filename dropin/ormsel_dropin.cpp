@@ -3,8 +3,9 @@
 // Preloaded into a program that draws with SDL 1.2, takes the place of SDL_BlitSurface, SDL_LowerBlit and
 // SDL_FillRect. Through the latter two come SDL's own copies as well: from its shadow surface to the screen,
 // and of SDL_ConvertSurface. ormsel-run sets the environment, dropin_counts.cpp tells what of.
-#include <cstdlib>
 #include <cstring>
+
+#include <sys/mman.h>
 
 #include "dropin_counts.h"
 #include "dropin_sdl.h"
@@ -133,6 +134,26 @@ private:
     SDL_Surface* copy_ = nullptr;
 };
 
+// Memory that isn't the heap's: a handler of a signal that leaves the program finds that as it was.
+class Pages {
+public:
+    explicit Pages(size_t size)
+        : size_(size),
+          begin_(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {}
+    ~Pages() {
+        if (begin())
+            munmap(begin_, size_);
+    }
+    Pages(const Pages&) = delete;
+    Pages& operator=(const Pages&) = delete;
+
+    uint8_t* begin() const { return begin_ == MAP_FAILED ? nullptr : static_cast<uint8_t*>(begin_); }
+
+private:
+    size_t size_;
+    void* begin_;
+};
+
 // Draws both ways, the first one by turns. What stays on the surface is Ormsel's.
 // `draw(ours)` draws with Ormsel or SDL and returns the result; `setServer` names the row.
 template <class Draw, class KindOf>
@@ -140,7 +161,8 @@ int compare(const SDL_Surface& dst, const SDL_Rect& area, bool sdlNeedsTwo, cons
             const KindOf& kindOf) {
     const Region region(dst, area);
     const size_t size = region.size();
-    auto* before = static_cast<uint8_t*>(std::malloc(3 * size + 1));
+    const Pages pages(3 * size + 1);
+    uint8_t* before = pages.begin();
     if (!before) {
         const int result = draw(true);
         Count& count = countOf(kindOf(Server::kUncompared));
@@ -189,7 +211,6 @@ int compare(const SDL_Surface& dst, const SDL_Rect& area, bool sdlNeedsTwo, cons
         add(count.ours, spent[1]);
     }
     noteDifferences(count, *dst.format, results[0], results[1], size);
-    std::free(before);
     reportEverySecond();
     return result;
 }
