@@ -57,7 +57,7 @@ Kind blitKind(const SDL_Surface& src, const SDL_Surface& dst, Server server) {
         SDL_HWSURFACE | SDL_HWACCEL | SDL_SRCCOLORKEY | SDL_RLEACCELOK | SDL_RLEACCEL | SDL_SRCALPHA;
     const SDL_PixelFormat& from = *src.format;
     const uint32_t alpha = src.flags & SDL_SRCALPHA && !from.Amask ? from.alpha : 255;
-    const uint32_t telling = alpha == 255 && !from.Amask ? kTelling & ~SDL_SRCALPHA : kTelling;
+    const uint32_t telling = alpha == 255 && !from.Amask ? kTelling & ~uint32_t{SDL_SRCALPHA} : kTelling;
     return {formatOf(from), formatOf(*dst.format),
             (src.flags & telling) | (dst.flags & (SDL_HWSURFACE | SDL_HWACCEL)),
             alpha == 0 || alpha == 128 || alpha == 255 ? alpha : 1, server};
