@@ -52,7 +52,8 @@ if(TARGET korvalen)
         file(RELATIVE_PATH libraries_from_program "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
         set_target_properties(korvalen PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_program}")
     endif()
-    install(TARGETS korvalen COMPONENT program)
+    # Whoever built ormsel-run alone installs that.
+    install(TARGETS korvalen COMPONENT program OPTIONAL)
 endif()
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
 

@@ -1,414 +1,318 @@
 // SPDX-License-Identifier: Zlib
 //
-// Preloaded into a program that draws with SDL 1.2, takes the place of SDL_BlitSurface, counts and compares.
-// ormsel-run sets the environment:
-// ORMSEL_RUN=stats: prints at exit how many blits were served, by kind, and what was left to SDL.
-// ORMSEL_RUN=compare: does every served blit twice, by SDL and here, and prints both times and what differs.
-// ORMSEL_RUN_REPORT: the file to print to, written every second; else standard error, at exit.
-//
-// Programs may blit from any thread: all state is in the tables below, guarded by one lock, and the blits
-// themselves touch none of it.
-#include <atomic>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+// Preloaded into a program that draws with SDL 1.2, takes the place of SDL_BlitSurface, SDL_LowerBlit and
+// SDL_FillRect. Through the latter two come SDL's own copies as well: from its shadow surface to the screen,
+// and of SDL_ConvertSurface. ormsel-run sets the environment, dropin_counts.cpp tells what of.
 #include <cstring>
 
-#include <SDL.h>
-#include <dlfcn.h>
-#include <time.h>
+#include <sys/mman.h>
 
-#include <ormsel/ormsel_sdl.h>
-#include <ormsel/ormsel_target.h>
+#include "dropin_counts.h"
+#include "dropin_sdl.h"
 
-using Blit = int (*)(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
+using namespace dropin;
 
 namespace {
 
-// A function of the program's SDL, looked up when it is first called.
-class SdlFunction {
-public:
-    constexpr explicit SdlFunction(const char* name) : name_(name) {}
-
-    Blit get() {
-        const Blit found = function_.load(std::memory_order_relaxed);
-        return found ? found : find();
-    }
-
-private:
-    Blit find() {
-        void* found = dlsym(RTLD_NEXT, name_);
-        if (!found) // a program that loaded SDL itself, for its own eyes only
-            if (void* sdl = dlopen("libSDL-1.2.so.0", RTLD_LAZY | RTLD_NOLOAD))
-                found = dlsym(sdl, name_);
-        if (!found) {
-            std::fprintf(stderr, "ormsel-run: this program has no %s\n", name_);
-            std::abort();
-        }
-        Blit function;
-        std::memcpy(&function, &found, sizeof function);
-        function_.store(function, std::memory_order_relaxed);
-        return function;
-    }
-
-    const char* name_;
-    std::atomic<Blit> function_{nullptr};
-};
-constinit SdlFunction sdlUpperBlit{"SDL_UpperBlit"}, sdlLowerBlit{"SDL_LowerBlit"};
-
-// Whether this thread's last blit went to SDL: it does so by ormsel_BlitSurface's own judgement, too.
-[[gnu::tls_model("initial-exec")]] thread_local bool wasLeftToSdl = false;
-
-} // namespace
-
-// SDL's own functions under the names by which ormsel_BlitSurface calls them here.
-extern "C" int ormsel_SdlUpperBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
-    wasLeftToSdl = true;
-    return sdlUpperBlit.get()(src, srcrect, dst, dstrect);
+uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
+    return static_cast<uint8_t*>(s.pixels) + (s.locked ? 0 : s.offset) + ptrdiff_t{y} * s.pitch +
+           ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-extern "C" int ormsel_SdlLowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
-    wasLeftToSdl = true;
-    return sdlLowerBlit.get()(src, srcrect, dst, dstrect);
-}
+// --- Comparing ----------------------------------------------------------------------------------------
 
-namespace {
-
-// --- Kinds of blits -----------------------------------------------------------------------------------
-
-enum class Server { kOrmsel, kSmall, kSdl };
-
-// What tells kinds apart.
-struct Kind {
-    uint32_t srcBits, srcRed, srcAlpha, dstBits, dstRed, dstAlpha;
-    uint32_t flags; // of the source, without those that say nothing about blits
-    uint32_t alpha; // 0, 128, 255, or 1 for all others
-    Server server;
-};
-
-struct Count {
-    Kind kind;
-    uint64_t blits, pixels, ours, sdls; // times in nanoseconds
-    uint64_t compared, differing, mostDifference;
-};
-
-constexpr size_t kMostKinds = 256;
-Count counts[kMostKinds];
-size_t kinds = 0;
-uint64_t lastReport = 0, clockCost = 0;
-std::atomic_flag busy = ATOMIC_FLAG_INIT;
-
-class Guard {
-public:
-    Guard() {
-        while (busy.test_and_set(std::memory_order_acquire))
-            ;
-    }
-    ~Guard() { busy.clear(std::memory_order_release); }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-};
-
-uint64_t now() {
-    timespec t;
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return static_cast<uint64_t>(t.tv_sec) * 1000000000U + static_cast<uint64_t>(t.tv_nsec);
-}
-
-uint64_t since(uint64_t start) {
-    const uint64_t spent = now() - start;
-    return spent > clockCost ? spent - clockCost : 0;
-}
-
-Kind kindOf(const SDL_Surface& src, const SDL_Surface& dst, Server server) {
-    constexpr uint32_t kTelling =
-        SDL_HWSURFACE | SDL_HWACCEL | SDL_SRCCOLORKEY | SDL_RLEACCELOK | SDL_RLEACCEL | SDL_SRCALPHA;
-    const SDL_PixelFormat &from = *src.format, &to = *dst.format;
-    const uint32_t alpha = src.flags & SDL_SRCALPHA && !from.Amask ? from.alpha : 255;
-    Kind kind;
-    std::memset(&kind, 0, sizeof kind);
-    kind.srcBits = from.BitsPerPixel, kind.srcRed = from.Rmask, kind.srcAlpha = from.Amask;
-    kind.dstBits = to.BitsPerPixel, kind.dstRed = to.Rmask, kind.dstAlpha = to.Amask;
-    kind.flags = src.flags & kTelling;
-    kind.alpha = alpha == 0 || alpha == 128 || alpha == 255 ? alpha : 1;
-    kind.server = server;
-    return kind;
-}
-
-// The row of a kind; with the lock held. The last row takes what has no room.
-Count& countOf(const Kind& kind) {
-    for (size_t i = 0; i < kinds; ++i)
-        if (std::memcmp(&counts[i].kind, &kind, sizeof kind) == 0)
-            return counts[i];
-    Count& count = counts[kinds < kMostKinds - 1 ? kinds++ : kMostKinds - 1];
-    count.kind = kind;
-    return count;
-}
-
-// --- The report ---------------------------------------------------------------------------------------
-
-enum class Mode { kServe, kStats, kCompare };
-
-Mode modeOf() {
-    const char* mode = std::getenv("ORMSEL_RUN");
-    return mode && std::strcmp(mode, "stats") == 0     ? Mode::kStats
-           : mode && std::strcmp(mode, "compare") == 0 ? Mode::kCompare
-                                                       : Mode::kServe;
-}
-
-void formatName(char* out, size_t size, uint32_t bits, uint32_t red, uint32_t alpha) {
-    std::snprintf(out, size, "%u bits %s%s", bits,
-                  bits == 8                                       ? "palette"
-                  : red == 0xFF || red == 0xFF00 || red == 0x001F ? "BGR"
-                                                                  : "RGB",
-                  alpha ? "A" : "");
-}
-
-const char* wayOf(const Kind& k) {
-    if (k.flags & SDL_SRCALPHA && k.srcAlpha)
-        return "by pixel";
-    if (k.alpha != 255)
-        return k.flags & SDL_SRCCOLORKEY ? "by alpha and key" : "by alpha";
-    return k.flags & SDL_SRCCOLORKEY ? "by key" : "copy";
-}
-
-const char* reasonOf(const Kind& k) {
-    if (k.server == Server::kOrmsel)
-        return "served";
-    if (k.server == Server::kSmall)
-        return "few pixels";
-    if (k.flags & (SDL_HWSURFACE | SDL_HWACCEL))
-        return "video memory";
-    if (k.flags & SDL_RLEACCEL)
-        return "run-length encoded";
-    if (k.srcBits == 8 || k.dstBits == 8)
-        return "8 bits";
-    if (k.flags & SDL_RLEACCELOK && k.flags & SDL_SRCCOLORKEY)
-        return "to be encoded by key";
-    if (!(k.flags & (SDL_SRCALPHA | SDL_SRCCOLORKEY)) ||
-        (k.alpha == 255 && !(k.flags & SDL_SRCCOLORKEY) && !k.srcAlpha))
-        return "plain copy";
-    return "format";
-}
-
-// With the lock held.
-void printReport(Mode mode) {
-    const char* path = std::getenv("ORMSEL_RUN_REPORT");
-    FILE* out = path && *path ? std::fopen(path, "w") : stderr;
-    if (!out)
-        return;
-    uint64_t blits = 0, served = 0, pixels = 0, servedPixels = 0, ours = 0, sdls = 0;
-    for (size_t i = 0; i < kinds; ++i) {
-        const Count& c = counts[i];
-        blits += c.blits, pixels += c.pixels;
-        if (c.kind.server != Server::kOrmsel)
-            continue;
-        served += c.blits, servedPixels += c.pixels;
-        if (c.compared || mode == Mode::kStats)
-            ours += c.ours, sdls += c.sdls;
-    }
-    std::fprintf(out, "ormsel-run: %llu of %llu blits served (%s), %llu of %llu pixels\n",
-                 static_cast<unsigned long long>(served), static_cast<unsigned long long>(blits),
-                 ormsel_TargetName(), static_cast<unsigned long long>(servedPixels),
-                 static_cast<unsigned long long>(pixels));
-    if (mode == Mode::kCompare && ours)
-        std::fprintf(out, "ormsel-run: served blits took SDL %.1f ms, Ormsel %.1f ms: %.2f times as fast\n",
-                     static_cast<double>(sdls) / 1e6, static_cast<double>(ours) / 1e6,
-                     static_cast<double>(sdls) / static_cast<double>(ours));
-    std::fprintf(out, "%-13s %-13s %-16s %-20s %9s %11s %10s%s\n", "from", "onto", "how", "", "blits",
-                 "pixels", "Ormsel ms",
-                 mode == Mode::kCompare ? "     SDL ms  times  differing  by" : "     SDL ms");
-    for (size_t i = 0; i < kinds; ++i) {
-        const Count& c = counts[i];
-        char from[24], to[24];
-        formatName(from, sizeof from, c.kind.srcBits, c.kind.srcRed, c.kind.srcAlpha);
-        formatName(to, sizeof to, c.kind.dstBits, c.kind.dstRed, c.kind.dstAlpha);
-        std::fprintf(out, "%-13s %-13s %-16s %-20s %9llu %11llu %10.2f %10.2f", from, to, wayOf(c.kind),
-                     reasonOf(c.kind), static_cast<unsigned long long>(c.blits),
-                     static_cast<unsigned long long>(c.pixels), static_cast<double>(c.ours) / 1e6,
-                     static_cast<double>(c.sdls) / 1e6);
-        if (c.compared)
-            std::fprintf(out, " %6.2f %10llu %3llu",
-                         static_cast<double>(c.sdls) / static_cast<double>(c.ours ? c.ours : 1),
-                         static_cast<unsigned long long>(c.differing),
-                         static_cast<unsigned long long>(c.mostDifference));
-        std::fputc('\n', out);
-    }
-    if (out == stderr)
-        std::fflush(out);
-    else
-        std::fclose(out);
-}
-
-struct Report {
-    Mode mode = modeOf();
-
-    Report() {
-        const uint64_t start = now();
-        for (int i = 0; i < 1000; ++i)
-            now();
-        clockCost = (now() - start) / 1000;
-    }
-    void everySecond() const {
-        if (!std::getenv("ORMSEL_RUN_REPORT") || now() - lastReport < 1000000000U)
-            return;
-        printReport(mode);
-        lastReport = now();
-    }
-    ~Report() {
-        if (mode == Mode::kServe)
-            return;
-        const Guard guard;
-        printReport(mode);
-    }
-};
-Report report;
-
-// --- Blits --------------------------------------------------------------------------------------------
-
-// The part of a surface that a blit can reach, saved and put back.
+// A rectangle of a surface, saved and put back. What lies outside the surface isn't a part of it.
 class Region {
 public:
-    Region(const SDL_Surface& surface, const SDL_Rect* srcrect, const SDL_Surface& src,
-           const SDL_Rect* dstrect)
-        : bytes_(surface.format->BytesPerPixel), pitch_(surface.pitch) {
-        const int x = dstrect ? dstrect->x : 0, y = dstrect ? dstrect->y : 0;
-        const int right = x + (srcrect ? srcrect->w : src.w), bottom = y + (srcrect ? srcrect->h : src.h);
-        const int left = x < 0 ? 0 : x, top = y < 0 ? 0 : y;
-        width_ = (right < surface.w ? right : surface.w) - left;
-        height_ = (bottom < surface.h ? bottom : surface.h) - top;
-        if (width_ <= 0 || height_ <= 0)
-            width_ = height_ = 0;
-        else
-            first_ = static_cast<uint8_t*>(surface.pixels) + top * pitch_ + left * bytes_;
+    Region(const SDL_Surface& surface, const SDL_Rect& r) : surface_(surface) {
+        const int right = r.x + r.w, bottom = r.y + r.h;
+        left_ = r.x < 0 ? 0 : r.x;
+        top_ = r.y < 0 ? 0 : r.y;
+        const int width = (right < surface.w ? right : surface.w) - left_;
+        height_ = (bottom < surface.h ? bottom : surface.h) - top_;
+        rowBytes_ = width > 0 ? static_cast<size_t>(width) * surface.format->BytesPerPixel : 0;
     }
-    size_t size() const {
-        return static_cast<size_t>(width_) * static_cast<size_t>(height_) * static_cast<size_t>(bytes_);
-    }
+    size_t size() const { return height_ > 0 ? rowBytes_ * static_cast<size_t>(height_) : 0; }
+    uint64_t pixels() const { return size() / surface_.format->BytesPerPixel; }
     void save(uint8_t* to) const {
-        everyRow([&](uint8_t* row, size_t at, size_t count) { std::memcpy(to + at, row, count); });
+        everyRow([&](uint8_t* row) {
+            std::memcpy(to, row, rowBytes_);
+            to += rowBytes_;
+        });
     }
     void restore(const uint8_t* from) const {
-        everyRow([&](uint8_t* row, size_t at, size_t count) { std::memcpy(row, from + at, count); });
+        everyRow([&](uint8_t* row) {
+            std::memcpy(row, from, rowBytes_);
+            from += rowBytes_;
+        });
     }
 
 private:
     template <class Work>
     void everyRow(const Work& work) const {
-        const auto count = static_cast<size_t>(width_) * static_cast<size_t>(bytes_);
-        for (int y = 0; y < height_; ++y)
-            work(first_ + y * pitch_, static_cast<size_t>(y) * count, count);
+        for (int y = 0; y < height_ && rowBytes_; ++y)
+            work(pixelAt(surface_, left_, top_ + y));
     }
 
-    int bytes_, pitch_, width_ = 0, height_ = 0;
-    uint8_t* first_ = nullptr;
+    const SDL_Surface& surface_;
+    int left_, top_, height_;
+    size_t rowBytes_;
 };
 
-uint32_t pixelAt(const uint8_t* p, size_t bytes) {
+uint32_t loadPixel(const uint8_t* p, size_t bytes) {
     uint32_t value = 0;
     std::memcpy(reinterpret_cast<uint8_t*>(&value) + (SDL_BYTEORDER == SDL_BIG_ENDIAN ? 4 - bytes : 0), p,
                 bytes);
     return value;
 }
 
+void add(Number& number, uint64_t n) {
+    number.fetch_add(n, std::memory_order_relaxed);
+}
+
 void noteDifferences(Count& count, const SDL_PixelFormat& format, const uint8_t* a, const uint8_t* b,
                      size_t size) {
     const size_t bytes = format.BytesPerPixel;
+    uint64_t differing = 0, spare = 0, most = count.mostDifference;
     for (size_t at = 0; at < size; at += bytes) {
-        const uint32_t x = pixelAt(a + at, bytes), y = pixelAt(b + at, bytes);
+        const uint32_t x = loadPixel(a + at, bytes), y = loadPixel(b + at, bytes);
         if (x == y)
             continue;
-        ++count.differing;
+        uint64_t mostHere = format.palette ? 1 : 0;
         for (const uint32_t mask : {format.Rmask, format.Gmask, format.Bmask, format.Amask}) {
             if (!mask)
                 continue;
             const auto difference = static_cast<int64_t>((x & mask) / (mask & (0 - mask))) -
                                     static_cast<int64_t>((y & mask) / (mask & (0 - mask)));
-            const auto most = static_cast<uint64_t>(difference < 0 ? -difference : difference);
-            count.mostDifference = most > count.mostDifference ? most : count.mostDifference;
+            const auto size1 = static_cast<uint64_t>(difference < 0 ? -difference : difference);
+            mostHere = size1 > mostHere ? size1 : mostHere;
         }
+        ++(mostHere ? differing : spare);
+        most = mostHere > most ? mostHere : most;
     }
+    add(count.differing, differing);
+    add(count.spareDiffering, spare);
+    count.mostDifference = most;
 }
 
-// Both ways, the first one by turns. What stays on the surface is the second one's.
-int compare(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
-    const Region region(*dst, srcrect, *src, dstrect);
+// What SDL draws from where Ormsel's source asks for run-length encoding: that would be taken away from it,
+// and all its later blits were SDL's. SDL encodes it by the first blit.
+class Copy {
+public:
+    explicit Copy(SDL_Surface& of) : of_(of) {
+        if (!(of.flags & SDL_RLEACCELOK))
+            return;
+        const auto create = sdlFunction<decltype(SDL_CreateRGBSurface)>("SDL_CreateRGBSurface");
+        const auto setAlpha = sdlFunction<decltype(SDL_SetAlpha)>("SDL_SetAlpha");
+        const auto setKey = sdlFunction<decltype(SDL_SetColorKey)>("SDL_SetColorKey");
+        if (!create || !setAlpha || !setKey)
+            return;
+        const SDL_PixelFormat& f = *of.format;
+        copy_ = create(SDL_SWSURFACE, of.w, of.h, f.BitsPerPixel, f.Rmask, f.Gmask, f.Bmask, f.Amask);
+        if (!copy_)
+            return;
+        for (int y = 0; y < of.h; ++y)
+            std::memcpy(pixelAt(*copy_, 0, y), pixelAt(of, 0, y),
+                        static_cast<size_t>(of.w) * f.BytesPerPixel);
+        if (of.flags & SDL_SRCCOLORKEY)
+            setKey(copy_, SDL_SRCCOLORKEY | SDL_RLEACCEL, f.colorkey);
+        setAlpha(copy_, of.flags & SDL_SRCALPHA ? SDL_SRCALPHA | SDL_RLEACCEL : 0, f.alpha);
+    }
+    ~Copy() {
+        if (copy_)
+            sdlFunction<decltype(SDL_FreeSurface)>("SDL_FreeSurface")(copy_);
+    }
+    Copy(const Copy&) = delete;
+    Copy& operator=(const Copy&) = delete;
+
+    // nullptr: a copy is needed, and there is none.
+    SDL_Surface* surface() const { return of_.flags & SDL_RLEACCELOK ? copy_ : &of_; }
+    bool isCopy() const { return copy_; }
+
+private:
+    SDL_Surface& of_;
+    SDL_Surface* copy_ = nullptr;
+};
+
+// Memory that isn't the heap's: a handler of a signal that leaves the program finds that as it was.
+class Pages {
+public:
+    explicit Pages(size_t size)
+        : size_(size),
+          begin_(mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) {}
+    ~Pages() {
+        if (begin())
+            munmap(begin_, size_);
+    }
+    Pages(const Pages&) = delete;
+    Pages& operator=(const Pages&) = delete;
+
+    uint8_t* begin() const { return begin_ == MAP_FAILED ? nullptr : static_cast<uint8_t*>(begin_); }
+
+private:
+    size_t size_;
+    void* begin_;
+};
+
+// Draws both ways, the first one by turns. What stays on the surface is Ormsel's.
+// `draw(ours)` draws with Ormsel or SDL and returns the result; `setServer` names the row.
+template <class Draw, class KindOf>
+int compare(const SDL_Surface& dst, const SDL_Rect& area, bool sdlNeedsTwo, const Draw& draw,
+            const KindOf& kindOf) {
+    const Region region(dst, area);
     const size_t size = region.size();
-    auto* before = static_cast<uint8_t*>(std::malloc(3 * size + 1));
-    if (!before)
-        return ormsel_BlitSurface(src, srcrect, dst, dstrect);
+    const Pages pages(3 * size + 1);
+    uint8_t* before = pages.begin();
+    if (!before) {
+        const int result = draw(true);
+        Count& count = countOf(kindOf(Server::kUncompared));
+        add(count.blits, 1);
+        add(count.pixels, region.pixels());
+        return result;
+    }
     uint8_t* results[2] = {before + size, before + 2 * size};
     region.save(before);
+    if (sdlNeedsTwo) {
+        draw(false);
+        region.restore(before);
+    }
     static std::atomic<unsigned> turn{0};
     const unsigned first = turn.fetch_add(1, std::memory_order_relaxed) & 1;
     uint64_t spent[2] = {};
-    const SDL_Rect asked = dstrect ? *dstrect : SDL_Rect{};
     Server server = Server::kOrmsel;
     int result = 0;
     for (const unsigned way : {first, 1 - first}) {
         region.restore(before);
-        if (dstrect)
-            *dstrect = asked;
         wasLeftToSdl = false;
         // What restoring stored is in the cache by then: wide loads wait for narrow stores on their way
         // there.
         std::atomic_thread_fence(std::memory_order_seq_cst);
         const uint64_t start = now();
-        result = (way ? ormsel_BlitSurface : ormsel_SdlUpperBlit)(src, srcrect, dst, dstrect);
+        const int drawn = draw(way == 1);
         spent[way] = since(start);
-        if (way)
-            server = wasLeftToSdl ? Server::kSmall : Server::kOrmsel;
+        if (way) {
+            result = drawn;
+            constexpr uint64_t kFew = 64;
+            if (wasLeftToSdl)
+                server = region.pixels() <= kFew ? Server::kSmall : Server::kReaching;
+        }
         region.save(results[way]);
     }
-    {
-        const Guard guard;
-        Count& count = countOf(kindOf(*src, *dst, server));
-        const uint64_t pixels = size / dst->format->BytesPerPixel;
-        ++count.blits, ++count.compared;
-        count.pixels += pixels;
-        // A blit during which another program had the processor tells nothing of speed.
-        const uint64_t most = 100000 + 50 * pixels;
-        if (spent[0] < most && spent[1] < most) {
-            count.sdls += spent[0];
-            count.ours += spent[1];
-        }
-        noteDifferences(count, *dst->format, results[0], results[1], size);
-        report.everySecond();
+    if (first == 1)
+        region.restore(results[1]);
+    Count& count = countOf(kindOf(server));
+    add(count.blits, 1);
+    add(count.compared, 1);
+    add(count.pixels, region.pixels());
+    // A blit during which another program had the processor tells nothing of speed.
+    const uint64_t most = 100000 + 50 * region.pixels();
+    if (spent[0] < most && spent[1] < most) {
+        add(count.sdls, spent[0]);
+        add(count.ours, spent[1]);
     }
-    std::free(before);
+    noteDifferences(count, *dst.format, results[0], results[1], size);
+    reportEverySecond();
     return result;
 }
 
-int count(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect, bool serves) {
-    Kind kind = kindOf(*src, *dst, Server::kSdl); // before the blit, which can change flags
-    SDL_Rect corner = {0, 0, 0, 0};
-    SDL_Rect* drawn = dstrect ? dstrect : &corner;
+// --- Counting -----------------------------------------------------------------------------------------
+
+// Draws, and notes who did it. `serves`: whether Ormsel draws the kind in general.
+template <class Draw, class KindOf>
+int count(uint64_t pixels, bool serves, const Draw& draw, const KindOf& kindOf) {
+    // Before the drawing, which can change flags.
+    const Kind kinds[] = {kindOf(Server::kOrmsel), kindOf(Server::kSmall), kindOf(Server::kReaching),
+                          kindOf(Server::kSdl)};
     wasLeftToSdl = false;
     const uint64_t start = now();
-    const int result = ormsel_BlitSurface(src, srcrect, dst, drawn);
+    const int result = draw(true);
     const uint64_t spent = since(start);
-    if (serves)
-        kind.server = wasLeftToSdl ? Server::kSmall : Server::kOrmsel;
-    const Guard guard;
-    Count& row = countOf(kind);
-    ++row.blits;
-    if (result == 0)
-        row.pixels += uint64_t{drawn->w} * drawn->h;
-    (wasLeftToSdl ? row.sdls : row.ours) += spent;
-    report.everySecond();
+    constexpr uint64_t kFew = 64;
+    Count& row = countOf(kinds[!serves ? 3 : !wasLeftToSdl ? 0 : pixels <= kFew ? 1 : 2]);
+    add(row.blits, 1);
+    add(row.pixels, result == 0 ? pixels : 0);
+    add(wasLeftToSdl ? row.sdls : row.ours, spent);
+    reportEverySecond();
     return result;
+}
+
+// A blit that is clipped already.
+int measureBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+    const bool serves = ormsel::sdlServes(src, dst);
+    const SDL_Rect from = *srcrect, to = *dstrect;
+    const auto kindOf = [&](Server server) { return blitKind(*src, *dst, server); };
+    if (mode() == Mode::kCompare && serves && from.w == to.w && from.h == to.h) {
+        const Copy copy(*src);
+        if (copy.surface()) {
+            const auto draw = [&](bool ours) {
+                SDL_Rect part = from, drawn = to;
+                return ours ? ormsel::sdlLowerBlit(kSdlsOwn, src, &part, dst, &drawn)
+                            : lowerBlit(copy.surface(), &part, dst, &drawn);
+            };
+            return compare(*dst, to, copy.isCopy(), draw, kindOf);
+        }
+    }
+    const auto draw = [&](bool) { return ormsel::sdlLowerBlit(kSdlsOwn, src, srcrect, dst, dstrect); };
+    return count(uint64_t{to.w} * to.h, serves, draw, kindOf);
+}
+
+// The part of a fill that lies in the clip rectangle.
+SDL_Rect filledPart(const SDL_Surface& dst, const SDL_Rect* dstrect) {
+    const SDL_Rect& clip = dst.clip_rect;
+    if (!dstrect)
+        return clip;
+    const int left = dstrect->x > clip.x ? dstrect->x : clip.x,
+              top = dstrect->y > clip.y ? dstrect->y : clip.y;
+    const int right = dstrect->x + dstrect->w, clipRight = clip.x + clip.w;
+    const int bottom = dstrect->y + dstrect->h, clipBottom = clip.y + clip.h;
+    const int width = (right < clipRight ? right : clipRight) - left;
+    const int height = (bottom < clipBottom ? bottom : clipBottom) - top;
+    if (width <= 0 || height <= 0)
+        return {};
+    return {static_cast<Sint16>(left), static_cast<Sint16>(top), static_cast<Uint16>(width),
+            static_cast<Uint16>(height)};
+}
+
+int measureFill(SDL_Surface* dst, SDL_Rect* dstrect, Uint32 color) {
+    const bool serves = ormsel::sdlServesFill(dst);
+    const SDL_Rect part = filledPart(*dst, dstrect), asked = dstrect ? *dstrect : part;
+    const auto kindOf = [&](Server server) { return fillKind(*dst, server); };
+    const auto draw = [&](bool ours) {
+        if (dstrect)
+            *dstrect = asked;
+        return ours ? ormsel::sdlFillRect(kSdlsOwn, dst, dstrect, color) : fillRect(dst, dstrect, color);
+    };
+    return mode() == Mode::kCompare && serves ? compare(*dst, part, false, draw, kindOf)
+                                              : count(uint64_t{part.w} * part.h, serves, draw, kindOf);
 }
 
 } // namespace
 
+// --- SDL's functions ----------------------------------------------------------------------------------
+
+#define EXPORTED extern "C" [[gnu::visibility("default")]]
+
 // What SDL_BlitSurface stands for.
-extern "C" [[gnu::visibility("default")]] int SDL_UpperBlit(SDL_Surface* src, SDL_Rect* srcrect,
-                                                            SDL_Surface* dst, SDL_Rect* dstrect) {
-    if (report.mode == Mode::kServe || !src || !dst || src->locked || dst->locked)
-        return ormsel_BlitSurface(src, srcrect, dst, dstrect);
-    const bool serves = ormsel_Serves(src, dst);
-    // SDL would encode a surface that asks for it, and its later blits were no longer ours to compare.
-    if (report.mode == Mode::kCompare && serves && src != dst && !(src->flags & SDL_RLEACCELOK))
-        return compare(src, srcrect, dst, dstrect);
-    return count(src, srcrect, dst, dstrect, serves);
+EXPORTED int SDL_UpperBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+    if (!isSdl12())
+        return upperBlit(src, srcrect, dst, dstrect);
+    if (mode() == Mode::kServe || !src || !dst || src->locked || dst->locked)
+        return ormsel::sdlBlitSurface(kSdlsOwn, src, srcrect, dst, dstrect);
+    SDL_Rect corner = {0, 0, 0, 0}, part;
+    SDL_Rect& drawn = dstrect ? *dstrect : corner;
+    return ormsel::sdlClip(*src, srcrect, *dst, drawn, part) ? measureBlit(src, &part, dst, &drawn) : 0;
+}
+
+EXPORTED int SDL_LowerBlit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+    if (!isSdl12())
+        return lowerBlit(src, srcrect, dst, dstrect);
+    return mode() == Mode::kServe ? ormsel::sdlLowerBlit(kSdlsOwn, src, srcrect, dst, dstrect)
+                                  : measureBlit(src, srcrect, dst, dstrect);
+}
+
+EXPORTED int SDL_FillRect(SDL_Surface* dst, SDL_Rect* dstrect, Uint32 color) {
+    if (!isSdl12())
+        return fillRect(dst, dstrect, color);
+    return mode() == Mode::kServe || !dst ? ormsel::sdlFillRect(kSdlsOwn, dst, dstrect, color)
+                                          : measureFill(dst, dstrect, color);
 }

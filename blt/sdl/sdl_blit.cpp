@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Zlib
 //
-// SDL_BlitSurface's contract: which blits are drawn here, SDL's arithmetic of rectangles, and SDL for the
-// rest. Nothing here needs the C++ runtime.
-#include <ormsel/ormsel_sdl.h>
-
+// SDL_BlitSurface's contract and SDL_LowerBlit's: which blits are drawn here, SDL's arithmetic of rectangles,
+// and SDL for the rest. Nothing here needs the C++ runtime.
 #include "kernels/kernels.h"
 #include "kernels/sdl.h"
+#include "sdl/sdl_contract.h"
+#include "sdl/sdl_convert.h"
 
 namespace ormsel {
 
@@ -15,10 +15,6 @@ namespace {
 // 32-bit processors its library may have been built with vector code, which rounds in its own way.
 constexpr bool kSdlIsPlainC = sizeof(void*) == 8;
 constexpr uint32_t kFewByPixel = kSdlIsPlainC ? 16 : 0, kFewBySurface = kSdlIsPlainC ? 64 : 0;
-
-// What keeps SDL's hands on a surface: video memory, other drivers' blits, and run-length encoded pixels.
-constexpr uint32_t kSpecial =
-    SDL_HWSURFACE | SDL_ASYNCBLIT | SDL_OPENGL | SDL_OPENGLBLIT | SDL_HWACCEL | SDL_RLEACCEL;
 
 // Masks, shifts and losses must tell the same: SDL takes now these, now those. Every surface's blit comes
 // this way, so that few branches count here.
@@ -69,7 +65,7 @@ bool sameColours(const SDL_PixelFormat& a, const SDL_PixelFormat& b) {
     return a.Rmask == b.Rmask && a.Gmask == b.Gmask && a.Bmask == b.Bmask;
 }
 
-// What only blits have whose colours aren't in place.
+// What only blits that aren't inPlace have.
 void setPlaces(SdlBlit& b, const SDL_PixelFormat& from, const SDL_PixelFormat& to) {
     b.keyed = b.copies = b.marksFalling = false;
     b.rule = kSdlRoundsDown;
@@ -161,21 +157,59 @@ bool drifts(const SDL_Surface& s) {
     return bytes != 3 && s.pitch & (bytes - 1);
 }
 
-// Finds the rule for a pair of surfaces. False: SDL's.
-bool choose(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
-    if ((src.flags | dst.flags) & kSpecial || src.offset || dst.offset)
-        return false;
+// Finds the rule of a blit that blends or leaves pixels out. False: none.
+bool chooseBlend(SdlBlit& b, const SDL_Surface& src, const SDL_Surface& dst) {
     const SDL_PixelFormat &from = *src.format, &to = *dst.format;
     const bool perPixel = from.Amask && src.flags & SDL_SRCALPHA;
-    if (!perPixel && (from.Amask || !(src.flags & (SDL_SRCALPHA | SDL_SRCCOLORKEY))))
+    if (!perPixel && from.Amask)
         return false;
     b.from = layoutOf(from);
     b.to = layoutOf(to);
     b.perPixel = perPixel;
     b.inPlace = false;
-    if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone || drifts(src) || drifts(dst))
+    if (b.from == SdlLayout::kNone || b.to == SdlLayout::kNone)
         return false;
     return perPixel ? chooseByPixel(b, src, from, to) : chooseBySurface(b, src, from, to);
+}
+
+// The rule of a blit by a colour key alone between words that SDL takes for the same: it looks at one mask of
+// the colours, and so do programs that mistype another one.
+bool chooseWords(SdlBlit& b, const SDL_Surface& src, const SDL_PixelFormat& to) {
+    const SDL_PixelFormat& from = *src.format;
+    if (from.BytesPerPixel != 2 || to.BytesPerPixel != 2 || from.Amask || src.flags & SDL_RLEACCELOK)
+        return false;
+    setPlaces(b, from, to);
+    b.from = b.to = SdlLayout::kR5G6B5;
+    b.perPixel = b.inPlace = false;
+    b.keyed = b.copies = true;
+    b.constantAlpha = 255;
+    b.key = from.colorkey;
+    b.colours = 0xFFFF;
+    return true;
+}
+
+// What becomes of a pair of surfaces.
+enum class Way { kLeave, kCopy, kConvert, kBlend };
+
+// Fills the record that belongs to the way.
+Way choose(SdlBlit& blend, SdlConversion& conversion, const SDL_Surface& src, const SDL_Surface& dst) {
+    if ((src.flags | dst.flags) & kSdlSpecial || drifts(src) || drifts(dst))
+        return Way::kLeave;
+    const SDL_PixelFormat &from = *src.format, &to = *dst.format;
+    const bool keyed = src.flags & SDL_SRCCOLORKEY;
+    const bool blends = src.flags & SDL_SRCALPHA && (from.Amask || from.alpha != 255);
+    if ((keyed || blends) && chooseBlend(blend, src, dst))
+        return Way::kBlend;
+    // These are all that SDL looks at.
+    const bool isSame =
+        from.BitsPerPixel == to.BitsPerPixel && from.Rmask == to.Rmask && from.Amask == to.Amask;
+    if (blends)
+        return Way::kLeave;
+    if (keyed && isSame)
+        return chooseWords(blend, src, to) ? Way::kBlend : Way::kLeave;
+    if (isSame && from.BytesPerPixel == to.BytesPerPixel && from.BytesPerPixel > 1)
+        return Way::kCopy;
+    return !isSame && sdlConversion(conversion, from, to, keyed) ? Way::kConvert : Way::kLeave;
 }
 
 // A rectangle's side along one axis, clipped as SDL does it.
@@ -222,61 +256,124 @@ uint8_t* pixelAt(const SDL_Surface& s, int x, int y) {
     return static_cast<uint8_t*>(s.pixels) + ptrdiff_t{y} * s.pitch + ptrdiff_t{x} * s.format->BytesPerPixel;
 }
 
-// The pixels of a blit that is clipped already: ours, or SDL's. Apart from ormsel_BlitSurface(), so that a
+// Whether SDL would be sooner done with a surface that it may encode by runs, once it has: it skips runs of
+// clear pixels and copies opaque ones. A part of the pixels tells; that few of the others are left to SDL by
+// mistake is better than many drawn slower.
+bool isForRuns(const SdlBlit& b, const SDL_Surface& src) {
+    if (!b.perPixel || !(src.flags & SDL_RLEACCELOK))
+        return false;
+    constexpr int kSmall = 64; // pixels of the whole surface, which are sooner drawn than looked at
+    if (src.w * src.h <= kSmall)
+        return true;
+    // Where vectors are short, SDL mixes runs onto 16 bits as fast as anyone.
+    const Kernels& kernels = kernelsInUse();
+    const bool isWide = kernels.name[0] == 'a' && kernels.name[1] == 'v'; // avx2, avx512
+    if (&kernels == &kScalarKernels || (!isWide && b.to != SdlLayout::k32))
+        return true;
+    const uint32_t shift = src.format->Ashift;
+    const size_t down = b.height / 8 | 1, right = b.width / 8 | 1; // odd: pictures repeat in even steps
+    uint32_t looked = 0, mixed = 0;
+    for (size_t y = down / 2; y < b.height; y += down) {
+        const uint8_t* row = b.src + static_cast<ptrdiff_t>(y) * b.srcPitch;
+        for (size_t x = right / 2; x < b.width; x += right, ++looked)
+            mixed += (loadPixel<4>(row + x * 4) >> shift & 0xFF) - 1 < 254;
+    }
+    return mixed * 8 < looked * 3;
+}
+
+// SDL is sooner done with so few pixels. Where it would encode a surface that asks for it, all blits of that
+// were SDL's from then on; and are, once it has.
+bool areFew(const SDL_Surface& src, int width, int height) {
+    return src.flags & SDL_RLEACCELOK ? src.flags & SDL_RLEACCEL
+                                      : static_cast<uint32_t>(width) * static_cast<uint32_t>(height) <=
+                                            (src.format->Amask ? kFewByPixel : kFewBySurface);
+}
+
+// The pixels of a blit that is clipped already: ours, or SDL's. Apart from sdlBlitSurface(), so that a
 // blit that SDL gets at once costs nothing of what this needs.
-[[gnu::noinline]] int drawClipped(SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst, SDL_Rect* to) {
+[[gnu::noinline]] int drawClipped(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* from, SDL_Surface* dst,
+                                  SDL_Rect* to) {
     SdlBlit blit;
+    SdlConversion conversion;
     const int width = to->w, height = to->h;
-    if (!choose(blit, *src, *dst) || shareMemory(*src, *dst) ||
+    const Way way = choose(blit, conversion, *src, *dst);
+    if (way == Way::kLeave)
+        return sdl.lowerBlit(src, from, dst, to);
+    SdlLock lock(sdl);
+    if (!lock.add(dst) || !lock.add(src))
+        return -1;
+    if ((shareMemory(*src, *dst) && !(way == Way::kCopy && src == dst)) ||
         !hasRectangle(*src, from->x, from->y, width, height) ||
         !hasRectangle(*dst, to->x, to->y, width, height))
-        return SDL_LowerBlit(src, from, dst, to);
-    if (!blit.perPixel && !blit.inPlace && blit.constantAlpha == 0) // SDL draws nothing then
-        return 0;
-    blit.mask = nullptr;
-    blit.maskPitch = 0;
-    blit.src = pixelAt(*src, from->x, from->y);
-    blit.srcPitch = src->pitch;
-    blit.dst = pixelAt(*dst, to->x, to->y);
-    blit.dstPitch = dst->pitch;
-    blit.width = static_cast<size_t>(width);
-    blit.height = static_cast<size_t>(height);
-    kernelsInUse().sdl(blit);
+        return sdl.lowerBlit(src, from, dst, to);
+    const SdlArea area = {pixelAt(*src, from->x, from->y), src->pitch,
+                          pixelAt(*dst, to->x, to->y),     dst->pitch,
+                          static_cast<size_t>(width),      static_cast<size_t>(height)};
+    if (way == Way::kCopy) {
+        sdlCopy(area, src->format->BytesPerPixel);
+    } else if (way == Way::kConvert) {
+        sdlConvert(conversion, area);
+    } else if (blit.perPixel || blit.inPlace || blit.constantAlpha) { // else SDL draws nothing
+        blit.mask = nullptr;
+        blit.maskPitch = 0;
+        blit.src = area.src;
+        blit.srcPitch = area.srcPitch;
+        blit.dst = area.dst;
+        blit.dstPitch = area.dstPitch;
+        blit.width = area.width;
+        blit.height = area.height;
+        if (isForRuns(blit, *src))
+            return sdl.lowerBlit(src, from, dst, to);
+        kernelsInUse().sdl(blit);
+    }
     return 0;
 }
 
 } // namespace
 
-} // namespace ormsel
-
-int ormsel_Serves(SDL_Surface* src, SDL_Surface* dst) noexcept {
-    ormsel::SdlBlit blit;
-    return src && dst && src->format && dst->format && ormsel::choose(blit, *src, *dst);
+bool sdlServes(SDL_Surface* src, SDL_Surface* dst) noexcept {
+    SdlBlit blit;
+    SdlConversion conversion;
+    return src && dst && src->format && dst->format && choose(blit, conversion, *src, *dst) != Way::kLeave;
 }
 
-int ormsel_BlitSurface(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) noexcept {
-    using namespace ormsel;
-    if (!src || !dst || src->locked || dst->locked)
-        return SDL_UpperBlit(src, srcrect, dst, dstrect);
-    SDL_Rect corner = {0, 0, 0, 0};
-    SDL_Rect& drawn = dstrect ? *dstrect : corner;
-    Side x{0, src->w}, y{0, src->h};
+bool sdlClip(const SDL_Surface& src, const SDL_Rect* srcrect, const SDL_Surface& dst, SDL_Rect& drawn,
+             SDL_Rect& part) noexcept {
+    Side x{0, src.w}, y{0, src.h};
     if (srcrect) {
         x = {srcrect->x, srcrect->w};
         y = {srcrect->y, srcrect->h};
     }
-    x.clip(drawn.x, src->w, dst->clip_rect.x, dst->clip_rect.w);
-    y.clip(drawn.y, src->h, dst->clip_rect.y, dst->clip_rect.h);
+    x.clip(drawn.x, src.w, dst.clip_rect.x, dst.clip_rect.w);
+    y.clip(drawn.y, src.h, dst.clip_rect.y, dst.clip_rect.h);
     if (x.size <= 0 || y.size <= 0) {
         drawn.w = drawn.h = 0;
-        return 0;
+        return false;
     }
     drawn.w = static_cast<Uint16>(x.size);
     drawn.h = static_cast<Uint16>(y.size);
-    SDL_Rect part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
-    // SDL would encode a surface that asks for it, and all its blits were SDL's from then on.
-    const uint32_t pixels = static_cast<uint32_t>(x.size) * static_cast<uint32_t>(y.size);
-    const bool few =
-        pixels <= (src->format->Amask ? kFewByPixel : kFewBySurface) && !(src->flags & SDL_RLEACCELOK);
-    return few ? SDL_LowerBlit(src, &part, dst, &drawn) : drawClipped(src, &part, dst, &drawn);
+    part = {static_cast<Sint16>(x.from), static_cast<Sint16>(y.from), drawn.w, drawn.h};
+    return true;
 }
+
+int sdlBlitSurface(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
+                   SDL_Rect* dstrect) noexcept {
+    if (!src || !dst || src->locked || dst->locked)
+        return sdl.upperBlit(src, srcrect, dst, dstrect);
+    SDL_Rect corner = {0, 0, 0, 0}, part;
+    SDL_Rect& drawn = dstrect ? *dstrect : corner;
+    if (!sdlClip(*src, srcrect, *dst, drawn, part))
+        return 0;
+    return areFew(*src, part.w, part.h) ? sdl.lowerBlit(src, &part, dst, &drawn)
+                                        : drawClipped(sdl, src, &part, dst, &drawn);
+}
+
+int sdlLowerBlit(const SdlFunctions& sdl, SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst,
+                 SDL_Rect* dstrect) noexcept {
+    // Of two unlike sizes SDL makes what happens to come out.
+    if (srcrect->w != dstrect->w || srcrect->h != dstrect->h || areFew(*src, dstrect->w, dstrect->h))
+        return sdl.lowerBlit(src, srcrect, dst, dstrect);
+    return drawClipped(sdl, src, srcrect, dst, dstrect);
+}
+
+} // namespace ormsel
