@@ -260,8 +260,8 @@ constexpr Operation operationOf(uint32_t flags) {
     return Operation::kBlend;
 }
 
-// A row of ORMSEL_ROUTES as a type: its rule for a constant alpha that has a say, and for one that hasn't; and
-// where it stands in the list.
+// A row of ORMSEL_ROUTES as a type: its rule for a constant alpha that has a say, and for one that hasn't;
+// and where it stands in the list.
 template <Operation Op, class Src, class Dst>
 struct Route;
 
