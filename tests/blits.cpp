@@ -363,8 +363,12 @@ private:
                                                    22, 23, 24, 31, 32, 40, 200, 255};
             if (!generic_ && random_.oneIn(20))
                 *format = {1, 1, {}, {}, {}, {}};
-            else if (!generic_ && format->code != RGBFB_R5G6B5 && random_.oneIn(4))
-                format->code = random_.of(kUnknown);
+            else if (!generic_ && format->code != RGBFB_R5G6B5 && random_.oneIn(4)) {
+                const uint32_t code = random_.of(kUnknown);
+                if (std::ranges::none_of(kRoutes,
+                                         [=](const Route& r) { return r.from == code || r.onto == code; }))
+                    format->code = code;
+            }
             // An alpha of more than 8 bits has more cases than colours that overflow.
             model::Channel* const channels[] = {&format->a, &format->a, &format->a,
                                                 &format->r, &format->g, &format->b};
