@@ -22,7 +22,7 @@ unsigned long BLT_FallbackBltMaskT(const BltContext* ctx, unsigned char alphaFil
 
 namespace ormsel {
 
-struct Bounds; // see blt_block.h
+struct Bounds; // see kernels/block.h
 
 // What the dispatchers do for a context whose routine could leave the images.
 unsigned long dispatchInside(const BltContext& ctx, const Bounds& bounds);

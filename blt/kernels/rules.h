@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Zlib
 //
 // The blend rules, on single pixels. Each says which pixels it draws and what becomes of an old one; the
-// vector forms of the same rules are in blt_steps-inl.h.
+// vector forms of the same rules are in steps-inl.h.
 //
 // Every rule blends each channel as d + floor((s - d) * a / 2^k), rounding toward minus infinity and with no
 // rounding term. Only k and the channels' widths differ.
