@@ -44,8 +44,7 @@
  * - `flag`: the bit of a blit's flags that asks for it; 0 for Blend
  * - `prefix`: what its names of checksums and of the benchmark's rows begin with
  */
-#define ORMSEL_OPERATIONS(OPERATION)                                                                         \
-    OPERATION(Blend, 0U, "")
+#define ORMSEL_OPERATIONS(OPERATION) OPERATION(Blend, 0U, "")
 
 /**
  * ROUTE(operation, source, destination, rule): the pairs of formats that have a routine of their own. For

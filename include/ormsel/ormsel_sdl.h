@@ -36,10 +36,10 @@ extern "C" {
  * A surface that asked for run-length encoding and isn't encoded yet is drawn as it is and stays so, if much
  * of it is neither clear nor opaque; else SDL encodes and draws it, which is faster.
  *
- * Formats and flags count as they are at the call, also those that a program has set by hand. SDL keeps what it
- * chose at a pair's first blit until SDL_SetAlpha(), SDL_SetColorKey() or another destination makes it choose
- * anew: a program that writes to `flags` or `format->alpha` between two blits sees them at once here, and with
- * SDL later or never.
+ * Formats and flags count as they are at the call, also those that a program has set by hand. SDL keeps what
+ * it chose at a pair's first blit until SDL_SetAlpha(), SDL_SetColorKey() or another destination makes it
+ * choose anew: a program that writes to `flags` or `format->alpha` between two blits sees them at once here,
+ * and with SDL later or never.
  *
  * A screen that SDL locks while it draws in memory is locked in the same way; nothing else is, and nothing is
  * allocated or kept between calls. Safe from any thread, as long as no other thread uses
