@@ -73,8 +73,8 @@ HWY_INLINE V16 factorOf(uint32_t alpha) {
 }
 
 // An effective alpha as a weight of 256ths: 255 counts as 256, which gives the source unchanged.
-HWY_INLINE V16 weightOf(V16 e) {
-    return oneMoreAt(255, e);
+HWY_INLINE V16 weightOf(V16 effective) {
+    return oneMoreAt(255, effective);
 }
 
 // --- Onto 24 and 32 bits ------------------------------------------------------------------------------
@@ -150,15 +150,16 @@ struct OntoBytes {
         } else {
             const V32 own =
                 Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d32, At::load(BytesFor32(), mask)) : argb;
-            const V16 e = hn::MulHigh(as(d16, spread(own)), factor);
+            const V16 effective = hn::MulHigh(as(d16, spread(own)), factor);
             const V32 old = loadPixels<DstBytes>(at, DstBytes == 3 ? p + 1 : p);
-            const V32 field = Alpha == AlphaSource::kOfMask ? own : as(d32, e);
-            const V32 mixed = MixedBytes(argb, dst.toArgb(old), weightOf(e)).joined(hn::Set(d32, 0x0000FF00));
+            const V32 field = Alpha == AlphaSource::kOfMask ? own : as(d32, effective);
+            const V32 mixed =
+                MixedBytes(argb, dst.toArgb(old), weightOf(effective)).joined(hn::Set(d32, 0x0000FF00));
             const V32 pixels = dst.fromArgb(mixed | hn::ShiftLeft<24>(field));
             if constexpr (DstBytes == 4)
-                return whereDrawn(d32, as(d32, e), pixels, old);
+                return whereDrawn(d32, as(d32, effective), pixels, old);
             else
-                return Drawn24{pixels, as(d32, e)};
+                return Drawn24{pixels, as(d32, effective)};
         }
     }
 };
@@ -320,12 +321,13 @@ struct OntoShortStep : VectorStep {
         } else {
             const V16 own = Alpha == AlphaSource::kOfMask ? hn::PromoteTo(d16, At::load(BytesFor16(), mask))
                                                           : (s.a() | fill);
-            const V16 e = hn::MulHigh(hn::ShiftLeft<8>(own), factor), weight = weightOf(e);
+            const V16 effective = hn::MulHigh(hn::ShiftLeft<8>(own), factor), weight = weightOf(effective);
             const V16 old = At::load(d16, to);
             const V16 r = mix(s.r(), dst.r.extract(old), weight);
             const V16 g = mix(s.g(), dst.g.extract(old), weight);
             const V16 b = mix(s.b(), dst.b.extract(old), weight);
-            return whereDrawn(d16, e, join(r, g, b, Alpha == AlphaSource::kOfMask ? own : e), old);
+            return whereDrawn(d16, effective, join(r, g, b, Alpha == AlphaSource::kOfMask ? own : effective),
+                              old);
         }
     }
 

@@ -11,9 +11,10 @@
 //   - draw(at, src, dst, mask): what the pixels at dst become; at as Anywhere in vec-inl.h
 //   - store(at, drawn, dst): stores that
 //   - perhaps isClear(at, src, mask): whether none of kRunPixels pixels is drawn
-//   - State: what a step must know of the one before it in its row; mostly nothing. If it is something,
-//   state.store(step, at, drawn, dst)
-//     stores in store()'s place, and state.pause(dst) is told that nothing is drawn from dst on for a while
+//   - State: what a step must know of the one before it in its row; mostly nothing. If it is something, it
+//   has
+//     store(step, at, drawn, dst), which is called in the step's place, and pause(dst), which is told that
+//     nothing is drawn from dst on for a while
 
 HWY_BEFORE_NAMESPACE();
 namespace ormsel::HWY_NAMESPACE {
