@@ -122,11 +122,13 @@ public:
         for (size_t operation = 0; operation < kOperationCount; ++operation)
             for (auto& row : of_[operation])
                 std::fill(std::begin(row), std::end(row), anyPair(static_cast<Operation>(operation)));
+// NOLINTBEGIN(bugprone-macro-parentheses): types
 #define ROW(operation, Src, Dst, Rule)                                                                       \
     of_[static_cast<size_t>(Operation::k##operation)][Src::kFormat.code][Dst::kFormat.code] =                \
         runRoute<Route<Operation::k##operation, Src, Dst>>;
         ORMSEL_ROUTES(ROW)
 #undef ROW
+        // NOLINTEND(bugprone-macro-parentheses)
     }
 
     Routine of(const BltContext& ctx) const {

@@ -102,6 +102,7 @@ unsigned long runRoute(const BltContext& ctx, const Bounds* bounds) {
 } // namespace ormsel
 
 // Defines the routine of a pair that is blended.
+// NOLINTBEGIN(bugprone-macro-parentheses): types
 #define ORMSEL_ROUTINE(Src, Dst)                                                                             \
     using namespace ormsel;                                                                                  \
     template unsigned long ormsel::runRoute<Route<Operation::kBlend, Src, Dst>>(const BltContext&,           \
@@ -109,3 +110,4 @@ unsigned long runRoute(const BltContext& ctx, const Bounds* bounds) {
     unsigned long BLT_##Src##_##Dst(const BltContext* ctx) {                                                 \
         return runRoute<Route<Operation::kBlend, Src, Dst>>(*ctx, nullptr);                                  \
     }
+// NOLINTEND(bugprone-macro-parentheses)
