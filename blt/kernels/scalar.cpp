@@ -152,6 +152,7 @@ Kernel genericKernel(const Block& b) {
 
 constexpr Kernels kScalarKernels = {
     .name = "scalar",
+// NOLINTNEXTLINE(bugprone-macro-parentheses): types
 #define ROW(operation, Src, Dst, Rule) routeKernel<Route<Operation::k##operation, Src, Dst>>,
     .routes = {ORMSEL_ROUTES(ROW)},
 #undef ROW

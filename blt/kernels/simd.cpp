@@ -65,6 +65,7 @@ static_assert(nameOfTarget(HWY_TARGET), "A target without a row in targets.h");
 
 constexpr Kernels kKernels = {
     .name = nameOfTarget(HWY_TARGET),
+// NOLINTNEXTLINE(bugprone-macro-parentheses): types
 #        define ROW(operation, Src, Dst, Rule) routeKernel<Route<Operation::k##operation, Src, Dst>>,
     .routes = {ORMSEL_ROUTES(ROW)},
 #        undef ROW
