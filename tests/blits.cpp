@@ -92,8 +92,8 @@ struct Route {
 };
 #define OPERATION(name, flag, prefix)                                                                        \
     constexpr Route by##name(const char* routine, uint32_t from, uint32_t onto, BltRoutine named) {          \
-        return {flag ? prefix "BLT_FallbackBltContext" : routine, from, onto, flag,                          \
-                flag ? BLT_FallbackBltContext : named};                                                      \
+        return {(flag) ? prefix "BLT_FallbackBltContext" : routine, from, onto, flag,                        \
+                (flag) ? BLT_FallbackBltContext : named};                                                    \
     }
 ORMSEL_OPERATIONS(OPERATION)
 #define ROUTE(operation, source, destination, rule)                                                          \
@@ -396,7 +396,7 @@ private:
 
     // An unclipped request that the entry point can make.
     void chooseRequest() {
-#define FLAG(name, flag, prefix) flag, flag | ORMSEL_BLIT_COPY,
+#define FLAG(name, flag, prefix) (flag), (flag) | ORMSEL_BLIT_COPY,
 #define OR_FLAG(name, flag, prefix) | flag
         static constexpr uint32_t kFlags[] = {ORMSEL_OPERATIONS(FLAG) 0, 1, 3, 4, 5, 0xFFFFFFFB, 0xFFFFFFFF};
         model::Blit& b = blit_;

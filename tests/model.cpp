@@ -130,7 +130,7 @@ void OpaqueOntoR5G6B5(Memory& memory, const Blit& blit) {
     });
 }
 
-void AlphaOntoR5G6B5(Memory& memory, const Blit& blit) {
+void AlphaOntoFields(Memory& memory, const Blit& blit) {
     const int constant = static_cast<int>(blit.alpha);
     if (constant < 8 || (blit.noMemory && takesMemory(blit)))
         return;

@@ -225,9 +225,6 @@ struct AlphaOntoFields {
     }
 };
 
-template <class S, class D, bool Faded>
-using AlphaOntoR5G6B5 = AlphaOntoFields<S, D, Faded>;
-
 // The source's alpha times the constant one: A * C >> 8. That is at most 254, so that no pixel is ever copied
 // unchanged; A * 255 >> 8 is A - 1 for every A but 0.
 template <class S, class D, bool Faded>

@@ -109,12 +109,20 @@ bool hasAvx2() {
     return hasSse4() && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
            __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
 }
-[[maybe_unused]] bool hasAvx512() {
+bool hasAvx512() {
     return hasAvx2() && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw");
 }
 #        else
-constexpr bool (*hasSse4)() = nullptr, (*hasAvx2)() = nullptr, (*hasAvx512)() = nullptr;
+bool hasSse4() {
+    return false;
+}
+bool hasAvx2() {
+    return false;
+}
+bool hasAvx512() {
+    return false;
+}
 #        endif
 
 #        ifdef ORMSEL_ALTIVEC
@@ -124,10 +132,14 @@ bool hasAltivec() {
     return unit == VECTORTYPE_ALTIVEC;
 }
 #        else
-constexpr bool (*hasAltivec)() = nullptr;
+bool hasAltivec() {
+    return false;
+}
 #        endif
 
-constexpr auto isAlwaysThere = [] { return true; };
+bool isAlwaysThere() {
+    return true;
+}
 
 constexpr VectorTarget kVectorTargets[] = {
 #        define ROW(name, highway, isAvailable, ...) {#        name, HWY_CHOOSE_##highway(kKernels), isAvailable},

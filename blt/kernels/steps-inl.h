@@ -144,7 +144,7 @@ struct Fields {
     }
 };
 
-// The vector form of AlphaOntoR5G6B5, and of the same rule onto R5G5B5.
+// The vector form of AlphaOntoFields.
 template <class To, class L, bool Faded>
 struct AlphaOntoFieldsStep : VectorStep {
     static constexpr size_t kPixels = kLanes16, kSrcBytes = 4, kDstBytes = 2;

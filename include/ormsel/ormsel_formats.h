@@ -52,17 +52,17 @@
  * other operation, a pair that isn't here draws nothing.
  *
  * - `OpaqueOntoR5G6B5`: no alpha but the constant one, which is cut to 5 bits: nothing, a copy, or a blend
- * - `AlphaOntoR5G6B5`: by the source's alpha times the constant one, cut to 5 bits
+ * - `AlphaOntoFields`: by the source's alpha times the constant one, cut to 5 bits
  * - `AlphaOntoA8R8G8B8`: by the source's alpha times the constant one; or a raw copy (#ORMSEL_BLIT_COPY)
  */
 #define ORMSEL_ROUTES(ROUTE)                                                                                 \
     ROUTE(Blend, R5G6B5, R5G6B5, OpaqueOntoR5G6B5)                                                           \
     ROUTE(Blend, R8G8B8, R5G6B5, OpaqueOntoR5G6B5)                                                           \
     ROUTE(Blend, B8G8R8, R5G6B5, OpaqueOntoR5G6B5)                                                           \
-    ROUTE(Blend, A8R8G8B8, R5G6B5, AlphaOntoR5G6B5)                                                          \
-    ROUTE(Blend, A8B8G8R8, R5G6B5, AlphaOntoR5G6B5)                                                          \
-    ROUTE(Blend, R8G8B8A8, R5G6B5, AlphaOntoR5G6B5)                                                          \
-    ROUTE(Blend, B8G8R8A8, R5G6B5, AlphaOntoR5G6B5)                                                          \
+    ROUTE(Blend, A8R8G8B8, R5G6B5, AlphaOntoFields)                                                          \
+    ROUTE(Blend, A8B8G8R8, R5G6B5, AlphaOntoFields)                                                          \
+    ROUTE(Blend, R8G8B8A8, R5G6B5, AlphaOntoFields)                                                          \
+    ROUTE(Blend, B8G8R8A8, R5G6B5, AlphaOntoFields)                                                          \
     ROUTE(Blend, A8R8G8B8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                      \
     ROUTE(Blend, A8B8G8R8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                      \
     ROUTE(Blend, R8G8B8A8, A8R8G8B8, AlphaOntoA8R8G8B8)                                                      \
