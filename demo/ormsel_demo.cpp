@@ -120,7 +120,7 @@ int main(int argc, char* argv[]) {
     const std::string font = volumePath("/fonts/FreeSans.ttf");
     pFallbackFont = TTF_OpenFont(font.c_str(), 13);
     if (!pFallbackFont)
-        std::fprintf(stderr, "No font in '%s': %s\n", font.c_str(), TTF_GetError());
+        std::fprintf(stderr, "No font in '%s': %s\n", font.c_str(), SDL_GetError());
 
     if (options.useSdl)
         runSdlMode(background, alpha, options.sd, options.repeat);
