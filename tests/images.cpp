@@ -190,14 +190,16 @@ long memoryOf(const Kind& kind, long width, long height, long pitch) {
 
 // A surface with what SDL finds in these masks. An empty one is made and filled in: where SDL is a layer over
 // SDL 2 it refuses layouts that SDL 2 has no name for, or takes others for them, and refuses rows that are
-// shorter than their pixels.
+// shorter than their pixels or lead upwards.
 static std::shared_ptr<SDL_Surface> surfaceOver(const Kind& kind, uint8_t* pixels, int width, int height,
                                                 int pitch) {
     std::shared_ptr<SDL_Surface> surface(
-        SDL_CreateRGBSurfaceFrom(pixels, 0, height, kind.depth, pitch, 0, 0, 0, 0), SDL_FreeSurface);
+        SDL_CreateRGBSurfaceFrom(pixels, 0, height, kind.depth, std::abs(pitch), 0, 0, 0, 0),
+        SDL_FreeSurface);
     if (!surface)
         std::abort();
     surface->w = width;
+    surface->pitch = static_cast<Uint16>(pitch);
     surface->flags |= kind.a ? SDL_SRCALPHA : 0;
     const auto set = [](uint32_t from, Uint32& mask, Uint8& shift, Uint8& loss) {
         mask = from;
