@@ -27,7 +27,6 @@ using D64 = hn::ScalableTag<uint64_t>;
 using V8 = hn::Vec<D8>;
 using V16 = hn::Vec<D16>;
 using V32 = hn::Vec<D32>;
-using M32 = hn::Mask<D32>;
 
 // As many bytes, or 16-bit pixels, as a whole vector has lanes of more bits.
 using BytesFor32 = hn::Rebind<uint8_t, D32>;
